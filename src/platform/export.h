@@ -1,0 +1,5 @@
+// What the shared library shows to a host: everything marked KARST_API, and nothing else.
+#pragma once
+
+#define KARST_API __attribute__((visibility("default")))
+#define KARST_HIDDEN __attribute__((visibility("hidden")))

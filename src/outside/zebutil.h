@@ -1,0 +1,58 @@
+// Small helpers under the whole system: the script error, whole files, escapes. Texts are GBK.
+#pragma once
+
+#include <cstddef>
+
+#include "platform/bytestring.h"
+#include "platform/export.h"
+
+// A script error, thrown by value. It owns no memory and is copied bytewise; its first member is the text, so that
+// the object's address reads as the text.
+class KARST_API CError {
+ public:
+  // LIMIT: a longer text is cut at a whole character.
+  static constexpr size_t kTextSize = 2048;
+
+  CError(const char* text, int first, int second);
+
+  const char* what() const { return text; }
+
+  char text[kTextSize];
+  int first_code;
+  int second_code;
+};
+
+// Expands a file name to a full path, in place: from the working directory, with slashes, without "." and "..", which
+// are resolved by the text alone. Not 0 on success; 0, with the name unchanged, for an empty name or where there is no
+// working directory.
+int MakeFullPathName(CString& name);
+
+// Puts the whole file into `content`. -1 if it cannot be read, 0 otherwise. A file that begins with a UTF-8 byte
+// order mark is turned into GBK, without the mark; a character that GBK lacks is a CError whose second
+// code is its line.
+int LoadFileContentToString(const char* path, CString& content);
+
+// The byte that an escape stands for, given the byte behind the backslash: a b f n r t v as in C, 0 is NUL, any
+// other byte stands for itself.
+inline char OneEscChar(char byte) {
+  switch (byte) {
+    case 'a': return '\a';
+    case 'b': return '\b';
+    case 'f': return '\f';
+    case 'n': return '\n';
+    case 'r': return '\r';
+    case 't': return '\t';
+    case 'v': return '\v';
+    case '0': return '\0';
+    default: return byte;
+  }
+}
+
+// Writes the bytes to the file, in place of whatever it held. 0, or -1.
+int DumpPackage(const char* file_name, const char* bytes, size_t count);
+
+// Converts GBK `text` to the charset that `conversion` names (case ignored, "//translit" allowed behind it; empty
+// means unchanged) into `target`. A character with no place there becomes "&#N;", a byte that is no GBK
+// character "\xHH" (with "gbk" such bytes stay as they are). Gives the number of bytes, which
+// no NUL ends, or -1 if they do not fit in `size`. An unknown charset is a CError that names it.
+int MakeBM(const char* text, char* target, int size, const char* conversion);

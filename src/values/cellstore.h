@@ -1,0 +1,149 @@
+// CellStore: what a variable table keeps beside its cells: a slot for each name with the newest cell of that name, and
+// the cells that are free.
+//
+// Invariant: a slot's newest is the cell of that name at the highest position in the table, or null, and each cell's
+// shadowed_ is the one of that name at the next lower position. So a search newest-first is one look, not a walk.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <new>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "values/vararray.h"
+
+namespace karst {
+
+// Everything about one name. Slots stay where they are for the life of the table.
+struct NameSlot {
+  std::string name;
+  int number;
+  CVarCell* newest = nullptr;
+};
+
+class CellStore {
+ public:
+  CellStore() : frame_mark_(SlotOf("begin")) {}
+  CellStore(const CellStore&) = delete;
+  CellStore& operator=(const CellStore&) = delete;
+  ~CellStore() {
+    while (free_) {
+      CVarCell* next = free_->shadowed_;
+      delete free_;
+      free_ = next;
+    }
+  }
+
+  // The name's slot; a name that was never seen gets a new one.
+  NameSlot& SlotOf(std::string_view name) {
+    if (NameSlot* known = FindSlot(name)) return *known;
+    NameSlot& slot = slots_.emplace_back(NameSlot{std::string(name), static_cast<int>(slots_.size()), nullptr});
+    by_name_.emplace(slot.name, &slot);
+    return slot;
+  }
+  NameSlot* FindSlot(std::string_view name) const {
+    const auto found = by_name_.find(name);
+    return found == by_name_.end() ? nullptr : found->second;
+  }
+  NameSlot& Slot(int number) { return slots_[static_cast<size_t>(number)]; }
+  NameSlot& FrameMarkSlot() { return frame_mark_; }
+
+  static int PositionOf(const CVarCell* cell) { return cell ? cell->position_ : -1; }
+
+  // A cell of that name with no value yet, or null without memory.
+  CVarCell* Take(NameSlot& slot) {
+    CVarCell* cell = free_;
+    if (cell) {
+      free_ = cell->shadowed_;
+      --free_count_;
+    } else {
+      cell = new (std::nothrow) CVarCell;
+      if (!cell) return nullptr;
+    }
+    if (cell->slot_ != &slot) {
+      cell->name.Assign(slot.name);
+      cell->slot_ = &slot;
+    }
+    cell->nDupPos = -1;
+    cell->lVal = 0;
+    cell->i64Val = 0;
+    cell->dwVal = 0;
+    return cell;
+  }
+  // Takes a cell back. SPEED: its name and a small text's memory stay for the next taker.
+  void Give(CVarCell* cell) {
+    cell->string = nullptr;
+    cell->leixing = kNoValue;
+    if (cell->text_.Capacity() > kKeptTextCapacity) cell->text_.EmptyAndShrink(kKeptTextCapacity);
+    if (free_count_ == kKeptCells) {
+      delete cell;
+      return;
+    }
+    cell->shadowed_ = free_;
+    free_ = cell;
+    ++free_count_;
+  }
+
+  void Append(std::vector<CVarCell*>& cells, CVarCell* cell) {
+    NameSlot& slot = *cell->slot_;
+    cell->shadowed_ = slot.newest;
+    cell->position_ = static_cast<int32_t>(cells.size());
+    cells.push_back(cell);
+    slot.newest = cell;
+  }
+  void CutBack(std::vector<CVarCell*>& cells, size_t size) {
+    while (cells.size() > size) {
+      CVarCell* cell = cells.back();
+      cells.pop_back();
+      if (cell->slot_) cell->slot_->newest = cell->shadowed_;
+      Give(cell);
+    }
+  }
+
+  static void SetText(CVarCell* cell, std::string_view text) {
+    cell->leixing = kText;
+    cell->text_.Assign(text);
+    cell->string = &cell->text_;
+  }
+  static void SetText(CVarCell* cell, const CString& text) {
+    cell->leixing = kText;
+    cell->text_.Assign(text);
+    cell->string = &cell->text_;
+  }
+  // The value of a variable; false for a cell that is none.
+  static bool SetCopy(CVarCell* cell, const CVarCell& source) {
+    switch (source.leixing) {
+      case kInt: SetInt(cell, source.lVal); return true;
+      case kInt64: SetInt64(cell, source.i64Val); return true;
+      case kText: SetText(cell, *source.string); return true;
+      case kWord:
+        cell->leixing = kWord;
+        cell->dwVal = source.dwVal;
+        return true;
+      default: return false;
+    }
+  }
+  static void SetInt(CVarCell* cell, int32_t n) {
+    cell->leixing = kInt;
+    cell->lVal = n;
+  }
+  static void SetInt64(CVarCell* cell, int64_t n) {
+    cell->leixing = kInt64;
+    cell->i64Val = n;
+  }
+
+ private:
+  static constexpr uint32_t kKeptTextCapacity = 4096;
+  static constexpr size_t kKeptCells = 4096;
+
+  std::deque<NameSlot> slots_;
+  std::unordered_map<std::string_view, NameSlot*> by_name_;
+  CVarCell* free_ = nullptr;  // linked by shadowed_
+  size_t free_count_ = 0;
+  NameSlot& frame_mark_;
+};
+
+}  // namespace karst

@@ -1,0 +1,84 @@
+// CFuncArray: the built-in functions, how they are found and called, and what they keep between calls.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/files.h"
+#include "platform/format.h"
+#include "values/vararray.h"
+
+class CFuncArray;
+class CReplaceTable;
+
+namespace karst {
+
+class WorkText;
+
+// A built-in: the interpreter, the number of arguments, the position of the first argument's cell, the result.
+using BuiltinHandler = void (*)(CFuncArray* self, int argc, int first, CValue* result);
+
+// One row of the table of built-ins; a row is addressed by its position, from 0.
+struct KernelFunctionRow {
+  const char* name;
+  int32_t code;
+  BuiltinHandler handler;  // null in the end row, and in rows whose built-in this version lacks
+  const char* kinds;       // its arguments, as builtins/table.h tells
+};
+
+}  // namespace karst
+
+using KernelFunctionRow = karst::KernelFunctionRow;
+
+class KARST_API CFuncArray : public CVarArray {
+ public:
+  using StdOutWriteCallBack = int32_t (*)(karst::FileHandle handle, const char* bytes, int32_t count, uint32_t param);
+  using GetRcdCallBackFunction = int32_t (*)(const char* first, const char* second, std::vector<char>* record,
+                                             uint32_t zero, CString* text);
+
+  CFuncArray();
+  ~CFuncArray() override;
+
+  // The row of a built-in, or -1. `name` is matched without regard to ASCII case, or is "@" and a row number.
+  // `handler` (may be null for a look-up by name) gets the row's handler, or null. `outName` (may be null) gets
+  // "@" and the row number, for a look-up by name.
+  int32_t FindKernelFunction(const char* name, karst::BuiltinHandler* handler, char* outName, int outSize);
+
+  // Adds `count` argument cells from position `first` on to the words of a format call.
+  void ProcessArgList(karst::WordList& words, int first, int count);
+
+  // The shared checks: halt unless the cell is of the kind wanted. `name` (may be null) and `number`, from 1, go into
+  // the message.
+  void CheckStringArg(const CVarCell* cell, const char* name, int number);
+  void CheckStringRefArg(const CVarCell* cell, const char* name, int number);
+  void CheckIntArg(const CVarCell* cell, const char* name, int number);
+  void CheckIntRefArg(const CVarCell* cell, const char* name, int number);
+  // An int cell's value, or the low 32 bits of an int64 cell's.
+  int32_t GetIntArg(const CVarCell* cell);
+
+  // The cached handle behind a file name, opened at its end (or made) at first use; -1 on failure.
+  karst::FileHandle GetFileHandleForAppend(const char* name);
+  void CloseAllCatchedFileHandle();
+  // A cached file is emptied and its handle given; any other is deleted, and the result is 1 in any case.
+  int32_t DeleteMappedFile(const char* name);
+  // 0, with `value` set, if the table file has a line for `key`; else -1.
+  int ReplaceStringFromFile(const char* key, CString& value, const char* table_file);
+
+  std::map<std::string, karst::FileHandle, std::less<>> m_mapCatchedFile;
+  std::map<std::string, std::unique_ptr<CReplaceTable>, std::less<>> m_mapReplaceTable;
+
+  // The host's output stream, known to scripts as the file "stdout". Set by the host after construction; a handle
+  // without a callback counts as none.
+  karst::FileHandle m_hStdOut = karst::kNoFile;
+  int32_t m_nStdOutChunked = 0;  // 1: HTTP chunked framing
+  StdOutWriteCallBack m_pfnStdOutWrite = nullptr;
+  uint32_t m_lStdOutParam = 0;
+  GetRcdCallBackFunction GetRcdCallBack = nullptr;
+
+ private:
+  friend class karst::WorkText;
+  std::unique_ptr<CString> work_text_;  // a call in a loop finds its memory ready; null while a call uses it
+};

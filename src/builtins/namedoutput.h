@@ -1,0 +1,30 @@
+// Output to a name: an appended file from the handle cache or, for the name "stdout", the host's output stream.
+#pragma once
+
+#include <string_view>
+
+#include "builtins/funcarray.h"
+
+namespace karst {
+
+class NamedOutput {
+ public:
+  // Finds what serves the name (which may open or make the file).
+  NamedOutput(CFuncArray* self, const CString& name);
+
+  // False if nothing serves the name. The text need not be made then: the built-in's result is -1.
+  bool Served() const { return file_ != kNoFile; }
+
+  // Delivers a whole text. Gives the bytes written, -1 on failure, or what the host's stream answered.
+  int32_t Deliver(std::string_view text);
+
+ private:
+  int32_t Stream(std::string_view bytes);
+  int32_t StreamChunk(std::string_view text);
+
+  CFuncArray* self_;
+  bool to_host_;
+  FileHandle file_;
+};
+
+}  // namespace karst

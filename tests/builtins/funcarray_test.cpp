@@ -1,0 +1,236 @@
+// The look-up of built-ins, the argument reader, and what the table says of every handler.
+#include "builtins/funcarray.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "builtins/args.h"
+#include "builtins/table.h"
+#include "support/builtin_call.h"
+
+namespace karst::testing {
+namespace {
+
+TEST(FindKernelFunction, FindsNamesInAnyCaseAndGivesTheirIndexForms) {
+  const struct {
+    const char* name;
+    int row;
+    const char* form;
+  } cases[] = {
+      {"itos", 0, "@0"},       {"StrLen", 8, "@8"},       {"STRLEN", 8, "@8"}, {"strlen", 8, "@8"},
+      {"MAX", 52, "@52"},      {"min", 51, "@51"},        {"Read", 18, "@18"}, {"MakeFufenName", 70, "@70"},
+      {"ReadLine", 24, "@24"}, {"bmprintf", 59, "@59"},   {"", -1, "old"},     {"StrLe", -1, "old"},
+      {"StrLenX", -1, "old"},  {"\xA3\xCDin", -1, "old"}, {" min", -1, "old"},
+  };
+  CFuncArray self;
+  for (const auto& c : cases) {
+    char form[30] = "old";
+    BuiltinHandler handler = builtin::Open;
+    EXPECT_EQ(self.FindKernelFunction(c.name, &handler, form, sizeof form), c.row) << c.name;
+    EXPECT_STREQ(form, c.form) << c.name;
+    EXPECT_EQ(handler, c.row == -1 ? nullptr : kKernelFunctions[c.row].handler) << c.name;
+  }
+  EXPECT_EQ(self.FindKernelFunction("max", nullptr, nullptr, 0), 52);
+}
+
+TEST(FindKernelFunction, TakesAnIndexFormAsANumber) {
+  const struct {
+    const char* name;
+    int row;
+  } cases[] = {
+      {"@0", 0},   {"@52", 52}, {"@15 ", 15}, {"@15abc", 15},       {"@015", 15},
+      {"@70", 70}, {"@71", -1}, {"@72", -1},  {"@-1", -1},          {"@4294967296", -1},
+      {"@", 0},    {"@x", 0},   {"@ 15", 15}, {"@99999999999", -1}, {"@2147483647", -1},
+  };
+  CFuncArray self;
+  for (const auto& c : cases) {
+    char form[30] = "old";
+    BuiltinHandler handler = builtin::Open;
+    EXPECT_EQ(self.FindKernelFunction(c.name, &handler, form, sizeof form), c.row) << c.name;
+    EXPECT_STREQ(form, "old") << "an index form names no output for " << c.name;
+    EXPECT_EQ(handler, c.row == -1 ? nullptr : kKernelFunctions[c.row].handler) << c.name;
+  }
+}
+
+TEST(FindKernelFunction, KeepsWithinTheRoomForTheIndexForm) {
+  CFuncArray self;
+  char form[5] = {'x', 'x', 'x', 'x', 'x'};
+  self.FindKernelFunction("max", nullptr, form, 3);
+  EXPECT_STREQ(form, "") << "a cut index form would name another built-in";
+  self.FindKernelFunction("max", nullptr, form, 4);
+  EXPECT_STREQ(form, "@52");
+  EXPECT_EQ(form[4], 'x');
+}
+
+// The kinds of the arguments that a call must have.
+std::vector<std::string> SplitKinds(std::string_view kinds) {
+  std::vector<std::string> parts;
+  while (!kinds.empty() && kinds[0] != '(' && kinds[0] != '.') {
+    const size_t end = std::min(kinds.find_first_of(",("), kinds.size());
+    parts.emplace_back(kinds.substr(0, end));
+    kinds.remove_prefix(end);
+    if (kinds.starts_with(',')) kinds.remove_prefix(1);
+  }
+  return parts;
+}
+
+Argument RightFor(const std::string& kind) {
+  if (kind == "s") return "x";
+  if (kind == "s&") return Ref{"text"};
+  if (kind == "i&") return Ref{"large"};
+  return 7;
+}
+
+std::vector<Argument> WrongFor(const std::string& kind) {
+  if (kind == "s") return {1, int64_t{1}, Ref{"number"}};
+  if (kind == "s&") return {"x", 1, Ref{"number"}, Ref{"large"}};
+  if (kind == "i") return {"1", Ref{"text"}};
+  if (kind == "i&") return {1, int64_t{1}, "1", Ref{"text"}};
+  return {};
+}
+
+std::string RefusalOf(const std::string& kind) {
+  const std::string type = kind[0] == 's' ? "string类型" : "int或int64类型";
+  return type + (kind.ends_with('&') ? "，并且为引用型..." : "...");
+}
+
+TEST(BuiltinTable, EveryHandlerRefusesEachArgumentOfAnotherKind) {
+  BuiltinCaller caller;
+  caller.Declare("text", "x");
+  caller.Declare("number", 1);
+  caller.Declare("large", int64_t{1});
+  const std::set<std::string> unchecked = {"fprintf 1"};
+  int refused = 0;
+  for (const KernelFunctionRow& row : kKernelFunctions) {
+    if (!row.handler) continue;
+    const std::vector<std::string> kinds = SplitKinds(row.kinds);
+    std::vector<Argument> right;
+    for (const std::string& kind : kinds) right.push_back(RightFor(kind));
+    for (size_t i = 0; i < kinds.size(); ++i) {
+      if (unchecked.contains(row.name + (" " + std::to_string(i + 1)))) continue;
+      for (const Argument& wrong : WrongFor(kinds[i])) {
+        std::vector<Argument> arguments = right;
+        arguments[i] = wrong;
+        EXPECT_EQ(caller.Refusal(row.name, arguments),
+                  std::string("函数") + row.name + "()参数" + std::to_string(i + 1) + "应当为" + RefusalOf(kinds[i]));
+        ++refused;
+      }
+    }
+  }
+  EXPECT_GE(refused, 60) << "the table has rows of fewer arguments than it should";
+  EXPECT_EQ(caller.Text("text"), "x");
+}
+
+TEST(BuiltinTable, ACallWithTooFewArgumentsIsRefusedByTheSharedCountMessage) {
+  BuiltinCaller caller;
+  caller.Declare("text", "x");
+  for (const KernelFunctionRow& row : kKernelFunctions) {
+    if (!row.handler || std::string_view(row.kinds).ends_with("...")) continue;
+    const std::vector<std::string> kinds = SplitKinds(row.kinds);
+    std::vector<Argument> arguments;
+    for (const std::string& kind : kinds) {
+      EXPECT_EQ(caller.Refusal(row.name, arguments), std::string("函数") + row.name + "()应当以" +
+                                                         std::to_string(kinds.size()) + "个参数调用，现错为" +
+                                                         std::to_string(arguments.size()) + "个");
+      arguments.push_back(RightFor(kind));
+    }
+  }
+}
+
+TEST(BuiltinTable, AnEarlierWrongKindIsToldBeforeAMissingArgument) {
+  BuiltinCaller caller;
+  EXPECT_EQ(caller.Refusal("Seek", {"x"}), "函数Seek()参数1应当为int或int64类型...");
+  EXPECT_EQ(caller.Refusal("Read", {0}), " NULL file handle");
+  EXPECT_EQ(caller.Refusal("Read", {int64_t{1} << 32}), " NULL file handle") << "the low 32 bits count";
+}
+
+TEST(RequiredArguments, CountsWhatACallMustHave) {
+  EXPECT_EQ(RequiredArguments(""), 0);
+  EXPECT_EQ(RequiredArguments("i"), 1);
+  EXPECT_EQ(RequiredArguments("i(,i)"), 1);
+  EXPECT_EQ(RequiredArguments("i,i|s"), 2);
+  EXPECT_EQ(RequiredArguments("s,s,s,..."), 3);
+  EXPECT_EQ(RequiredArguments("i,i,s&,i,i&(,s&)"), 5);
+}
+
+// A row of the test's own: what a built-in with integer references, another name in messages and a cell of any kind
+// would do.
+constexpr KernelFunctionRow kOwnRow = {"StrFindOneOf", 0, nullptr, "i&,s&,i(,s)"};
+
+class ArgumentsTest : public ::testing::Test {
+ protected:
+  Arguments Make(int argc) {
+    return Arguments(&self, argc, static_cast<int>(self.m_Cells.size()) - argc, kOwnRow, "FindOneOf");
+  }
+
+  template <typename Read>
+  std::string MessageOf(Read read) {
+    try {
+      read();
+    } catch (const CError& error) {
+      return error.text;
+    }
+    return "(no refusal)";
+  }
+
+  CFuncArray self;
+};
+
+TEST_F(ArgumentsTest, WritesReachTheVariableThroughItsReference) {
+  self.CreateNewVar("n", 5);
+  self.CreateNewVar("large", int64_t{-3});
+  self.CreateNewVar("s", "old");
+  self.CreateNewVarDup("_param  0", "n");
+  self.CreateNewVarDup("_param  1", "large");
+  self.CreateNewVarDup("_param  2", "s");
+  Arguments args = Make(3);
+  EXPECT_EQ(args.IntRef(1), 5);
+  EXPECT_EQ(args.IntRef(2), -3);
+  EXPECT_STREQ(args.TextRef(3), "old");
+  args.SetInt(1, 0x1'0000'0007);
+  args.SetInt(2, 0x1'0000'0007);
+  EXPECT_EQ(args.SetText(3, std::string_view("ab\0c", 4)), 2) << "a text ends at its first NUL";
+  EXPECT_EQ(self.SearchVar("n")->lVal, 7);
+  EXPECT_EQ(self.SearchVar("large")->i64Val, 0x1'0000'0007);
+  EXPECT_STREQ(*self.SearchVar("s")->string, "ab");
+}
+
+TEST_F(ArgumentsTest, MessagesCarryTheNameThatTheBuiltinCallsItself) {
+  self.CreateNewVar("_param  0", 5);
+  EXPECT_EQ(MessageOf([&] { Make(1).IntRef(1); }), "函数FindOneOf()参数1应当为int或int64类型，并且为引用型...");
+  EXPECT_EQ(MessageOf([&] { Make(1).Int(2); }), "函数FindOneOf()应当以3个参数调用，现错为1个");
+  EXPECT_EQ(MessageOf([&] { Make(1).Cell(2); }), "函数FindOneOf()应当以3个参数调用，现错为1个");
+  EXPECT_EQ(Make(1).Cell(1)->lVal, 5);
+}
+
+TEST_F(ArgumentsTest, ChecksWithoutANameOrNumberSayLess) {
+  self.CreateNewVar("n", 5);
+  CVarCell* cell = self.SearchVar("n");
+  EXPECT_EQ(MessageOf([&] { self.CheckStringArg(cell, nullptr, 1); }), "函数调用参数类型应当为string类型");
+  EXPECT_EQ(MessageOf([&] { self.CheckStringRefArg(cell, "X", 0); }), "函数调用参数类型应当为string类型，并且为引用型");
+  EXPECT_EQ(MessageOf([&] { self.CheckIntRefArg(cell, nullptr, 0); }),
+            "函数调用参数类型应当为int或int64类型，并且为引用型");
+  cell->leixing = kWord;
+  EXPECT_EQ(MessageOf([&] { self.CheckIntArg(cell, nullptr, 1); }), "函数调用参数类型应当为int或int64类型");
+  EXPECT_EQ(MessageOf([&] { self.CheckStringArg(cell, "X", 3); }), "函数X()参数3应当为string类型...");
+}
+
+TEST(ProcessArgList, GivesAnInt64TwoWordsAndAWordNone) {
+  CFuncArray self;
+  self.CreateNewVar("a", -1);
+  self.CreateNewVar("b", int64_t{0x0000'0002'0000'0003});
+  self.CreateNewVar("c", 9);
+  self.SearchVar("c")->leixing = kWord;
+  self.CreateNewVar("d", "text");
+  WordList words;
+  self.ProcessArgList(words, 0, 4);
+  ASSERT_EQ(words.Count(), 4);
+  EXPECT_EQ(words[0].bits, 0xFFFFFFFFu);
+  EXPECT_EQ(words[1].bits, 3u);
+  EXPECT_EQ(words[2].bits, 2u);
+  EXPECT_STREQ(words[3].text, "text");
+}
+
+}  // namespace
+}  // namespace karst::testing

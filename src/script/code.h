@@ -1,0 +1,127 @@
+// CCode: the source text as the interpreter sees it: loaded and rewritten once, then read token by token.
+#pragma once
+
+#include <cstdint>
+
+#include "script/runable.h"
+
+namespace karst {
+
+// Token classes: what CCode::GetToken gives.
+enum TokenClass : int {
+  DELIMITER = 1,
+  VARIABLE = 2,
+  NUMBER = 3,
+  COMMAND = 4,
+  WORD = 5,
+  STRING = 6,
+  LABEL = 7,
+  CHARCONST = 8,
+};
+
+// Token numbers: what CCode::nTok holds. 0 stands for everything else.
+enum TokenNumber : int {
+  kTokIf = 1,
+  kTokGoto = 2,
+  kTokReturn = 3,
+  kTokStop = 4,
+  kTokLoop = 5,
+  kTokEndLoop = 6,
+  kTokInt = 7,
+  kTokString = 8,
+  kTokDelete = 9,
+  kTokBegin = 10,
+  kTokEnd = 11,
+  kTokCall = 12,
+  kTokIntArray = 13,
+  kTokStringArray = 14,
+  kTokElse = 15,
+  kTokBreak = 16,
+  kTokJump = 17,
+  kTokStart = 18,
+  kTokFinal = 19,
+  kTokField = 20,
+  kTokSubField = 21,
+  kTokCommon = 22,
+  kTokChain = 23,
+  EOL = 24,
+  kTokGroup = 25,
+  kTokRecord = 26,
+  kTokContinue = 27,
+  kTokInt64 = 28,
+  FINISHED = 29,
+};
+
+struct ScannedToken;
+
+}  // namespace karst
+
+class KARST_API CCode : public virtual CRunable {
+ public:
+  CCode();
+  CCode(const CCode&) = delete;
+  CCode& operator=(const CCode&) = delete;
+  ~CCode() override;
+
+  // Loads a file, unless it is the one already held. The length of the new code, 0 if the held code serves, -1 (with
+  // a message on the host's output) if it cannot be read. A literal still open at the end is a CError.
+  int ReadCodeFromFile(const char* lpszFileName, int bReload);
+  // Rewrites a source into a new buffer from new[], which the caller owns: comments out, continued lines joined,
+  // literals with their length in front. Gives the length with the final NUL, or -1 without memory.
+  int ChangeCode(const char* lpSource, int nSize, char** lpOut);
+  // The same in place; the buffer (from new[]) may move.
+  int ChangeCode(char** lpCode, int nSize);
+  // Forget the file's name, so that the next load reads it afresh; with the second, the code as well.
+  int ClearCodeCatch();
+  int ClearFileCatch();
+  int ResetCodeStartPos();
+  // The line of a position, from 1: CRs counted from `lpStart`, those in literals left out.
+  int GetLineNumber(const char* lpPos, const char* lpStart);
+  // The line of the read position; after a refused load, the line of what was refused.
+  int GetCurLineNumber();
+  // Writes rewritten code in readable form, or bytes as they are. 0.
+  int DumpCode(const char* lpszFile, const char* lpCode, int nLen);
+  int DumpFile(const char* lpszFile, const char* lpCode, int nLen);
+
+  // Reads the next token: sets szToken, nTok and nTokenType, moves lpProg, gives the class. Reserved words are
+  // overwritten in the code by their number form.
+  int GetToken();
+  // Gives the last token back; only one can be. 0.
+  int PutBack();
+  // A word's token number, or 0.
+  int LookUpReserve(const char* lpszWord);
+  // Passes the next line end. 0, or 1 when lpProgEnd stopped it.
+  int FindEOL();
+  int SkipBlankLine();
+  // Passes a then-part and looks for "else": 1 if it was read, else 0.
+  int FindElse();
+  // The position behind a label's name, or null.
+  char* FindLabel(const char* lpszLabel);
+
+  int nCodeLen = 0;              // length of the rewritten code, with its final NUL
+  char* lpCodeBuffer = nullptr;  // the rewritten code, owned; null when nothing is loaded
+  char szCodeFile[255];          // full path of the file it came from; empty: the next load reads afresh
+  char szToken[500];             // text of the current token
+  int nTok = 0;                  // its number; 0 for what is no reserved word, brace, line end or end of code
+  int nTokenType = 0;            // its class; -1 after PutBack
+  int nPutBackExtra = 0;         // what PutBack gives back beyond the text: 6 for a literal
+  char* lpProg = nullptr;        // the read position
+  char* lpProgEnd = nullptr;     // end limit of a piece run, null when there is none
+  int bPutBack = 1;              // 1: there is no token to put back
+
+ protected:
+  int FreeCodeBuffer();
+  // Reads on to the "}" that closes the block whose "{" was just read; halts at the end of the code.
+  int SkipBlock();
+
+  // Goes up by one whenever the code buffer is replaced or freed: what was remembered of the old one is void.
+  uint32_t code_generation_ = 0;
+
+ private:
+  int LoadSource(const char* path, CString& source);
+  void RefuseToken(const karst::ScannedToken& token);
+  void RefuseByte(char byte);
+
+  int load_fault_line_ = 0;  // where the last load found a fault; 0 once something was read again
+  int literal_length_ = 0;   // bytes that the current literal's text takes in the code, also where it holds a NUL
+};

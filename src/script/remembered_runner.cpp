@@ -1,0 +1,281 @@
+// RememberedRunner: statements. The expressions are in remembered_expression.cpp.
+#include "script/remembered_runner.h"
+
+#include "script/statement_builder.h"
+
+namespace karst {
+
+RememberedRunner::RememberedRunner(CScript& script, int entry_depth)
+    : script_(script), remembered_(*script.remembered_), store_(script.Store()), entry_depth_(entry_depth) {
+  remembered_.Follow(script.lpCodeBuffer, script.nCodeLen, script.code_generation_);
+  limit_ = script.lpProgEnd ? script.lpProgEnd : script.lpCodeBuffer + script.nCodeLen;
+}
+
+int RememberedRunner::Run() {
+  for (;;) {
+    if (Stopped() || script_.lpProg >= limit_) return 0;
+    Statement* statement = remembered_.At(script_.lpProg);
+    if (!statement || statement->last_token >= limit_) {
+      if (Read() == Flow::kLeave) return result_;
+      continue;
+    }
+    do {
+      if (statement_budget >= 0) [[unlikely]] {
+        MoveTo(statement->word);
+        if (statement->kind != StatementKind::kPieceEnd) SpendStatement(script_);
+      }
+      statement = statement->run(*this, *statement);
+    } while (statement && statement->last_token < limit_ && !Stopped());
+    if (leaving_) return result_;
+    if (statement) MoveTo(statement->position);
+  }
+}
+
+// One statement from the text.
+RememberedRunner::Flow RememberedRunner::Read() {
+  const char* position = script_.lpProg;
+  const Flow flow = script_.RunStatement(entry_depth_, result_);
+  if (flow == Flow::kNext && !remembered_.At(position) && remembered_.NoteRead(position)) Remember(position);
+  return flow;
+}
+
+void RememberedRunner::Remember(const char* position) {
+  const CodeSpan code{script_.lpCodeBuffer, script_.lpCodeBuffer + script_.nCodeLen};
+  StatementBuilder builder(script_, remembered_, code, script_.lpProgEnd);
+  Statement* statement = nullptr;
+  switch (builder.Build(position, statement)) {
+    case StatementBuilder::Outcome::kBuilt: remembered_.Keep(position, statement); break;
+    case StatementBuilder::Outcome::kNotYet: remembered_.TryAgainLater(position); break;
+    case StatementBuilder::Outcome::kNever: remembered_.GiveUp(position); break;
+  }
+}
+
+StatementHandler RememberedRunner::HandlerOf(const Statement& statement) {
+  switch (statement.kind) {
+    case StatementKind::kAssign: return statement.expression->calls ? Assign : AssignInt;
+    case StatementKind::kAppend: return Append;
+    case StatementKind::kPrepend: return Prepend;
+    case StatementKind::kCall: return CallStatement;
+    case StatementKind::kIf: return If;
+    case StatementKind::kElse: return Else;
+    case StatementKind::kLoop: return Loop;
+    case StatementKind::kEndLoop: return EndLoop;
+    case StatementKind::kBreak: return Break;
+    case StatementKind::kContinue: return Continue;
+    case StatementKind::kBegin: return Begin;
+    case StatementKind::kEnd: return End;
+    case StatementKind::kGoto: return Goto;
+    case StatementKind::kPieceEnd: return PieceEnd;
+    default: return Declare;
+  }
+}
+
+// Names and values.
+
+RememberedStatement* RememberedRunner::AssignInt(RememberedRunner& self, Statement& statement) {
+  const IntResult result = statement.expression->evaluate_int(*statement.expression);
+  if (!result.known) return Assign(self, statement);
+  CVarCell* cell = statement.slot->newest;
+  if (cell && cell->leixing == kInt && cell->nDupPos == -1) [[likely]] {
+    cell->lVal = result.value;
+  } else {
+    self.AssignValue(statement, CValue(result.value));
+  }
+  return self.Next(statement);
+}
+
+RememberedStatement* RememberedRunner::Assign(RememberedRunner& self, Statement& statement) {
+  if (self.AppendInPlace(statement)) return self.Next(statement);
+  CValue value;
+  self.Evaluate(*statement.expression, value);
+  self.AssignValue(statement, value);
+  return self.Next(statement);
+}
+
+void RememberedRunner::AssignValue(const Statement& statement, const CValue& value) {
+  CVarCell* cell = statement.slot->newest;
+  if (cell && value.leixing == kInt && cell->leixing == kInt && cell->nDupPos == -1) {
+    cell->lVal = value.lVal;
+    return;
+  }
+  MoveTo(statement.behind_word);  // where a refusal is reported
+  script_.ChangeValue(*statement.slot, value);
+}
+
+// SPEED: name = name + text grows the variable's own text. The sum would be the same text.
+bool RememberedRunner::AppendInPlace(Statement& statement) {
+  const ExpressionNode& sum = *statement.expression;
+  if (sum.kind != NodeKind::kAdd || sum.left->slot != statement.slot) return false;
+  CVarCell* cell = statement.slot->newest;
+  if (!cell || cell->leixing != kText || cell->nDupPos != -1) return false;
+  std::string_view added;
+  if (!TextOperand(*sum.right, added)) return false;
+  cell->string->Append(added);
+  return true;
+}
+
+CVarCell* RememberedRunner::TextVariable(const NameSlot& slot, const char* refusal) {
+  return script_.TextVariable(slot.newest, slot.name.c_str(), refusal);
+}
+
+RememberedStatement* RememberedRunner::Append(RememberedRunner& self, Statement& statement) {
+  CValue value;
+  std::string_view added;
+  if (!TextOperand(*statement.expression, added)) {
+    self.Evaluate(*statement.expression, value);
+    self.MoveTo(statement.behind_value);
+    if (value.leixing != kText) self.script_.halt(CScript::kAppendOnlyTexts);
+    if (value.string) added = value.string;
+  }
+  self.MoveTo(statement.behind_value);
+  CVarCell* cell = self.TextVariable(*statement.slot, CScript::kAppendOnlyTexts);
+  if (cell->nDupPos == -1) {
+    cell->string->Append(added);
+  } else {
+    CString text = *cell->string;
+    text += added;
+    self.script_.ChangeDupVars(cell, text.view());
+  }
+  return self.Next(statement);
+}
+
+RememberedStatement* RememberedRunner::Prepend(RememberedRunner& self, Statement& statement) {
+  self.MoveTo(statement.behind_value);
+  CVarCell* right = self.TextVariable(*statement.other, CScript::kPrependOnlyTexts);
+  const CVarCell* left = self.TextVariable(*statement.slot, CScript::kPrependOnlyTexts);
+  CString text = *left->string;
+  text += right->string->view();
+  self.script_.ChangeDupVars(right, text.view());
+  return self.Next(statement);
+}
+
+RememberedStatement* RememberedRunner::Declare(RememberedRunner& self, Statement& statement) {
+  CScript& script = self.script_;
+  if (statement.kind == StatementKind::kDeclareText) {
+    self.MoveTo(statement.next);
+    script.MakeText(*statement.slot, statement.expression ? statement.expression->text : std::string_view());
+    return self.Next(statement);
+  }
+  CValue value(int32_t{0});
+  if (statement.expression) self.Evaluate(*statement.expression, value);
+  self.MoveTo(statement.next);
+  if (statement.kind == StatementKind::kDeclareInt) {
+    script.CreateDeclaredInt(*statement.slot, value);
+  } else {
+    script.CreateDeclaredInt64(*statement.slot, value);
+  }
+  return self.Next(statement);
+}
+
+RememberedStatement* RememberedRunner::CallStatement(RememberedRunner& self, Statement& statement) {
+  CValue dropped;
+  self.Call(*statement.call, dropped);
+  return self.Next(statement);
+}
+
+// Conditions and blocks.
+
+bool RememberedRunner::Holds(const ExpressionNode& condition) {
+  const IntResult result = condition.evaluate_int(condition);
+  if (result.known) return result.value != 0;
+  CValue value;
+  Evaluate(condition, value);
+  return Truth(value) == 1;
+}
+
+// What a false condition or an "else" passes was just read from the text.
+RememberedStatement* RememberedRunner::SkippedByReading(Statement& statement) {
+  if (script_.nTok == FINISHED) return Leave(0);
+  statement.skip_target = script_.lpProg;
+  statement.skipped_to = nullptr;
+  return ReadOn();
+}
+
+RememberedStatement* RememberedRunner::If(RememberedRunner& self, Statement& statement) {
+  if (self.Holds(*statement.expression)) {
+    if (statement.opens_block) self.script_.DoBegin();
+    return self.Next(statement);
+  }
+  if (self.CanSkip(statement)) return self.Skip(statement);
+  self.MoveTo(statement.behind_value);
+  self.script_.SkipBlankLine();
+  self.script_.FindElse();
+  return self.SkippedByReading(statement);
+}
+
+RememberedStatement* RememberedRunner::Else(RememberedRunner& self, Statement& statement) {
+  if (self.CanSkip(statement)) return self.Skip(statement);
+  self.MoveTo(statement.behind_word);
+  self.script_.DoElse();
+  return self.SkippedByReading(statement);
+}
+
+RememberedStatement* RememberedRunner::Begin(RememberedRunner& self, Statement& statement) {
+  self.script_.DoBegin();
+  return self.Next(statement);
+}
+
+RememberedStatement* RememberedRunner::End(RememberedRunner& self, Statement& statement) {
+  self.MoveTo(statement.behind_word);
+  self.script_.DoEnd();
+  return self.Next(statement);
+}
+
+// Loops and jumps.
+
+RememberedStatement* RememberedRunner::Loop(RememberedRunner& self, Statement& statement) {
+  CLoopStack& open_loops = *self.script_.pLoopStack;
+  open_loops.push(const_cast<char*>(statement.word));
+  if (self.Holds(*statement.expression)) return self.Next(statement);
+  open_loops.pop();
+  if (self.CanSkip(statement)) return self.Skip(statement);
+  self.MoveTo(statement.behind_value);
+  self.script_.SkipUntilPeiduiEndcir();
+  return self.SkippedByReading(statement);
+}
+
+RememberedStatement* RememberedRunner::EndLoop(RememberedRunner& self, Statement& statement) {
+  self.MoveTo(statement.behind_word);
+  self.script_.DoEndLoop();
+  return self.remembered_.At(self.script_.lpProg);
+}
+
+RememberedStatement* RememberedRunner::Break(RememberedRunner& self, Statement& statement) {
+  self.MoveTo(statement.behind_word);
+  if (self.script_.lpProgEnd) {
+    self.script_.CloseFrames(self.entry_depth_);
+    return self.Leave(1);
+  }
+  if (!self.CanSkip(statement)) {
+    self.script_.SkipUntilPeiduiEndcir();
+    statement.skip_target = self.script_.lpProg;
+  }
+  self.script_.pLoopStack->pop();
+  return self.Skip(statement);
+}
+
+RememberedStatement* RememberedRunner::Continue(RememberedRunner& self, Statement& statement) {
+  self.MoveTo(statement.behind_word);
+  if (!self.script_.lpProgEnd) self.script_.halt(".pro运行时尚不能使用continue语句");
+  self.script_.CloseFrames(self.entry_depth_);
+  return self.Leave(2);
+}
+
+RememberedStatement* RememberedRunner::Goto(RememberedRunner& self, Statement& statement) {
+  self.MoveTo(statement.behind_value);
+  for (int left = statement.frames_left; left > 0; --left) self.script_.ClearStackVars();
+  return self.Next(statement);
+}
+
+// Nothing is left but blanks and line ends, up to the end of one piece; with another end they are read.
+RememberedStatement* RememberedRunner::PieceEnd(RememberedRunner& self, Statement& statement) {
+  if (statement.piece_end == self.limit_) {
+    self.MoveTo(statement.next);
+    return self.Leave(0);
+  }
+  self.MoveTo(statement.position);
+  if (self.Read() == Flow::kLeave) self.leaving_ = true;
+  return self.ReadOn();
+}
+
+}  // namespace karst

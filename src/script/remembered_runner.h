@@ -1,0 +1,100 @@
+// RememberedRunner: the main loop with a memory: runs statements as they are remembered and reads from the text where
+// nothing is.
+//
+// The read position of the script is kept only where somebody can see it: ahead of whatever may raise an error, and
+// where reading goes on.
+#pragma once
+
+#include "script/remembered.h"
+#include "script/script.h"
+#include "values/cellstore.h"
+
+namespace karst {
+
+class RememberedRunner {
+ public:
+  RememberedRunner(CScript& script, int entry_depth);
+
+  // As CScript::MainLoop.
+  int Run();
+
+  // What runs a statement of that kind.
+  static StatementHandler HandlerOf(const RememberedStatement& statement);
+  // What makes an argument of that kind.
+  static ArgumentMaker MakerOf(const RememberedArgument& argument);
+
+ private:
+  using Flow = CScript::Flow;
+  using Statement = RememberedStatement;
+
+  Flow Read();
+  void Remember(const char* position);
+  bool Stopped() const { return script_.IsStop() != 0; }
+
+  // Handlers, one for each kind.
+  static Statement* Assign(RememberedRunner& self, Statement& statement);
+  static Statement* AssignInt(RememberedRunner& self, Statement& statement);
+  static Statement* Append(RememberedRunner& self, Statement& statement);
+  static Statement* Prepend(RememberedRunner& self, Statement& statement);
+  static Statement* CallStatement(RememberedRunner& self, Statement& statement);
+  static Statement* If(RememberedRunner& self, Statement& statement);
+  static Statement* Else(RememberedRunner& self, Statement& statement);
+  static Statement* Loop(RememberedRunner& self, Statement& statement);
+  static Statement* EndLoop(RememberedRunner& self, Statement& statement);
+  static Statement* Break(RememberedRunner& self, Statement& statement);
+  static Statement* Continue(RememberedRunner& self, Statement& statement);
+  static Statement* Begin(RememberedRunner& self, Statement& statement);
+  static Statement* End(RememberedRunner& self, Statement& statement);
+  static Statement* Declare(RememberedRunner& self, Statement& statement);
+  static Statement* Goto(RememberedRunner& self, Statement& statement);
+  static Statement* PieceEnd(RememberedRunner& self, Statement& statement);
+
+  // Where to go on.
+  Statement* Next(Statement& statement) {
+    return statement.following ? statement.following : Follow(statement.following, statement.next);
+  }
+  Statement* Skip(Statement& statement) {
+    return statement.skipped_to ? statement.skipped_to : Follow(statement.skipped_to, statement.skip_target);
+  }
+  Statement* Follow(Statement*& link, const char* position) {
+    MoveTo(position);
+    return link = remembered_.At(position);
+  }
+  Statement* ReadOn() { return nullptr; }
+  Statement* Leave(int result) {
+    result_ = result;
+    leaving_ = true;
+    return nullptr;
+  }
+  bool CanSkip(const Statement& statement) const { return statement.skip_target && statement.skip_target < limit_; }
+  Statement* SkippedByReading(Statement& statement);
+
+  bool AppendInPlace(Statement& statement);
+  void AssignValue(const Statement& statement, const CValue& value);
+  CVarCell* TextVariable(const NameSlot& slot, const char* refusal);
+
+  bool Holds(const ExpressionNode& condition);
+  void Evaluate(const ExpressionNode& node, CValue& value);
+  void EvaluateBinary(const ExpressionNode& node, CValue& value);
+  // The text of a literal or of a text variable; false for any other node.
+  static bool TextOperand(const ExpressionNode& node, std::string_view& text);
+  void Call(const RememberedCall& call, CValue& result);
+  static void MakeLiteral(RememberedRunner& self, const RememberedArgument& argument);
+  static void MakeReference(RememberedRunner& self, const RememberedArgument& argument);
+  static void MakeFromVariable(RememberedRunner& self, const RememberedArgument& argument);
+  static void MakeFromExpression(RememberedRunner& self, const RememberedArgument& argument);
+  template <typename Set>
+  void AppendArgument(const RememberedArgument& argument, Set set);
+
+  void MoveTo(const char* position) { script_.lpProg = const_cast<char*>(position); }
+
+  CScript& script_;
+  Remembered& remembered_;
+  CellStore& store_;
+  const int entry_depth_;
+  const char* limit_;  // the piece's end, or behind the code
+  bool leaving_ = false;
+  int result_ = 0;
+};
+
+}  // namespace karst

@@ -1,0 +1,114 @@
+// CScript: the interpreter: source, variables and built-ins under one main loop.
+#pragma once
+
+#include <memory>
+
+#include "builtins/funcarray.h"
+#include "script/code.h"
+#include "script/loopstack.h"
+
+namespace karst {
+class NestingGuard;
+class Remembered;
+class RememberedRunner;
+class StatementBuilder;
+}  // namespace karst
+
+// Runs a script file. `lpszFileName` is its path (GBK), `hWnd` the host's output control or null. Gives the script's
+// result, or -1 when it failed; the message is then on the host's output as "\r\n第%d行: %s".
+KARST_API int RunKarstPro(const char* lpszFileName, HWND hWnd);
+
+class KARST_API CScript : public CCode, public CFuncArray {
+ public:
+  CScript();
+  ~CScript() override;
+
+  // Loads a script and runs it. -1 if it cannot be loaded, else the main loop's result. A fault of the script leaves
+  // as CError.
+  int Run(const char* lpszFileName);
+  // Runs the code from lpProg on, to lpProgEnd where it is set (a piece). 0 at a normal end, 1 after "break" and 2
+  // after "Continue" in a piece, or the int of "stop".
+  int MainLoop();
+
+  // Expressions. GetExp and GetLogicExp read one from the next token on and leave the token that ended it unread. The
+  // levels are entered with their first token read, and leave with the token behind them read.
+  void GetExp(CValue* pResult);
+  void level2(CValue* pResult);
+  void level3(CValue* pResult);
+  void level4(CValue* pResult);
+  void level5(CValue* pResult);
+  void level6(CValue* pResult);
+  void primitive(CValue* pResult);
+  void arith(char cOp, CValue* pLeft, CValue* pRight);
+  void unary(char cOp, CValue* pValue);
+  int find_var(const char* lpszName, CValue* pResult);
+
+  void GetLogicExp(int* pnResult);
+  void l_level2(CValue* pResult);
+  void l_level3(CValue* pResult);
+  void l_level4(CValue* pResult);
+  void l_level5(CValue* pResult);
+  void l_level6(CValue* pResult);
+  void l_primitive(CValue* pResult);
+  void logic_arith(char cOp, CValue* pLeft, CValue* pRight);
+  void logic_arith(const char* lpszOp, CValue* pLeft, CValue* pRight);
+  int CvtLogicValue(CValue* pValue);
+  void logic_unary(char cOp, CValue* pValue);
+
+  // Statements, each entered with its first word read ("assignment" with it unread).
+  void assignment();
+  int DoIf();
+  int DoElse();
+  int DoBegin();
+  int DoEnd();
+  int DoGoto();
+  int GotoPos(char* lpFrom, char* lpTo);
+  int DoLoop();
+  int DoEndLoop();
+  int DoBreak();
+  // Goes behind the "endloop" that pairs with the current loop ("peidui": matching).
+  int SkipUntilPeiduiEndcir();
+  int CreateInt();
+  int CreateInt64();
+  int CreateString();
+  int DoStop(int nEntryDepth);
+
+  // Calls. DoFunction is entered behind the "(" and leaves behind the ")" or the line end in its place.
+  int DoFunction(const char* lpszName, CValue* pResult);
+  // Overwrites a built-in's name in the code, and in `lpszName`, by its index form. 0, or -1 if nothing was done.
+  int CvtFuncName(char* lpszName, int nMaxLen, char* lpNameEnd);
+
+  CLoopStack* pLoopStack;
+
+ private:
+  static constexpr char kAppendOnlyTexts[] = " << 运算只能在string类型变量之间进行!";
+  static constexpr char kPrependOnlyTexts[] = " >> 运算只能在string类型变量之间进行!";
+
+  friend class karst::RememberedRunner;
+  friend class karst::StatementBuilder;
+  friend class karst::NestingGuard;
+
+  enum class Flow { kNext, kLeave };
+  // One turn of the main loop, read from the text; kLeave with the loop's result in `result`.
+  Flow RunStatement(int entry_depth, int& result);
+  Flow ActOnWord(int entry_depth, int& result);
+  void CloseFrames(int entry_depth);
+
+  // Steps of a call and of the statements that begin with a name.
+  void ReadArguments();
+  void MakeArgument(int number, bool by_reference, CValue& value);
+  void CallStatement(char* name, char* name_end);
+  void AssignStatement(const char* name, char* name_end);
+  void AppendStatement(const char* name);
+  void PrependStatement(const char* name);
+  // The cell, if it is a text; halts if it is null or another type.
+  CVarCell* TextVariable(CVarCell* cell, const char* name, const char* refusal);
+  void CreateDeclaredInt(karst::NameSlot& slot, const CValue& value);
+  void CreateDeclaredInt64(karst::NameSlot& slot, CValue& value);
+  void RefuseName(const char* name);
+  template <typename Create>
+  void Declare(const char* name_refusal, const char* value_refusal, Create create);
+
+  int nesting_ = 0;  // parentheses and calls that are open on the machine's stack
+  std::unique_ptr<karst::Remembered> remembered_;
+};

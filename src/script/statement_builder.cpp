@@ -1,0 +1,214 @@
+// StatementBuilder: statements. The expressions are in expression_builder.cpp.
+#include "script/statement_builder.h"
+
+#include <cstring>
+
+#include "script/name.h"
+#include "script/remembered_runner.h"
+#include "script/script.h"
+
+namespace karst {
+
+StatementBuilder::Outcome StatementBuilder::Build(const char* position, RememberedStatement*& statement) {
+  at_ = last_token_ = position;
+  try {
+    RememberedStatement built{};
+    Dispatch(built);
+    if (!built.next) built.next = at_;
+    built.last_token = last_token_;
+    built.position = position;
+    built.run = RememberedRunner::HandlerOf(built);
+    statement = &remembered_.NewStatement();
+    *statement = built;
+    return Outcome::kBuilt;
+  } catch (const Abandon& abandon) {
+    return abandon.outcome;
+  }
+}
+
+// Reads one token as the text stands. Words that reading would still overwrite, the end of the code or piece, and
+// refused tokens end the attempt.
+void StatementBuilder::Read() {
+  token_ = ScanToken(code_, at_, limit_);
+  if (token_.fault != ScanFault::kNone || token_.number == FINISHED) throw Abandon{Outcome::kNotYet};
+  const bool settled = token_.cls != COMMAND || token_.Is('`') || token_.Is('{') || token_.Is('}');
+  if (!settled) throw Abandon{Outcome::kNotYet};
+  at_ = token_.end;
+  if (token_.start > last_token_) last_token_ = token_.start;
+}
+
+void StatementBuilder::PassBlankLines() {
+  do Read();
+  while (token_.number == EOL);
+  GiveBack();
+}
+
+void StatementBuilder::ReadName(NameSlot*& slot) {
+  Read();
+  if (token_.cls != VARIABLE) throw Abandon{Outcome::kNever};
+  slot = SlotOf(token_.text);
+}
+
+NameSlot* StatementBuilder::SlotOf(std::string_view name) { return &script_.Store().SlotOf(SignificantName(name)); }
+
+// Tokens that the main loop drops are passed on the way to the statement.
+void StatementBuilder::Dispatch(RememberedStatement& statement) {
+  do {
+    token_ = ScanToken(code_, at_, limit_);
+    if (limit_ && token_.fault == ScanFault::kNone && token_.start >= limit_) return PieceEnd(statement);
+    Read();
+  } while (token_.cls != VARIABLE && !HasAction(token_.number));
+  statement.word = token_.start;
+  statement.behind_word = at_;
+  if (token_.cls == VARIABLE) {
+    BeginsWithName(statement);
+  } else {
+    Word(statement);
+  }
+}
+
+void StatementBuilder::PieceEnd(RememberedStatement& statement) {
+  statement.kind = StatementKind::kPieceEnd;
+  statement.piece_end = limit_;
+  statement.next = token_.start;
+}
+
+void StatementBuilder::Word(RememberedStatement& statement) {
+  const auto plain = [&statement](StatementKind kind) { statement.kind = kind; };
+  switch (token_.number) {
+    case kTokIf: return If(statement);
+    case kTokLoop: return Loop(statement);
+    case kTokGoto: return Goto(statement);
+    case kTokInt:
+    case kTokInt64:
+    case kTokString: return Declare(statement);
+    case kTokElse: return plain(StatementKind::kElse);
+    case kTokEndLoop: return plain(StatementKind::kEndLoop);
+    case kTokBreak: return plain(StatementKind::kBreak);
+    case kTokContinue: return plain(StatementKind::kContinue);
+    case kTokBegin: return plain(StatementKind::kBegin);
+    case kTokEnd: return plain(StatementKind::kEnd);
+    default: throw Abandon{Outcome::kNever};
+  }
+}
+
+void StatementBuilder::BeginsWithName(RememberedStatement& statement) {
+  if (token_.Is('`')) throw Abandon{Outcome::kNever};
+  const std::string_view name = SignificantName(token_.text);
+  Read();
+  if (token_.Is('(')) return CallStatement(statement, name);
+  statement.slot = SlotOf(name);
+  switch (token_.text.empty() ? '\0' : token_.text[0]) {
+    case '=': return Assign(statement);
+    case '<': return Append(statement);
+    case '>': return Prepend(statement);
+    default: throw Abandon{Outcome::kNever};
+  }
+}
+
+void StatementBuilder::Assign(RememberedStatement& statement) {
+  statement.kind = StatementKind::kAssign;
+  Read();
+  if (token_.cls == STRING) {
+    statement.expression = Literal();
+  } else {
+    GiveBack();
+    statement.expression = Expression();
+  }
+  statement.behind_value = at_;
+}
+
+void StatementBuilder::Append(RememberedStatement& statement) {
+  statement.kind = StatementKind::kAppend;
+  Read();
+  if (!token_.Is('<')) throw Abandon{Outcome::kNever};
+  statement.expression = Expression();
+  statement.behind_value = at_;
+}
+
+void StatementBuilder::Prepend(RememberedStatement& statement) {
+  statement.kind = StatementKind::kPrepend;
+  Read();
+  if (!token_.Is('>')) throw Abandon{Outcome::kNever};
+  ReadName(statement.other);
+  statement.behind_value = at_;
+}
+
+void StatementBuilder::CallStatement(RememberedStatement& statement, std::string_view name) {
+  statement.kind = StatementKind::kCall;
+  statement.call = Call(name);
+  // The rest of the line is not read; a piece that ends ahead of its line feed would end the scan there.
+  const char* p = at_;
+  for (bool in_quotes = false;; ++p) {
+    while (*p == '"') p = BehindLiteral(code_, p);
+    if (*p == 0) throw Abandon{Outcome::kNever};
+    if (*p == '\'') in_quotes = !in_quotes;
+    if (*p == '\n' && !in_quotes) break;
+  }
+  if (p > last_token_) last_token_ = p;
+  statement.next = p + 1;
+}
+
+void StatementBuilder::If(RememberedStatement& statement) {
+  statement.kind = StatementKind::kIf;
+  statement.expression = Condition();
+  statement.behind_value = at_;
+  PassBlankLines();
+  Read();
+  statement.opens_block = token_.IsCommand(kTokBegin);
+  if (!statement.opens_block) GiveBack();
+}
+
+void StatementBuilder::Loop(RememberedStatement& statement) {
+  statement.kind = StatementKind::kLoop;
+  statement.expression = Condition();
+  statement.behind_value = at_;
+}
+
+void StatementBuilder::Declare(RememberedStatement& statement) {
+  const int word = token_.number;
+  statement.kind = word == kTokInt     ? StatementKind::kDeclareInt
+                   : word == kTokInt64 ? StatementKind::kDeclareInt64
+                                       : StatementKind::kDeclareText;
+  ReadName(statement.slot);
+  Read();
+  if (token_.number == EOL) return;
+  if (!token_.Is('=')) throw Abandon{Outcome::kNever};
+  if (word != kTokString) {
+    statement.expression = Expression();
+  } else {
+    Read();
+    if (token_.cls != STRING) throw Abandon{Outcome::kNever};
+    statement.expression = Literal();
+  }
+  statement.behind_value = at_;
+}
+
+// A target that reading may overwrite is looked for afresh each time.
+void StatementBuilder::Goto(RememberedStatement& statement) {
+  statement.kind = StatementKind::kGoto;
+  Read();
+  if (token_.cls != VARIABLE && token_.cls != NUMBER) throw Abandon{Outcome::kNever};
+  const char* target = script_.FindLabel(CString(token_.text));
+  if (!target) throw Abandon{Outcome::kNever};
+  const char* from = at_;
+  statement.frames_left = FramesBetween(from, target);
+  statement.behind_value = at_;
+  statement.next = target;
+}
+
+int StatementBuilder::FramesBetween(const char* from, const char* to) {
+  const bool forward = from < to;
+  const char* scan_end = forward ? to : from;
+  int opened = 0;
+  for (at_ = forward ? from : to;;) {
+    Read();
+    if (at_ >= scan_end) break;
+    if (token_.text.substr(0, token_.text.find('\0')) == "function") throw Abandon{Outcome::kNever};
+    if (token_.cls == COMMAND) opened += (token_.number == kTokBegin) - (token_.number == kTokEnd);
+  }
+  if (forward ? opened >= 1 : opened < 0) throw Abandon{Outcome::kNever};
+  return opened < 0 ? -opened : opened;
+}
+
+}  // namespace karst

@@ -19,6 +19,8 @@ uint32_t GrownCapacity(uint32_t capacity, size_t wanted) {
 
 }  // namespace
 
+void karst::CopyManyBytes(char* target, const char* source, size_t count) { std::memmove(target, source, count); }
+
 void CString::Reserve(size_t bytes) {
   if (bytes <= capacity_) return;
   const uint32_t capacity = GrownCapacity(capacity_, bytes);

@@ -12,6 +12,35 @@
 
 #include "platform/export.h"
 
+namespace karst {
+
+// As memmove. SPEED: the texts of a script are short, and a call costs more than the bytes.
+KARST_API void CopyManyBytes(char* target, const char* source, size_t count);
+inline void CopyBytes(char* target, const char* source, size_t count) {
+  if (count > 16) {
+    CopyManyBytes(target, source, count);
+  } else if (count >= 8) {
+    uint64_t head, tail;
+    std::memcpy(&head, source, 8);
+    std::memcpy(&tail, source + count - 8, 8);
+    std::memcpy(target, &head, 8);
+    std::memcpy(target + count - 8, &tail, 8);
+  } else if (count >= 4) {
+    uint32_t head, tail;
+    std::memcpy(&head, source, 4);
+    std::memcpy(&tail, source + count - 4, 4);
+    std::memcpy(target, &head, 4);
+    std::memcpy(target + count - 4, &tail, 4);
+  } else if (count > 0) {
+    const char first = source[0], middle = source[count / 2], last = source[count - 1];
+    target[0] = first;
+    target[count / 2] = middle;
+    target[count - 1] = last;
+  }
+}
+
+}  // namespace karst
+
 class KARST_API CString {
  public:
   static constexpr uint32_t kLocalCapacity = 23;
@@ -36,7 +65,7 @@ class KARST_API CString {
   // Replaces the text. `bytes` may lie inside this very text.
   CString& Assign(std::string_view bytes) {
     if (bytes.size() > capacity_) return AssignGrown(bytes);
-    if (!bytes.empty()) std::memmove(data_, bytes.data(), bytes.size());
+    karst::CopyBytes(data_, bytes.data(), bytes.size());
     SetSize(static_cast<uint32_t>(bytes.size()));
     return *this;
   }
@@ -51,7 +80,7 @@ class KARST_API CString {
   // Adds to the end. `bytes` may lie inside this very text. Amortised constant time a byte.
   CString& Append(std::string_view bytes) {
     if (bytes.size() > capacity_ - size_) return AppendGrown(bytes);
-    if (!bytes.empty()) std::memmove(data_ + size_, bytes.data(), bytes.size());
+    karst::CopyBytes(data_ + size_, bytes.data(), bytes.size());
     SetSize(size_ + static_cast<uint32_t>(bytes.size()));
     return *this;
   }

@@ -42,13 +42,14 @@ class CellStore {
     if (NameSlot* known = FindSlot(name)) return *known;
     NameSlot& slot = slots_.emplace_back(NameSlot{std::string(name), static_cast<int>(slots_.size()), nullptr});
     by_name_.emplace(slot.name, &slot);
+    by_number_.push_back(&slot);
     return slot;
   }
   NameSlot* FindSlot(std::string_view name) const {
     const auto found = by_name_.find(name);
     return found == by_name_.end() ? nullptr : found->second;
   }
-  NameSlot& Slot(int number) { return slots_[static_cast<size_t>(number)]; }
+  NameSlot& Slot(int number) { return *by_number_[static_cast<size_t>(number)]; }
   NameSlot& FrameMarkSlot() { return frame_mark_; }
 
   static int PositionOf(const CVarCell* cell) { return cell ? cell->position_ : -1; }
@@ -75,9 +76,11 @@ class CellStore {
   }
   // Takes a cell back. SPEED: its name and a small text's memory stay for the next taker.
   void Give(CVarCell* cell) {
-    cell->string = nullptr;
+    if (cell->string) {
+      cell->string = nullptr;
+      if (cell->text_.Capacity() > kKeptTextCapacity) cell->text_.EmptyAndShrink(kKeptTextCapacity);
+    }
     cell->leixing = kNoValue;
-    if (cell->text_.Capacity() > kKeptTextCapacity) cell->text_.EmptyAndShrink(kKeptTextCapacity);
     if (free_count_ == kKeptCells) {
       delete cell;
       return;
@@ -95,12 +98,12 @@ class CellStore {
     slot.newest = cell;
   }
   void CutBack(std::vector<CVarCell*>& cells, size_t size) {
-    while (cells.size() > size) {
-      CVarCell* cell = cells.back();
-      cells.pop_back();
+    for (CVarCell** place = cells.data() + cells.size(); place != cells.data() + size;) {
+      CVarCell* cell = *--place;
       if (cell->slot_) cell->slot_->newest = cell->shadowed_;
       Give(cell);
     }
+    cells.resize(size);
   }
 
   static void SetText(CVarCell* cell, std::string_view text) {
@@ -141,6 +144,7 @@ class CellStore {
 
   std::deque<NameSlot> slots_;
   std::unordered_map<std::string_view, NameSlot*> by_name_;
+  std::vector<NameSlot*> by_number_;
   CVarCell* free_ = nullptr;  // linked by shadowed_
   size_t free_count_ = 0;
   NameSlot& frame_mark_;

@@ -43,8 +43,9 @@ int CVarArray::SearchVarPos(const char* name) { return CellStore::PositionOf(Sea
 
 // Creation.
 
-void CVarArray::CheckNameIsFree(const NameSlot& slot) {
-  if (m_nBeginCount == 0 && slot.newest) halt(" 变量%s重复建立...", slot.name.c_str());
+inline void CVarArray::CheckNameIsFree(const NameSlot& slot) {
+  if (m_nBeginCount == 0 && slot.newest) [[unlikely]]
+    halt(" 变量%s重复建立...", slot.name.c_str());
 }
 
 void CVarArray::RefuseCell() {
@@ -52,7 +53,7 @@ void CVarArray::RefuseCell() {
   halt("变量溢出");
 }
 
-CVarCell* CVarArray::NewCellFor(NameSlot& slot) {
+inline CVarCell* CVarArray::NewCellFor(NameSlot& slot) {
   CheckNameIsFree(slot);
   if (m_Cells.size() >= static_cast<size_t>(kMostCells)) {
     RefuseCell();
@@ -63,7 +64,7 @@ CVarCell* CVarArray::NewCellFor(NameSlot& slot) {
 int CVarArray::MakeText(NameSlot& slot, std::string_view text) {
   CVarCell* cell = NewCellFor(slot);
   if (!cell) return -1;
-  CellStore::SetText(cell, UpToNul(text));
+  CellStore::SetText(cell, text);
   store_->Append(m_Cells, cell);
   return 0;
 }
@@ -141,7 +142,7 @@ int CVarArray::MakeDup(NameSlot& slot, const NameSlot& source) {
 
 // Change by name.
 
-CVarCell* CVarArray::ExistingVar(const NameSlot& slot) {
+inline CVarCell* CVarArray::ExistingVar(const NameSlot& slot) {
   if (!slot.newest) {
     DumpVars();
     halt(" 变量%s没找到...", slot.name.c_str());
@@ -182,7 +183,7 @@ int CVarArray::ChangeTextById(int name_id, std::string_view text) {
   if (cell->leixing != karst::kText) {
     halt("ChangeVarValue(LPSTR,LPSTR)源和目的类型不同[%d][%d]...", karst::kText, cell->leixing);
   }
-  return ChangeDupVars(cell, UpToNul(text));
+  return ChangeDupVars(cell, text);
 }
 
 int CVarArray::ChangeIntById(int name_id, int32_t n) {

@@ -114,7 +114,7 @@ class KARST_API CVarArray : public virtual CRunable {
   // As SearchVar, by number.
   CVarCell* SearchVarById(int name_id);
   int SearchVarPosById(int name_id);
-  // As ChangeVarValue for a name that has a number.
+  // As ChangeVarValue for a name that has a number. `text` holds no NUL, here and below.
   int ChangeTextById(int name_id, std::string_view text);
   int ChangeIntById(int name_id, int32_t n);
   // As CreateNewVar.

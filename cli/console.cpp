@@ -1,0 +1,125 @@
+// Console: three writers, the output control in front of one of them, and the callback of the stream "stdout".
+#include "console.h"
+
+#include <unistd.h>
+
+#include <cstring>
+
+#include "exit_status.h"
+#include "stop_request.h"
+
+namespace karst::cli {
+namespace {
+
+constexpr FileHandle kStdOutHandle = 1;  // any handle but -1 tells the engine that there is a stream
+
+// The stream's callback carries no pointer, so it finds the console here.
+Console* the_console = nullptr;
+
+// A reader at a terminal sees each text at once; a file or a pipe gets blocks.
+Writer::Buffering BufferingOf(int file) { return isatty(file) ? Writer::Buffering::kNone : Writer::Buffering::kBlocks; }
+
+}  // namespace
+
+Console::Console(const Options& options)
+    : encoding_(options.encoding),
+      messages_name_(options.messages),
+      error_is_terminal_(isatty(STDERR_FILENO)),
+      output_(STDOUT_FILENO, encoding_, BufferingOf(STDOUT_FILENO), LineOf(STDOUT_FILENO), RequestStop),
+      error_(STDERR_FILENO, encoding_, BufferingOf(STDERR_FILENO), LineOf(STDERR_FILENO), [] {}),
+      messages_(&MessageWriter(options.messages)) {
+  if (options.messages != "stdout" && options.messages != "stderr") {
+    messages_file_ = std::make_unique<OutputFile>(options.messages, options);
+    messages_writer_ = std::make_unique<Writer>(messages_file_->Descriptor(), encoding_, Writer::Buffering::kBlocks,
+                                                &messages_line_, RequestStop);
+    messages_ = messages_writer_.get();
+  }
+  control_ =
+      AddWindow(std::make_unique<ForwardingTextControl>([this](std::string_view text) { messages_->WriteGbk(text); }));
+  SetMessageBoxHandler([this](HWND, const char* text, const char*, unsigned) {
+    Show(Displayed(text) + "\n");
+    return 1;
+  });
+  the_console = this;
+}
+
+Console::~Console() {
+  the_console = nullptr;
+  SetMessageBoxHandler({});
+  DestroyWindow(control_);
+}
+
+LineState* Console::LineOf(int file) {
+  if (isatty(file)) return &terminal_line_;
+  return file == STDOUT_FILENO ? &output_line_ : &error_line_;
+}
+
+Writer& Console::MessageWriter(const std::string& target) { return target == "stderr" ? error_ : output_; }
+
+void Console::Connect(CFuncArray& engine) {
+  engine.hWnd = control_;
+  engine.m_hStdOut = kStdOutHandle;
+  engine.m_pfnStdOutWrite = WriteStdOut;
+}
+
+int32_t Console::WriteStdOut(FileHandle, const char* bytes, int32_t count, uint32_t) {
+  Writer& output = the_console->output_;
+  output.WriteGbk({bytes, static_cast<size_t>(count)});
+  return output.Failure() == 0 ? count : -1;
+}
+
+std::string Console::Displayed(std::string_view gbk) const {
+  return encoding_ == Encoding::kUtf8 ? ToUtf8(gbk) : std::string(gbk);
+}
+
+void Console::Say(std::string_view text) {
+  std::string line = "karst: ";
+  line += text;
+  line += '\n';
+  Show(line);
+}
+
+void Console::Show(std::string_view lines) {
+  output_.Flush();
+  messages_->Flush();
+  error_.StartLine();
+  error_.WriteRaw(lines);
+  error_.Flush();
+}
+
+void Console::ShowProgress(const std::string& text) {
+  if (!error_is_terminal_) return Show(text + "\n");
+  error_.StartLine();
+  terminal_line_.shows_progress = false;
+  error_.WriteRaw("\r" + text + "\x1B[K");
+  terminal_line_.shows_progress = true;
+}
+
+void Console::WipeProgress() {
+  if (!terminal_line_.shows_progress) return;
+  terminal_line_.shows_progress = false;
+  error_.WriteRaw("\r\x1B[K");
+  terminal_line_.at_start = true;
+}
+
+bool Console::Finish() {
+  output_.Finish();
+  messages_->Finish();
+  const bool output_whole = ReportFailure(output_, "standard output");
+  if (!messages_writer_) return output_whole && (messages_ != &error_ || error_.Failure() == 0);
+  bool messages_whole = ReportFailure(*messages_writer_, messages_name_);
+  if (messages_whole && !messages_file_->Close()) {
+    Say("cannot write " + messages_name_ + ": " + std::strerror(errno));
+    messages_whole = false;
+  }
+  return output_whole && messages_whole;
+}
+
+bool Console::ReportFailure(const Writer& writer, std::string_view name) {
+  if (writer.Failure() == 0) return true;
+  const std::string reason = writer.Failure() == EPIPE ? "its reader is gone" : std::strerror(writer.Failure());
+  Say("cannot write " + std::string(name) + ": " + reason);
+  return false;
+}
+
+}  // namespace karst::cli

@@ -1,0 +1,41 @@
+// InputFile: the three names of one file.
+#include "input_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace karst::cli {
+
+std::string SystemName(const std::string& name, Encoding encoding) {
+  return encoding == Encoding::kGbk ? ToUtf8(name) : name;
+}
+
+InputFile::InputFile(const std::string& name, Encoding encoding)
+    : shown_(name), system_name_(SystemName(name, encoding)) {
+  if (name == kStandardInput) shown_ = "standard input";
+  if (encoding == Encoding::kGbk) {
+    library_name_ = name;
+  } else if (!ToGbk(name, library_name_)) {
+    descriptor_ = open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor_ >= 0) library_name_ = "/dev/fd/" + std::to_string(descriptor_);
+  }
+}
+
+InputFile::~InputFile() {
+  if (descriptor_ >= 0) close(descriptor_);
+}
+
+std::string InputFile::WhyUnreadable() const {
+  const int file = open(ForSystem(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (file < 0) return std::strerror(errno);
+  struct stat status;
+  const bool directory = fstat(file, &status) == 0 && S_ISDIR(status.st_mode);
+  close(file);
+  return directory ? std::strerror(EISDIR) : "";
+}
+
+}  // namespace karst::cli

@@ -1,0 +1,72 @@
+// karst: the command-line host. It reaches the engine through the exported classes only.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <exception>
+
+#include "console.h"
+#include "exit_status.h"
+#include "options.h"
+#include "stop_request.h"
+#include "verbs.h"
+
+namespace karst::cli {
+namespace {
+
+// A standard file that the caller left closed would be taken by the next file opened, and output would end up there.
+// What takes its place refuses everything.
+void KeepStandardFilesOpen() {
+  for (int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(file, F_GETFD) != -1) continue;
+    if (open("/dev/null", file == STDIN_FILENO ? O_WRONLY : O_RDONLY) != file) return;
+  }
+}
+
+int RunVerb(const Options& options, Console& console) {
+  switch (options.verb) {
+    case Verb::kRun: return RunScript(options, console);
+    case Verb::kFilter: return RunFilter(options, console);
+    case Verb::kTree: return ShowTree(options, console);
+  }
+  return kWrongUsage;
+}
+
+int RunGuarded(const Options& options, Console& console) {
+  try {
+    return RunVerb(options, console);
+  } catch (const HostError& error) {
+    console.Say(error.what());
+    return error.Status();
+  } catch (const std::exception& error) {
+    console.Say(std::string("the run failed: ") + error.what());
+    return StatusOf(-1);
+  }
+}
+
+int RunToEnd(const Options& options) {
+  Console console(options);
+  const int status = RunGuarded(options, console);
+  if (!console.Finish()) return kOutputFailed;
+  if (StopSignal() == 0) return status;
+  console.Say("interrupted");
+  return kSignalBase + StopSignal();
+}
+
+int Main(int argc, char** argv) {
+  KeepStandardFilesOpen();
+  const auto parsed = ParseOptions(argc, argv);
+  if (const int* status = std::get_if<int>(&parsed)) return *status;
+  InstallSignalHandlers();
+  try {
+    return RunToEnd(std::get<Options>(parsed));
+  } catch (const HostError& error) {
+    std::fprintf(stderr, "karst: %s\n", error.what());
+    return error.Status();
+  }
+}
+
+}  // namespace
+}  // namespace karst::cli
+
+int main(int argc, char** argv) { return karst::cli::Main(argc, argv); }

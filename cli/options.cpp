@@ -1,0 +1,128 @@
+// The command line: verbs, options, help.
+#include "options.h"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <cstdio>
+
+#include "exit_status.h"
+
+namespace karst::cli {
+namespace {
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  karst run count.pro\n"
+    "  karst filter titles.flt books.mrc more.mrc > titles.txt\n"
+    "  karst tree titles.flt\n"
+    "\n"
+    "The exit status is the low 8 bits of the run's result (a failed run is 255); 2 is wrong usage,\n"
+    "74 output that could not be written, 130 a run ended by Ctrl-C.\n"
+    "See also: karst VERB --help, man karst.";
+
+constexpr const char* kRunExample =
+    "Example:\n"
+    "  karst run --messages stderr count.pro > counts.txt";
+
+constexpr const char* kFilterExample =
+    "Examples:\n"
+    "  karst filter --messages stderr --rejects bad.mrc titles.flt books.mrc > titles.txt\n"
+    "  zcat books.mrc.gz | karst filter titles.flt -";
+
+constexpr const char* kTreeExample =
+    "Example:\n"
+    "  karst tree titles.flt";
+
+// What the parser fills in, ahead of its turning into Options.
+struct RawOptions {
+  Options options;
+  std::string encoding;
+  std::string progress = "auto";
+};
+
+void AddCommonOptions(CLI::App& app, RawOptions& raw) {
+  app.add_option("--encoding", raw.encoding,
+                 "Encoding of standard output, standard error and file names (default: the locale's)")
+      ->check(CLI::IsMember({"utf-8", "gbk"}, CLI::ignore_case))
+      ->type_name("utf-8|gbk")
+      ->option_text("utf-8|gbk");
+  app.add_option("--messages", raw.options.messages, "Where the output control goes (default: stdout)")
+      ->option_text("stdout|stderr|FILE");
+}
+
+void AddRun(CLI::App& app, RawOptions& raw) {
+  CLI::App* run = app.add_subcommand("run", "Run a script");
+  run->add_option("SCRIPT", raw.options.program, "The script (.pro)")->required()->option_text(" ");
+  AddCommonOptions(*run, raw);
+  run->footer(kRunExample);
+  run->callback([&raw] { raw.options.verb = Verb::kRun; });
+}
+
+void AddFilter(CLI::App& app, RawOptions& raw) {
+  CLI::App* filter = app.add_subcommand("filter", "Run a filter over files of records");
+  filter->add_option("FILTER", raw.options.program, "The filter (.flt)")->required()->option_text(" ");
+  filter->add_option("RECORDS", raw.options.records, "Record files, each a run of its own; - is standard input")
+      ->required()
+      ->option_text(" ");
+  AddCommonOptions(*filter, raw);
+  filter->add_option("--progress", raw.progress, "Show progress on standard error (default: auto, on a terminal)")
+      ->check(CLI::IsMember({"always", "never", "auto"}))
+      ->option_text("always|never|auto");
+  filter->add_option("--rejects", raw.options.rejects, "Keep the raw bytes of what is no record in FILE")
+      ->option_text("FILE");
+  filter->add_flag("-q,--quiet", raw.options.quiet, "No summary and no progress");
+  filter->footer(kFilterExample);
+  filter->callback([&raw] { raw.options.verb = Verb::kFilter; });
+}
+
+void AddTree(CLI::App& app, RawOptions& raw) {
+  CLI::App* tree = app.add_subcommand("tree", "Show the tree of a filter");
+  tree->add_option("FILTER", raw.options.program, "The filter (.flt)")->required()->option_text(" ");
+  AddCommonOptions(*tree, raw);
+  tree->footer(kTreeExample);
+  tree->callback([&raw] { raw.options.verb = Verb::kTree; });
+}
+
+Options Finished(RawOptions& raw) {
+  Options options = std::move(raw.options);
+  options.encoding = raw.encoding.empty() ? LocaleEncoding() : EncodingByName(raw.encoding);
+  if (raw.progress == "always") options.progress = ProgressMode::kAlways;
+  if (raw.progress == "never" || options.quiet) options.progress = ProgressMode::kNever;
+  return options;
+}
+
+int ShowUsageError(const CLI::App& app, const CLI::ParseError& error) {
+  const auto chosen = app.get_subcommands();
+  const std::string help = chosen.empty() ? app.help() : chosen.front()->help(app.get_name());
+  const std::string fault =
+      chosen.empty() && app.remaining_size() == 0 ? "which verb: run, filter or tree?" : error.what();
+  std::fprintf(stderr, "karst: %s\n\n%s", fault.c_str(), help.c_str());
+  return kWrongUsage;
+}
+
+}  // namespace
+
+std::variant<Options, int> ParseOptions(int argc, char** argv) {
+  RawOptions raw;
+  CLI::App app("karst - runs Karst scripts and record filters", "karst");
+  app.set_version_flag("--version", "karst " KARST_VERSION, "Print the version and exit");
+  app.require_subcommand(1);
+  app.footer(kExamples);
+  app.get_formatter()->label("SUBCOMMAND", "VERB");
+  app.get_formatter()->label("Subcommands", "Verbs");
+  AddCommonOptions(app, raw);
+  AddRun(app, raw);
+  AddFilter(app, raw);
+  AddTree(app, raw);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& answer) {
+    return app.exit(answer);
+  } catch (const CLI::ParseError& error) {
+    return ShowUsageError(app, error);
+  }
+  return Finished(raw);
+}
+
+}  // namespace karst::cli

@@ -1,0 +1,30 @@
+// What the command line asks for. Parsing it is the only place that knows the command line library.
+#pragma once
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "encoding.h"
+
+namespace karst::cli {
+
+enum class Verb { kRun, kFilter, kTree };
+enum class ProgressMode { kAuto, kAlways, kNever };
+
+struct Options {
+  Verb verb = Verb::kRun;
+  Encoding encoding = Encoding::kUtf8;  // of standard output, standard error and the names below
+  std::string messages = "stdout";      // "stdout", "stderr" or a file name: where the output control goes
+  ProgressMode progress = ProgressMode::kAuto;
+  bool quiet = false;                // no summary, no progress
+  std::string rejects;               // file for the passed-over bytes; empty: none
+  std::string program;               // the script or filter
+  std::vector<std::string> records;  // record files; "-" is standard input
+};
+
+// The options, or the exit status where nothing is to be run: help and version go to standard output with 0; wrong
+// usage goes to standard error, with help, with 2.
+std::variant<Options, int> ParseOptions(int argc, char** argv);
+
+}  // namespace karst::cli

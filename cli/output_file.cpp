@@ -1,0 +1,54 @@
+// OutputFile: opened without emptying first, so that a mistaken name costs no data.
+#include "output_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "exit_status.h"
+#include "input_file.h"
+
+namespace karst::cli {
+namespace {
+
+bool SameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
+
+bool IsInput(const struct stat& target, const Options& options) {
+  struct stat input;
+  if (stat(SystemName(options.program, options.encoding).c_str(), &input) == 0 && SameFile(target, input)) return true;
+  for (const std::string& name : options.records) {
+    const std::string path = name == "-" ? "/dev/stdin" : SystemName(name, options.encoding);
+    if (stat(path.c_str(), &input) == 0 && SameFile(target, input)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+OutputFile::OutputFile(const std::string& name, const Options& options) {
+  constexpr mode_t kMode = 0666;
+  descriptor_ = open(SystemName(name, options.encoding).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kMode);
+  struct stat target;
+  if (descriptor_ < 0 || fstat(descriptor_, &target) != 0) {
+    throw HostError(kOutputFailed, "cannot write " + name + ": " + std::strerror(errno));
+  }
+  if (!S_ISREG(target.st_mode)) return;
+  if (IsInput(target, options)) throw HostError(kWrongUsage, name + " is read by this run; it is left as it was");
+  if (ftruncate(descriptor_, 0) != 0) {
+    throw HostError(kOutputFailed, "cannot empty " + name + ": " + std::strerror(errno));
+  }
+}
+
+OutputFile::~OutputFile() { Close(); }
+
+bool OutputFile::Close() {
+  if (descriptor_ < 0) return true;
+  const int result = close(descriptor_);
+  descriptor_ = -1;
+  return result == 0;
+}
+
+}  // namespace karst::cli

@@ -1,0 +1,26 @@
+// A file that the program itself writes: the messages, the rejects.
+#pragma once
+
+#include <string>
+
+#include "options.h"
+
+namespace karst::cli {
+
+class OutputFile {
+ public:
+  // Makes the file, or empties it. HostError if that fails, or if the run reads from this very file.
+  OutputFile(const std::string& name, const Options& options);
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  ~OutputFile();
+
+  int Descriptor() const { return descriptor_; }
+  // False, with errno set, if the system has lost something that was written.
+  bool Close();
+
+ private:
+  int descriptor_ = -1;
+};
+
+}  // namespace karst::cli

@@ -1,0 +1,27 @@
+// Ending a run early: by Ctrl-C, by another signal, or because its output cannot be written.
+#pragma once
+
+#include "script/runable.h"
+
+namespace karst::cli {
+
+// The engine that a stop reaches, as long as the object lives. One at a time.
+class StoppableRun {
+ public:
+  explicit StoppableRun(CRunable& engine);
+  StoppableRun(const StoppableRun&) = delete;
+  StoppableRun& operator=(const StoppableRun&) = delete;
+  ~StoppableRun();
+};
+
+// From here on SIGINT, SIGTERM and SIGHUP ask the engine to stop; the second signal of a kind ends the process at
+// once, also where a read waits for data. SIGPIPE is ignored: a write to a closed pipe fails instead.
+void InstallSignalHandlers();
+
+// Asks the running engine, and each that comes after it, to stop.
+void RequestStop();
+bool StopRequested();
+// The signal that asked for it, 0 if none did.
+int StopSignal();
+
+}  // namespace karst::cli

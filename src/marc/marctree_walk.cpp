@@ -1,0 +1,480 @@
+// The walk over one record: which cells run for which field, group and subfield, in what order, and what a piece's
+// result does to the rest.
+//
+// The record drives the walk: it goes through the fields as they stand and looks for the cells that match each.
+#include <algorithm>
+
+#include "marc/marctree.h"
+#include "marc/recordwalk.h"
+#include "platform/mbtext.h"
+
+namespace karst {
+
+namespace {
+
+constexpr std::string_view kHeaderTag = "hdr";
+constexpr char kAny = '*';
+constexpr size_t kSubfieldDataOffset = 2;  // behind the mark and the code
+
+// A tag to match against, padded with NUL where the field is shorter.
+class Tag {
+ public:
+  explicit Tag(std::string_view field) { field.copy(bytes_, kTagLength); }
+  bool Matches(const CCell& cell) const {
+    for (size_t i = 0; i < kTagLength; ++i) {
+      if (bytes_[i] != cell.szName[i] && bytes_[i] != kAny && cell.szName[i] != kAny) return false;
+    }
+    return true;
+  }
+  bool MatchesAny(const CCell* first) const {
+    for (; IsCell(first, kCellField); first = first->pNext) {
+      if (Matches(*first)) return true;
+    }
+    return false;
+  }
+
+ private:
+  char bytes_[kTagLength] = {};
+};
+
+// A NUL stands for a mark with no code behind it; such a subfield is in no set but "*".
+bool CodeSetHolds(const char* set, char code) {
+  if (set[0] == kAny) return true;
+  return code && _mbschr(set, static_cast<unsigned char>(code));
+}
+
+bool AnySetHolds(const CCell* first, char code) {
+  for (; IsCell(first, kCellSubField); first = first->pNext) {
+    if (CodeSetHolds(first->szName, code)) return true;
+  }
+  return false;
+}
+
+std::string_view From(std::string_view text, size_t offset) { return text.substr(std::min(offset, text.size())); }
+
+// Empty for a mark with no code behind it.
+std::string_view CodeTextOf(std::string_view subfield) { return From(subfield, 1).substr(0, 1); }
+
+char CodeOf(std::string_view subfield) { return subfield.size() < kSubfieldDataOffset ? '\0' : subfield[1]; }
+
+// What a script can be given of a text.
+std::string_view Clipped(std::string_view text) {
+  if (text.size() <= RecordWalk::kLongestText) return text;
+  return text.substr(0, WholeCharacters(text, RecordWalk::kLongestText));
+}
+
+bool HasNoIndicators(std::string_view field) { return field.starts_with("00") || field.starts_with("-0"); }
+
+void ClearCounts(CCell* first, CellType type) {
+  for (; IsCell(first, type); first = first->pNext) first->nDupCount = 0;
+}
+
+// The groups of a text in order: a group runs from one subfield of the first subfield's code up to the next one.
+class GroupCursor {
+ public:
+  explicit GroupCursor(std::string_view text) : subfields_(text) { more_ = subfields_.Next(opening_); }
+  bool Next(std::string_view& group) {
+    if (!more_) return false;
+    const char* const start = opening_.data();
+    const char code = CodeOf(opening_);
+    const char* end;
+    do {
+      end = opening_.data() + opening_.size();
+      more_ = subfields_.Next(opening_);
+    } while (more_ && CodeOf(opening_) != code);
+    group = {start, static_cast<size_t>(end - start)};
+    return true;
+  }
+
+ private:
+  SubfieldCursor subfields_;
+  std::string_view opening_;  // the subfield that opens the next group
+  bool more_;
+};
+
+}  // namespace
+
+// Counts one level of embedded fields or of Common blocks for as long as it is open.
+class RecordWalk::LevelGuard {
+ public:
+  explicit LevelGuard(RecordWalk& walk) : walk_(walk) {
+    if (walk_.levels_ == kMostLevels) walk_.tree_.halt("Chain或嵌套字段嵌套太深，超过%d层...", kMostLevels);
+    ++walk_.levels_;
+  }
+  LevelGuard(const LevelGuard&) = delete;
+  LevelGuard& operator=(const LevelGuard&) = delete;
+  ~LevelGuard() { --walk_.levels_; }
+
+ private:
+  RecordWalk& walk_;
+};
+
+// Keeps the variables that tell a script where the walk stands.
+//
+// SPEED: of several items in a row for which no code runs, only the first and the last are stored. The first, so that
+// a refusal (a script may have closed the frame, or hidden a variable by one of another type) comes at the same item as
+// if all were; what passes there passes for the rest, since nothing changes in between.
+template <typename Place>
+class RecordWalk::Announcer {
+ public:
+  explicit Announcer(RecordWalk& walk) : walk_(walk) {}
+  void AheadOfCode(const Place& place) {
+    walk_.Announce(place);
+    settled_ = held_ = false;
+  }
+  void InPassing(const Place& place) {
+    if (settled_) {
+      last_ = place;
+    } else {
+      walk_.Announce(place);
+    }
+    held_ = settled_;
+    settled_ = true;
+  }
+  void Finish() {
+    if (held_) walk_.Announce(last_);
+  }
+
+ private:
+  RecordWalk& walk_;
+  bool settled_ = false;  // stored without a refusal, and no code has run since
+  bool held_ = false;     // last_ is still to be stored
+  Place last_;
+};
+
+struct RecordWalk::FieldPlace {
+  int index = 0;
+  std::string_view prev = kHeaderTag;
+  std::string_view next;
+};
+
+struct RecordWalk::SubfieldPlace {
+  int index = 0;
+  std::string_view prev_code;
+  std::string_view subfield;
+};
+
+RecordWalk::RecordWalk(CMARCTree& tree) : tree_(tree), state_(tree), names_(tree) {}
+
+// Pieces.
+
+// Any result but 1 and -1 is a normal end.
+int RecordWalk::RunPiece(CCell* cell) {
+  const int result = tree_.RunPicesCode(cell);
+  return result == kWalkLeft || result == kWalkFailed ? result : kWalkDone;
+}
+
+int RecordWalk::RunClosingCode(const CCell* parent) {
+  return IsCell(parent->pLastChild, kCellFinal) ? RunPiece(parent->pLastChild) : kWalkDone;
+}
+
+void RecordWalk::CountMatch(CCell* cell, int dup_name) { tree_.ChangeIntById(dup_name, ++cell->nDupCount); }
+
+// Fields.
+
+int RecordWalk::OverFields(std::string_view text, bool nested, CCell* first) {
+  if (!IsCell(first, kCellField)) return kWalkFailed;
+  const LevelGuard level(*this);
+  if (!nested) tree_.m_nIndicatorLen = kIndicatorLength;
+  OpenMiddleFrame();
+  int result = nested ? kWalkDone : OverRecordHeader(text, first);
+  if (result != kWalkFailed) result = OverEachField(text, nested, first);
+  tree_.EndMiddleVars();
+  if (result == kWalkFailed) return kWalkFailed;
+  ClearCounts(first, kCellField);
+  return kWalkDone;
+}
+
+// SPEED: with no cell for the header no code runs, and a frame that fits would come and go unseen.
+int RecordWalk::OverRecordHeader(std::string_view record, CCell* first) {
+  if (record.size() < kHeaderLength) return kWalkDone;
+  if (!Tag(kHeaderTag).MatchesAny(first) && FieldFrameFits()) return kWalkDone;
+  return OverHeader(record.substr(0, kHeaderLength), FieldCursor::OverRecord(record).FollowingTag(), first);
+}
+
+int RecordWalk::OverHeader(std::string_view header, std::optional<std::string_view> next, CCell* first) {
+  OpenFieldFrame(kHeaderTag, {}, Clipped(header));
+  SetNeighbours({}, next);
+  int result = kWalkDone;
+  for (CCell* cell = first; IsCell(cell, kCellField) && result == kWalkDone; cell = cell->pNext) {
+    if (!Tag(kHeaderTag).Matches(*cell)) continue;
+    CountMatch(cell, names_.field_dup);
+    result = RunPiece(cell);
+    if (result == kWalkDone) result = RunClosingCode(cell);
+  }
+  tree_.EndFieldVars();
+  return result;
+}
+
+// SPEED: a field that no cell matches gets no frame, since no code would see it.
+int RecordWalk::OverEachField(std::string_view text, bool nested, CCell* first) {
+  state_.Begin();
+  FieldCursor cursor = nested ? FieldCursor::OverEmbedded(text) : FieldCursor::OverRecord(text);
+  Announcer<FieldPlace> announcer(*this);
+  FieldPlace place;
+  std::string_view field;
+  int result = kWalkDone;
+  for (; result != kWalkFailed && !state_.IsStop() && cursor.Next(field); ++place.index) {
+    if (!nested) place.next = cursor.FollowingTag();
+    if (!Tag(field).MatchesAny(first) && FieldFrameFits()) {
+      announcer.InPassing(place);
+    } else {
+      announcer.AheadOfCode(place);
+      const std::string_view shown = Clipped(field);
+      result = OverField(shown, shown.size(), first);
+    }
+    place.prev = field.substr(0, kTagLength);
+  }
+  announcer.Finish();
+  state_.End();
+  return result;
+}
+
+void RecordWalk::Announce(const FieldPlace& place) {
+  tree_.ChangeIntById(names_.field_count, place.index);
+  SetNeighbours(place.prev, place.next);
+}
+
+void RecordWalk::SetNeighbours(std::string_view prev, std::optional<std::string_view> next) {
+  tree_.ChangeTextById(names_.prev_field_name, prev);
+  if (next) tree_.ChangeTextById(names_.next_field_name, *next);
+}
+
+// True if the table takes a field's frame, a mark and five variables, without a refusal.
+bool RecordWalk::FieldFrameFits() const { return tree_.m_Cells.size() + 6 <= CVarArray::kMostCells; }
+
+int RecordWalk::OverField(std::string_view field, size_t length, CCell* first) {
+  OpenFieldFrame(field, length);
+  const Tag tag(field);
+  state_.Begin();
+  int result = kWalkDone;
+  for (CCell* cell = first; IsCell(cell, kCellField) && !state_.IsStop() && result == kWalkDone; cell = cell->pNext) {
+    if (tag.Matches(*cell)) result = RunFieldCell(field, cell);
+  }
+  state_.End();
+  tree_.EndFieldVars();
+  return result;
+}
+
+// `length` decides which parts the field has room for.
+void RecordWalk::OpenFieldFrame(std::string_view field, size_t length) {
+  const std::string_view name = field.substr(0, kTagLength);
+  const size_t least = kTagLength + static_cast<size_t>(std::max(tree_.m_nIndicatorLen, 0));
+  if (length >= kTagLength && HasNoIndicators(field)) {
+    OpenFieldFrame(name, {}, From(field, kTagLength));
+  } else if (length < kTagLength || length < least) {
+    OpenFieldFrame(name, {}, {});
+  } else {
+    const std::string_view data = From(field, kTagLength);
+    OpenFieldFrame(name, data.substr(0, kIndicatorLength), From(data, kIndicatorLength));
+  }
+}
+
+int RecordWalk::RunFieldCell(std::string_view field, CCell* cell) {
+  CountMatch(cell, names_.field_dup);
+  if (const int result = RunPiece(cell); result != kWalkDone) return result;
+  if (RunFieldChildren(field, cell->pFirstChild) == kWalkFailed) return kWalkFailed;
+  return RunClosingCode(cell);
+}
+
+int RecordWalk::RunFieldChildren(std::string_view field, CCell* first) {
+  if (!first) return kWalkDone;
+  switch (first->nType) {
+    case kCellSubField: return OverSubfields(field, first);
+    case kCellField: return OverFields(field, true, first);
+    case kCellGroup: return OverGroups(field, first);
+    case kCellChain: return OverChains(field, first);
+    default: return kWalkDone;
+  }
+}
+
+int RecordWalk::OverChains(std::string_view text, CCell* first) {
+  for (CCell* chain = first; IsCell(chain, kCellChain); chain = chain->pNext) {
+    if (OverCommon(text, chain->pFirstChild) == kWalkFailed) return kWalkFailed;
+  }
+  return kWalkDone;
+}
+
+// Common blocks.
+
+int RecordWalk::OverCommon(std::string_view text, CCell* common) {
+  if (!common) return kWalkFailed;
+  const LevelGuard level(*this);
+  if (const int result = RunPiece(common); result != kWalkDone) return result;
+  if (!common->pFirstChild) return kWalkDone;
+  if (RunCommonChildren(text, common->pFirstChild) == kWalkFailed) return kWalkFailed;
+  return RunClosingCode(common);
+}
+
+int RecordWalk::RunCommonChildren(std::string_view text, CCell* first) {
+  switch (first->nType) {
+    case kCellSubField: return OverSubfields(text, first);
+    case kCellField: return OverFields(text, true, first);
+    case kCellChain: return OverCommon(text, first->pFirstChild);
+    default: return kWalkDone;
+  }
+}
+
+// Subfields.
+
+int RecordWalk::OverSubfields(std::string_view text, CCell* first) {
+  if (!IsCell(first, kCellSubField)) return kWalkFailed;
+  OpenSubfieldFrame();
+  state_.Begin();
+  const int result = OverEachSubfield(text, first);
+  if (result != kWalkFailed) ClearCounts(first, kCellSubField);
+  state_.End();
+  tree_.EndSubFieldVars();
+  return result;
+}
+
+int RecordWalk::OverEachSubfield(std::string_view text, CCell* first) {
+  SubfieldCursor cursor(text);
+  Announcer<SubfieldPlace> announcer(*this);
+  SubfieldPlace place;
+  int result = kWalkDone;
+  for (; result == kWalkDone && !state_.IsStop() && cursor.Next(place.subfield); ++place.index) {
+    const char code = CodeOf(place.subfield);
+    if (AnySetHolds(first, code)) {
+      announcer.AheadOfCode(place);
+      result = RunSubfieldCells(code, first);
+    } else {
+      announcer.InPassing(place);
+    }
+    place.prev_code = CodeTextOf(place.subfield);
+  }
+  announcer.Finish();
+  return result;
+}
+
+void RecordWalk::Announce(const SubfieldPlace& place) {
+  tree_.ChangeTextById(names_.subfield, Clipped(From(place.subfield, kSubfieldDataOffset)));
+  tree_.ChangeTextById(names_.prev_subfield_name, place.prev_code);
+  tree_.ChangeTextById(names_.subfield_name, CodeTextOf(place.subfield));
+  tree_.ChangeIntById(names_.subfield_count, place.index);
+}
+
+int RecordWalk::RunSubfieldCells(char code, CCell* first) {
+  int result = kWalkDone;
+  for (CCell* cell = first; IsCell(cell, kCellSubField) && result == kWalkDone; cell = cell->pNext) {
+    if (!CodeSetHolds(cell->szName, code)) continue;
+    CountMatch(cell, names_.subfield_dup);
+    result = RunPiece(cell);
+  }
+  return result;
+}
+
+// Groups.
+
+int RecordWalk::OverGroups(std::string_view text, CCell* group) {
+  if (!group) return kWalkFailed;
+  OpenGroupFrame();
+  const int result = OverEachGroup(text, group);
+  if (result != kWalkFailed) group->nDupCount = 0;
+  tree_.EndGroupVars();
+  return result;
+}
+
+int RecordWalk::OverEachGroup(std::string_view text, CCell* group) {
+  GroupCursor cursor(text);
+  std::string_view group_text;
+  int result = kWalkDone;
+  for (int index = 0; result == kWalkDone && cursor.Next(group_text); ++index) {
+    group_text = Clipped(group_text);
+    tree_.ChangeTextById(names_.group, group_text);
+    tree_.ChangeIntById(names_.group_count, index);
+    CountMatch(group, names_.group_dup);
+    result = OverOneGroup(group_text, group);
+  }
+  return result;
+}
+
+int RecordWalk::OverOneGroup(std::string_view text, CCell* group) {
+  if (const int result = RunPiece(group); result != kWalkDone) return result;
+  if (IsCell(group->pFirstChild, kCellSubField) && OverSubfields(text, group->pFirstChild) == kWalkFailed) {
+    return kWalkFailed;
+  }
+  return RunClosingCode(group);
+}
+
+}  // namespace karst
+
+// The public operations, on NUL-terminated texts.
+
+namespace {
+
+std::string_view View(const char* text) { return text ? std::string_view(text) : std::string_view(); }
+
+std::optional<std::string_view> OptionalView(const char* text) {
+  return text ? std::optional<std::string_view>(text) : std::nullopt;
+}
+
+// Sets the read position and the end limit of a piece, and takes the limit away again however the piece ends.
+class PieceLimit {
+ public:
+  PieceLimit(CMARCTree& tree, const CCell& cell) : tree_(tree) {
+    tree_.lpProg = cell.lpCode;
+    tree_.lpProgEnd = cell.lpCode + cell.nCodeLen;
+  }
+  PieceLimit(const PieceLimit&) = delete;
+  PieceLimit& operator=(const PieceLimit&) = delete;
+  ~PieceLimit() { tree_.lpProgEnd = nullptr; }
+
+ private:
+  CMARCTree& tree_;
+};
+
+}  // namespace
+
+int CMARCTree::RunMiddleTree(const char* text, int bNested, CCell* first) {
+  return walk_->OverFields(View(text), bNested != 0, first);
+}
+
+int CMARCTree::ProceedHeader(const char* header, CCell* first, const char* next) {
+  return walk_->OverHeader(View(header), OptionalView(next), first);
+}
+
+int CMARCTree::ProceedAField(const char* text, int len, CCell* first, const char* next, char* prev) {
+  const std::string_view field = View(text);
+  walk_->SetNeighbours(View(prev), OptionalView(next));
+  const int result = walk_->OverField(field, static_cast<size_t>(std::max(len, 0)), first);
+  if (prev && result != karst::kWalkFailed) prev[field.copy(prev, karst::kTagLength)] = 0;
+  return result;
+}
+
+int CMARCTree::ProceedAllSubfield(const char* text, CCell* first) { return walk_->OverSubfields(View(text), first); }
+
+int CMARCTree::RunGroup(const char* text, CCell* group) { return walk_->OverGroups(View(text), group); }
+
+int CMARCTree::RunCommonTree(const char* text, CCell* common) { return walk_->OverCommon(View(text), common); }
+
+int CMARCTree::mymemcmp(const char* a, const char* b, int n) {
+  for (int i = 0; i < n; ++i) {
+    if (a[i] == '*' || b[i] == '*' || a[i] == b[i]) continue;
+    return static_cast<signed char>(a[i]) - static_cast<signed char>(b[i]);
+  }
+  return 0;
+}
+
+int CMARCTree::ClearAllDupCountOnTree() {
+  if (!m_pheadcell) return -1;
+  for (CCell* cell = m_pheadcell; cell && !IsStop(); cell = karst::NextInTree(cell)) cell->nDupCount = 0;
+  return 0;
+}
+
+int CMARCTree::RunPicesCode(CCell* cell) {
+  if (!cell) return -1;
+  if (cell->nCodeLen == 0) return 0;
+  RefuseStaleTree();
+  if (cell->nCodeLen == 1 && *cell->lpCode == '}') {
+    DoEnd();
+    return 0;
+  }
+  const PieceLimit limit(*this, *cell);
+  return MainLoop();
+}
+
+// The tree's pieces are spans of the code that it was built from.
+void CMARCTree::RefuseStaleTree() {
+  if (m_pheadcell && built_generation_ != code_generation_) halt("代码已重新装入, MARC树尚未重新建立...");
+}

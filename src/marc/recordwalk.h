@@ -1,0 +1,93 @@
+// RecordWalk: the walk of a filter tree over one record. CMARCTree's operations on texts are thin wrappers around it.
+//
+// The walk works on views into the record text and copies nothing but what goes into environment variables. Frames are
+// opened and closed by hand, not by guards: an error of the script leaves them as they stand.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "marc/cellstack.h"
+
+class CMARCTree;
+class CVarArray;
+
+namespace karst {
+
+// What a piece or a level of the walk comes to.
+enum WalkResult : int {
+  kWalkFailed = -1,
+  kWalkDone = 0,
+  kWalkLeft = 1,
+};
+
+// The numbers that the environment variables' names have in a tree's table.
+struct EnvironmentNames {
+  explicit EnvironmentNames(CVarArray& table);
+
+  int record, record_count;
+  int field_count, prev_field_name, next_field_name;
+  int field, indicator, field_name, field_dup, prev_subfield_name;
+  int group, group_count, group_dup;
+  int subfield, subfield_name, subfield_count, subfield_dup;
+};
+
+class RecordWalk {
+ public:
+  // LIMIT: embedded fields and Common blocks nest this deep. A level takes less than 1 KiB of the machine's stack.
+  static constexpr int kMostLevels = 500;
+  // LIMIT: the longest text that a script gets; a longer one is cut at a whole character.
+  static constexpr size_t kLongestText = 99999;
+  static constexpr size_t kIndicatorLength = 2;
+
+  explicit RecordWalk(CMARCTree& tree);
+
+  int OverFields(std::string_view text, bool nested, CCell* first);
+  int OverHeader(std::string_view header, std::optional<std::string_view> next, CCell* first);
+  int OverField(std::string_view field, size_t length, CCell* first);
+  int OverSubfields(std::string_view text, CCell* first);
+  int OverGroups(std::string_view text, CCell* group);
+  int OverCommon(std::string_view text, CCell* common);
+
+  void OpenRecordFrame(std::string_view record);
+  void OpenMiddleFrame();
+  void OpenFieldFrame(std::string_view name, std::string_view indicator, std::string_view text);
+  void OpenGroupFrame();
+  void OpenSubfieldFrame();
+  void OpenHostFrame();
+
+  // The tags of the fields ahead and behind; without a `next` that variable stays as it is.
+  void SetNeighbours(std::string_view prev, std::optional<std::string_view> next);
+
+ private:
+  class LevelGuard;
+  struct FieldPlace;
+  struct SubfieldPlace;
+  template <typename Place>
+  class Announcer;
+
+  int OverRecordHeader(std::string_view record, CCell* first);
+  int OverEachField(std::string_view text, bool nested, CCell* first);
+  int OverEachSubfield(std::string_view text, CCell* first);
+  int OverEachGroup(std::string_view text, CCell* group);
+  int OverOneGroup(std::string_view text, CCell* group);
+  int OverChains(std::string_view text, CCell* first);
+  void OpenFieldFrame(std::string_view field, size_t length);
+  int RunFieldCell(std::string_view field, CCell* cell);
+  int RunFieldChildren(std::string_view field, CCell* first);
+  int RunCommonChildren(std::string_view text, CCell* first);
+  int RunSubfieldCells(char code, CCell* first);
+  int RunPiece(CCell* cell);
+  int RunClosingCode(const CCell* parent);
+  void CountMatch(CCell* cell, int dup_name);
+  bool FieldFrameFits() const;
+  void Announce(const FieldPlace& place);
+  void Announce(const SubfieldPlace& place);
+
+  CMARCTree& tree_;
+  CRunable& state_;  // SPEED: the tree's run state, found once and not through its virtual base at each poll
+  EnvironmentNames names_;
+  int levels_ = 0;  // embedded walks and Common blocks that are open
+};
+
+}  // namespace karst

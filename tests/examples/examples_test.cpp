@@ -1,0 +1,171 @@
+// What a newcomer meets first must be true: the example scripts, the example records, and the filters on the pages of
+// the documentation with the output that they promise.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+
+#include "marc/marctree.h"
+#include "outside/cartulary.h"
+#include "platform/charset.h"
+#include "platform/window.h"
+#include "support/case_file.h"
+#include "support/case_runner.h"
+
+namespace karst {
+namespace {
+
+const std::string kRoot = KARST_SOURCE_DIR "/";
+
+std::string ReadWhole(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_TRUE(file) << path;
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+// What the program writes to its standard output, with the working directory in the project's root.
+std::string RunProgram(const std::string& arguments) {
+  const std::string command = "cd '" + kRoot + "' && LC_ALL=C.UTF-8 '" KARST_PROGRAM "' " + arguments;
+  std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+  std::string output;
+  std::array<char, 4096> piece;
+  while (const size_t count = fread(piece.data(), 1, piece.size(), pipe.get())) output.append(piece.data(), count);
+  EXPECT_EQ(pclose(pipe.release()), 0) << command;
+  return output;
+}
+
+struct Block {
+  std::string language;  // the word behind the fence
+  std::string text;
+};
+
+std::vector<Block> FencedBlocks(const std::string& page) {
+  std::vector<Block> blocks;
+  std::istringstream lines(ReadWhole(kRoot + page));
+  bool inside = false;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("```")) {
+      inside = !inside;
+      if (inside) blocks.push_back({line.substr(3), ""});
+    } else if (inside) {
+      blocks.back().text += line + "\n";
+    }
+  }
+  return blocks;
+}
+
+std::string WithoutCr(std::string text) {
+  std::erase(text, '\r');
+  return text;
+}
+
+TEST(Examples, GiveTheirExpectedOutput) {
+  const std::array<std::array<std::string, 2>, 3> runs = {{
+      {"filter --quiet examples/titles.flt examples/books.iso", "titles.txt"},
+      {"filter --quiet examples/first.flt examples/books.iso", "first.txt"},
+      {"run examples/multiply.pro", "multiply.txt"},
+  }};
+  for (const auto& [arguments, expected] : runs) {
+    EXPECT_EQ(RunProgram(arguments), ReadWhole(kRoot + "tests/examples/" + expected)) << arguments;
+  }
+}
+
+TEST(Examples, RunInAHostOfTheirOwn) {
+  std::string said;
+  const HWND output =
+      AddWindow(std::make_unique<ForwardingTextControl>([&said](std::string_view text) { said.append(text); }));
+  const int result =
+      RunKarstMARCTree((kRoot + "examples/first.flt").c_str(), (kRoot + "examples/books.iso").c_str(), output);
+  DestroyWindow(output);
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(GbkToUtf8(said), ReadWhole(kRoot + "tests/examples/first.txt"));
+}
+
+// An editor that saves them in UTF-8 or with bare line feeds would break them.
+TEST(Examples, AreGbkWithCrLf) {
+  int files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(kRoot + "examples")) {
+    if (entry.path().extension() != ".flt" && entry.path().extension() != ".pro") continue;
+    ++files;
+    const std::string text = ReadWhole(entry.path());
+    std::string round_trip;
+    EXPECT_TRUE(Utf8ToGbk(GbkToUtf8(text), round_trip, nullptr)) << entry.path();
+    EXPECT_EQ(round_trip, text) << entry.path();
+    std::string lines = WithoutCr(text);
+    for (size_t at = 0; (at = lines.find('\n', at)) != std::string::npos; at += 2) lines.insert(at, 1, '\r');
+    EXPECT_EQ(lines, text) << entry.path();
+  }
+  EXPECT_GE(files, 3);
+}
+
+TEST(Examples, RecordsAreWhole) {
+  CMARCFile books;
+  ASSERT_EQ(books.Open(CString((kRoot + "examples/books.iso").c_str())), 0);
+  CString record;
+  while (books.NextRecord(record) == 0) {
+  }
+  EXPECT_EQ(books.RecordCount(), 32u);
+  EXPECT_EQ(books.SkippedCount(), 0u);
+  EXPECT_EQ(books.RepairedCount(), 0u);
+}
+
+// Lines that end in LF alone.
+testing::CaseText RawText(const std::string& text) {
+  testing::CaseText raw;
+  raw.raw = true;
+  for (const char byte : text) raw.text += byte == '\n' ? std::string("\\n\n") : std::string(1, byte);
+  return raw;
+}
+
+// Each filter on the page runs over the last records above it and gives the output below it.
+TEST(Pages, FiltersGiveWhatTheyPromise) {
+  testing::CaseText records;
+  testing::Case shown;
+  int outputs = 0;
+  for (const Block& block : FencedBlocks("docs/filters.md")) {
+    if (block.language == "karst-records") {
+      records.text = block.text;
+    } else if (block.language == "karst-filter") {
+      EXPECT_FALSE(shown.filter) << "a filter without an output: " << shown.filter->text;
+      shown = testing::Case();
+      shown.place = "docs/filters.md";
+      shown.title = "example " + std::to_string(outputs + 1);
+      shown.filter.emplace().text = block.text;
+      shown.records = records;
+    } else if (block.language == "karst-output") {
+      ASSERT_TRUE(shown.filter) << "an output without a filter: " << block.text;
+      SCOPED_TRACE(shown.filter->text);
+      shown.stream = RawText(block.text);
+      testing::CheckCase(shown);
+      shown.filter.reset();
+      ++outputs;
+    }
+  }
+  EXPECT_GE(outputs, 7);
+}
+
+TEST(Pages, ReadmeShowsTheExamplesAsTheyAre) {
+  std::string filter;
+  std::string sample;
+  for (const Block& block : FencedBlocks("README.md")) {
+    if (block.language == "karst-filter") filter = block.text;
+    if (block.language == "text") sample = block.text;
+  }
+  EXPECT_EQ(filter, WithoutCr(GbkToUtf8(ReadWhole(kRoot + "examples/first.flt"))));
+  const std::string list = ReadWhole(kRoot + "tests/examples/titles.txt");
+  ASSERT_FALSE(sample.empty());
+  std::istringstream lines(sample);
+  for (std::string line; std::getline(lines, line);) {
+    if (line == "...") continue;
+    EXPECT_NE(list.find(line + "\n"), std::string::npos) << line;
+  }
+}
+
+}  // namespace
+}  // namespace karst

@@ -1,0 +1,209 @@
+// Whole runs: streams and their results, the progress hook, stop requests, the record file, the entry point.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "marc/marctree.h"
+#include "support/fake_stream.h"
+#include "support/filter_bench.h"
+#include "support/temp_folder.h"
+
+namespace karst::testing {
+namespace {
+
+constexpr std::string_view kCounting = "Record {\nprintf(\"%d \", _RECORDCOUNT)\n}\nFinal {\nprintf(\"end\")\n}\n";
+constexpr std::string_view kOldCounting = "printf(\"%d \", _RECORDCOUNT)\n";
+
+TEST(RunMARCTree, TakesEachResultOfAStream) {
+  const std::string record = Record({"200  x"});
+  const std::vector<FakeStream::Step> steps = {{2, ""},     {0, record}, {2, ""},    {2, ""},
+                                               {0, record}, {-1, ""},    {0, record}};
+  for (const auto& [filter, output] : {std::pair(kCounting, "0 1 end"), std::pair(kOldCounting, "0 1 ")}) {
+    FilterBench bench(filter);
+    FakeStream stream;
+    stream.steps = steps;
+    EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
+    EXPECT_EQ(bench.Output(), output);
+    EXPECT_EQ(stream.calls, 6);
+    EXPECT_EQ(bench.tree.m_nRecordCount, 2);
+    EXPECT_EQ(bench.tree.RunMARCTree(nullptr), -1);
+  }
+}
+
+TEST(RunRecord, GivesTheResultOfTheLastRecordOrPiece) {
+  const std::string record = Record({"200  x"});
+  const struct {
+    const char* filter;
+    std::vector<FakeStream::Step> steps;
+    int result;
+    int open_scopes;
+  } cases[] = {
+      {"Record {\n}\n", {{0, record}}, 1, 0},
+      {"Record {\n}\n", {{0, record}, {-1, ""}}, -1, 0},
+      {"Record {\nField \"200\" {\nstop -1\n}\n}\n", {{0, record}}, -1, 1},
+      {"Record {\nGroup {\n}\n}\n", {{0, record}}, -1, 1},
+      {"Record {\nField \"200\" {\n}\n{\nstop -1\n}\n}\n", {{0, record}}, -1, 1},
+      {"Record {\n{\nstop -1\n}\n}\n", {{0, record}}, 1, 0},
+  };
+  for (const auto& each : cases) {
+    SCOPED_TRACE(each.filter);
+    FilterBench bench(each.filter);
+    FakeStream stream;
+    stream.steps = each.steps;
+    bench.tree.Initial();
+    EXPECT_EQ(bench.tree.RunRecord(bench.tree.m_pheadcell->pNext, &stream), each.result);
+    EXPECT_EQ(bench.tree.nRunState, 0);
+    // The scope of the Record block's brace stays open where its closing code was not reached.
+    EXPECT_EQ(bench.tree.m_nBeginCount, each.open_scopes);
+  }
+}
+
+TEST(RunMARCTree, NeedsATree) {
+  FilterBench bench;
+  FakeStream stream;
+  EXPECT_EQ(bench.tree.RunMARCTree(&stream), -1);
+  EXPECT_EQ(bench.tree.RunWholeTreeOldStyle("x"), -1);
+  const std::string message = "\r\nMARC树尚未建立!(m_pheadcell == NULL...)";
+  EXPECT_EQ(bench.Output(), message + message);
+}
+
+TEST(RunMARCTree, DropsWhatTheRunDeclaredAndKeepsWhatStoodBefore) {
+  FilterBench bench("int n = 3\nRecord {\nkept = kept + n\n}\n");
+  bench.tree.CreateNewVar("kept", 0);
+  for (int run = 1; run <= 2; ++run) {
+    FakeStream stream({Record({"200  x"}), Record({"200  x"})});
+    EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
+    EXPECT_EQ(bench.tree.m_Cells.size(), 1u);
+    EXPECT_EQ(bench.tree.SearchVar("kept")->lVal, run * 6);
+  }
+}
+
+struct Progress {
+  CMARCTree* tree = nullptr;
+  std::string seen;
+  int stop_at = -1;
+
+  static int Hook(void* argument) {
+    auto& self = *static_cast<Progress*>(argument);
+    self.seen += std::to_string(self.tree->m_nStreamPos) + " ";
+    if (--self.stop_at == 0) self.tree->Stop();
+    return -1;
+  }
+};
+
+TEST(ProgressHook, IsCalledAheadOfEachRecord) {
+  FilterBench bench(kCounting);
+  Progress progress{&bench.tree, "", -1};
+  bench.tree.m_pfnProgress = Progress::Hook;
+  bench.tree.m_pProgressArg = &progress;
+  FakeStream stream({Record({}), Record({})});
+  EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
+  EXPECT_EQ(progress.seen, "0 100 200 ");
+  EXPECT_EQ(bench.tree.m_nStreamSize, 0u);
+}
+
+TEST(ProgressHook, MayStopTheRun) {
+  FilterBench bench(kCounting);
+  Progress progress{&bench.tree, "", 2};
+  bench.tree.m_pfnProgress = Progress::Hook;
+  bench.tree.m_pProgressArg = &progress;
+  FakeStream stream({Record({}), Record({}), Record({})});
+  EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
+  EXPECT_EQ(bench.Output(), "0 ");
+  EXPECT_EQ(stream.calls, 1);
+  EXPECT_TRUE(bench.tree.IsStop());
+  // The next run withdraws the request.
+  progress.stop_at = -1;
+  FakeStream again({Record({})});
+  EXPECT_EQ(bench.tree.RunMARCTree(&again), 0);
+  EXPECT_EQ(bench.Output(), "0 0 end");
+}
+
+TEST(StopRequest, BetweenRecordsLeavesTheRecordLoop) {
+  for (std::string_view filter : {kCounting, kOldCounting}) {
+    FilterBench bench(filter);
+    FakeStream stream({Record({"200  x"}), Record({"200  x"}), Record({"200  x"})});
+    stream.on_next = [&] {
+      if (stream.calls == 2) bench.tree.Stop();
+    };
+    EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
+    EXPECT_EQ(bench.Output(), "0 ");
+    EXPECT_EQ(stream.calls, 2);
+    EXPECT_EQ(bench.tree.m_Cells.size(), 0u);
+  }
+}
+
+void WriteFile(const char* name, std::string_view bytes) { std::ofstream(name, std::ios::binary) << bytes; }
+
+TEST(RunWholeTree, KeepsTheCountersOfItsFileAndClosesIt) {
+  const TempFolder folder;
+  WriteFile("r.mrc", Record({"200  x"}) + "no record\x1d" + Record({"200  x"}));
+  FilterBench bench(kCounting);
+  int skipped = 0;
+  bench.tree.OnSkippedRecord([&](const SkippedRecord& record) { skipped += static_cast<int>(record.bytes.size()); });
+  EXPECT_EQ(bench.tree.RecordFile(), nullptr);
+  EXPECT_EQ(bench.tree.RunWholeTree("r.mrc"), 0);
+  ASSERT_NE(bench.tree.RecordFile(), nullptr);
+  EXPECT_EQ(bench.tree.RecordFile()->RecordCount(), 2u);
+  EXPECT_EQ(bench.tree.RecordFile()->SkippedCount(), 1u);
+  EXPECT_EQ(bench.tree.RecordFile()->SkippedBytes(), 10u);
+  EXPECT_EQ(skipped, 10);
+  EXPECT_EQ(bench.tree.m_nStreamSize, 32u * 2 + 10);
+  EXPECT_EQ(bench.tree.m_nStreamPos, 32u * 2 + 10);
+  EXPECT_EQ(bench.tree.RunWholeTree("missing.mrc"), -1);
+  EXPECT_EQ(bench.tree.RecordFile(), nullptr);
+  EXPECT_EQ(bench.tree.RunWholeTree(nullptr), -1);
+  EXPECT_EQ(bench.Output(), "0 1 end");
+}
+
+int OpenFileCount() {
+  return static_cast<int>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
+}
+
+TEST(RunWholeTree, ClosesItsFileWhenAnErrorEndsTheRun) {
+  const TempFolder folder;
+  WriteFile("r.mrc", Record({"200  x"}));
+  for (const char* filter : {"Record {\nnothing = 1\n}\n", "nothing = 1\n"}) {
+    FilterBench bench(filter);
+    const int open = OpenFileCount();
+    EXPECT_THROW(bench.tree.RunWholeTree("r.mrc"), CError);
+    EXPECT_EQ(OpenFileCount(), open);
+    ASSERT_NE(bench.tree.RecordFile(), nullptr);
+    EXPECT_EQ(bench.tree.RecordFile()->RecordCount(), 1u);
+  }
+}
+
+TEST(RunKarstMARCTree, TellsOnTheHostsOutputWhatFailed) {
+  const TempFolder folder;
+  WriteFile("r.mrc", Record({"200  x"}));
+  const struct {
+    const char* filter;
+    const char* records;
+    int result;
+    const char* output;
+  } cases[] = {
+      {"Record {\r\nprintf(\"ok\")\r\n}\r\n", "r.mrc", 0, "ok"},
+      {"Record {\r\n\r\nx = 1\r\n}\r\n", "r.mrc", -1, nullptr},
+      {"Record {\r\n", "r.mrc", -1, "\r\n第2行: 花括号{}不配对, { 多于 } !"},
+      {"Record {\r\n}\r\n", "missing.mrc", -1, ""},
+      {"\r\n", "missing.mrc", -1, "\r\n第2行: 文件'missing.mrc'打开失败..."},
+  };
+  for (const auto& each : cases) {
+    SCOPED_TRACE(each.filter);
+    WriteFile("f.flt", each.filter);
+    FilterBench bench;
+    EXPECT_EQ(RunKarstMARCTree("f.flt", each.records, bench.tree.hWnd), each.result);
+    if (each.output) {
+      EXPECT_EQ(bench.Output(), each.output);
+    } else {
+      EXPECT_NE(bench.Output().find("\r\n第3行:  变量x没找到..."), std::string::npos) << bench.Output();
+    }
+    EXPECT_EQ(RunKarstMARCTree("f.flt", each.records, nullptr), each.result);
+  }
+  FilterBench bench;
+  EXPECT_EQ(RunKarstMARCTree("missing.flt", "r.mrc", bench.tree.hWnd), -1);
+  EXPECT_TRUE(bench.Output().ends_with("文件[missing.flt]打开错误")) << bench.Output();
+}
+
+}  // namespace
+}  // namespace karst::testing

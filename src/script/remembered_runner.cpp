@@ -193,7 +193,7 @@ RememberedStatement* RememberedRunner::SkippedByReading(Statement& statement) {
 
 RememberedStatement* RememberedRunner::If(RememberedRunner& self, Statement& statement) {
   if (self.Holds(*statement.expression)) {
-    if (statement.opens_block) self.script_.DoBegin();
+    if (statement.opens_block) self.OpenFrame();
     return self.Next(statement);
   }
   if (self.CanSkip(statement)) return self.Skip(statement);
@@ -211,13 +211,19 @@ RememberedStatement* RememberedRunner::Else(RememberedRunner& self, Statement& s
 }
 
 RememberedStatement* RememberedRunner::Begin(RememberedRunner& self, Statement& statement) {
-  self.script_.DoBegin();
+  self.OpenFrame();
   return self.Next(statement);
 }
 
 RememberedStatement* RememberedRunner::End(RememberedRunner& self, Statement& statement) {
-  self.MoveTo(statement.behind_word);
-  self.script_.DoEnd();
+  const CVarCell* mark = self.store_.FrameMarkSlot().newest;
+  if (self.script_.m_nBeginCount > 0 && mark) [[likely]] {
+    self.store_.CutBack(self.script_.m_Cells, static_cast<size_t>(CellStore::PositionOf(mark)));
+    --self.script_.m_nBeginCount;
+  } else {
+    self.MoveTo(statement.behind_word);
+    self.script_.DoEnd();
+  }
   return self.Next(statement);
 }
 
@@ -235,9 +241,14 @@ RememberedStatement* RememberedRunner::Loop(RememberedRunner& self, Statement& s
 }
 
 RememberedStatement* RememberedRunner::EndLoop(RememberedRunner& self, Statement& statement) {
-  self.MoveTo(statement.behind_word);
-  self.script_.DoEndLoop();
-  return self.remembered_.At(self.script_.lpProg);
+  CScript& script = self.script_;
+  char* loop_word = script.IsStop() ? nullptr : script.pLoopStack->pop();
+  if (!loop_word) [[unlikely]] {
+    self.MoveTo(statement.behind_word);
+    script.DoEndLoop();  // refuses
+  }
+  self.MoveTo(loop_word);
+  return self.remembered_.At(loop_word);
 }
 
 RememberedStatement* RememberedRunner::Break(RememberedRunner& self, Statement& statement) {

@@ -66,6 +66,9 @@ class RememberedRunner {
     leaving_ = true;
     return nullptr;
   }
+  void OpenFrame() {
+    if (store_.AppendMark(script_.m_Cells, 0)) ++script_.m_nBeginCount;
+  }
   bool CanSkip(const Statement& statement) const { return statement.skip_target && statement.skip_target < limit_; }
   Statement* SkippedByReading(Statement& statement);
 

@@ -106,6 +106,16 @@ class CellStore {
     cells.resize(size);
   }
 
+  // A frame mark at the end of the table; false without memory.
+  bool AppendMark(std::vector<CVarCell*>& cells, int flag) {
+    CVarCell* mark = Take(frame_mark_);
+    if (!mark) return false;
+    mark->leixing = kFrameMark;
+    mark->nDupPos = flag;
+    Append(cells, mark);
+    return true;
+  }
+
   static void SetText(CVarCell* cell, std::string_view text) {
     cell->leixing = kText;
     cell->text_.Assign(text);

@@ -306,11 +306,7 @@ int CVarArray::GetVarInt(const char* name, int& out) {
 // Frames and cutting back.
 
 int CVarArray::CreateBegin(int flag) {
-  CVarCell* mark = store_->Take(store_->FrameMarkSlot());
-  if (!mark) return -1;
-  mark->leixing = karst::kFrameMark;
-  mark->nDupPos = flag;
-  store_->Append(m_Cells, mark);
+  if (!store_->AppendMark(m_Cells, flag)) return -1;
   ++m_nBeginCount;
   return 0;
 }

@@ -1,0 +1,144 @@
+"""The measuring half of bench/compare: processor time of whole processes, taken in turn, start-up taken off.
+
+compare.py PROGRAM ROUNDS
+"""
+
+import os
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+PEERS = {"python": ["/usr/bin/python3.11"], "perl": ["/usr/bin/perl"], "lua": ["/usr/bin/lua5.4"]}
+ENDINGS = {"python": ".py", "perl": ".pl", "lua": ".lua"}
+LOOPS = {
+    "a": ("i = i + 1, s = s + i % 7", 10_000_000, 0.5),
+    "b": ("two loops, an if and an else in braces", 10_000_000, 0.5),
+    "c": ("append a byte, cut at 1,000", 10_000_000, 0.3),
+    "d": ("the length of a text, by a built-in", 10_000_000, 0.6),
+    "e": ('sprintf "%d:%s"', 3_000_000, 0.4),
+}
+TITLES = """Record {
+Field "200" {
+SubField "a" {
+fnprintf("stdout", "%s\\n", _SUBFIELD)
+}
+}
+}
+"""
+SUBFIELDS = """int n
+Record {
+Field "***" {
+SubField "*" {
+n = n + 1
+}
+}
+}
+Final
+{
+printf("%d", n)
+}
+"""
+AWK = r"""/^200/ { if (match($0, /\$a [^$]*/)) print substr($0, RSTART + 3, RLENGTH - 3) }"""
+
+
+class Run:
+    """Processor seconds, wall seconds and the largest memory of one finished command and its children."""
+
+    def __init__(self, command):
+        started = time.monotonic()
+        process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        _, status, usage = os.wait4(process.pid, 0)
+        self.wall = time.monotonic() - started
+        self.cpu = usage.ru_utime + usage.ru_stime
+        self.memory = usage.ru_maxrss / 1024
+        if os.waitstatus_to_exitcode(status) != 0:
+            raise SystemExit(f"failed: {' '.join(command)}")
+
+
+def write(folder, name, lines):
+    path = os.path.join(folder, name)
+    with open(path, "w", encoding="ascii", newline="") as file:
+        file.write(lines.replace("\n", "\r\n"))
+    return path
+
+
+def least(commands, rounds):
+    """The least processor time of each command, the commands taken in turn: what else the machine did only adds."""
+    times = {name: [] for name in commands}
+    for _ in range(rounds):
+        for name, command in commands.items():
+            times[name].append(Run(command).cpu)
+    return {name: min(values) for name, values in times.items()}
+
+
+def startup(program, folder, rounds):
+    empty = {"karst": [program, "run", write(folder, "empty.pro", "")]}
+    for peer, command in PEERS.items():
+        empty[peer] = command + [write(folder, "empty" + ENDINGS[peer], "")]
+    wall = statistics.median(Run(empty["karst"]).wall for _ in range(rounds * 4))
+    return least(empty, rounds * 4), wall
+
+
+def compare_loops(program, folder, rounds):
+    idle, wall = startup(program, folder, rounds)
+    print(f"start-up of an empty script: {wall * 1000:.1f} ms, at most 5\n")
+    print("| Loop | what a pass does | karst ns | python ns | perl ns | lua ns | karst / python | at most |")
+    print("| --- | --- | --- | --- | --- | --- | --- | --- |")
+    for name, (what, passes, most) in LOOPS.items():
+        commands = {"karst": [program, "run", os.path.join(HERE, "loops", name + ".pro")]}
+        for peer, command in PEERS.items():
+            commands[peer] = command + [os.path.join(HERE, "loops", name + ENDINGS[peer])]
+        took = least(commands, rounds)
+        pass_time = {peer: (took[peer] - idle[peer]) / passes * 1e9 for peer in took}
+        ratio = pass_time["karst"] / pass_time["python"]
+        shown = " | ".join(f"{pass_time[peer]:.0f}" for peer in ("karst", "python", "perl", "lua"))
+        print(f"| {name} | {what} | {shown} | {ratio:.2f} | {most} |", flush=True)
+
+
+def big_file(folder):
+    """Some 100 MB of records: the example records over and over."""
+    with open(os.path.join(HERE, "..", "examples", "books.iso"), "rb") as file:
+        records = file.read()
+    path = os.path.join(folder, "big.iso")
+    with open(path, "wb") as file:
+        for _ in range(100 * 1024 * 1024 // len(records) + 1):
+            file.write(records)
+    return path
+
+
+def compare_records(program, folder, rounds):
+    big = big_file(folder)
+    titles = write(folder, "titles.flt", TITLES)
+    subfields = write(folder, "subfields.flt", SUBFIELDS)
+    awk = os.path.join(folder, "titles.awk")
+    with open(awk, "w", encoding="ascii") as file:
+        file.write(AWK)
+    commands = {
+        "titles": [program, "filter", "--quiet", "--encoding", "gbk", titles, big],
+        "subfields": [program, "filter", "--quiet", subfields, big],
+        "dump": ["/bin/sh", "-c", f"LC_ALL=C yaz-marcdump '{big}' | LC_ALL=C mawk -f '{awk}'"],
+    }
+    runs = {name: [] for name in commands}
+    for _ in range(rounds):
+        for name, command in commands.items():
+            runs[name].append(Run(command))
+    cpu = {name: min(run.cpu for run in values) for name, values in runs.items()}
+    memory = {name: max(run.memory for run in values) for name, values in runs.items()}
+    print("\n| 100 MB of ISO 2709 | CPU s | peak MB | ratio | at most |")
+    print("| --- | --- | --- | --- | --- |")
+    print(f"| yaz-marcdump and awk: titles | {cpu['dump']:.2f} | | 1 | |")
+    print(f"| karst: titles | {cpu['titles']:.2f} | {memory['titles']:.0f} | {cpu['titles'] / cpu['dump']:.2f} | 0.6 |")
+    print(f"| karst: every subfield | {cpu['subfields']:.2f} | {memory['subfields']:.0f} | | 2 s |", flush=True)
+
+
+def main():
+    program, rounds = sys.argv[1], int(sys.argv[2])
+    with tempfile.TemporaryDirectory() as folder:
+        compare_loops(program, folder, rounds)
+        compare_records(program, folder, rounds)
+
+
+main()

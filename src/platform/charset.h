@@ -9,8 +9,6 @@
 #include <string>
 #include <string_view>
 
-#include "platform/export.h"
-
 namespace karst {
 
 // A byte or pair of bytes that is no character has this code.
@@ -27,10 +25,10 @@ GbkCharacter DecodeGbk(std::string_view gbk);
 // True if every byte belongs to a GBK character.
 bool IsValidGbk(std::string_view gbk);
 // GBK to UTF-8. What is no character becomes U+FFFD.
-KARST_API std::string GbkToUtf8(std::string_view gbk);
+std::string GbkToUtf8(std::string_view gbk);
 // UTF-8 to GBK. False if a character has no place in GBK or the bytes are no UTF-8; `bad_offset` (may be null) then
 // says where, and `gbk` holds what came before.
-KARST_API bool Utf8ToGbk(std::string_view utf8, std::string& gbk, size_t* bad_offset);
+bool Utf8ToGbk(std::string_view utf8, std::string& gbk, size_t* bad_offset);
 // The code point at the head of `utf8`, which is not empty, and its length in bytes; kNoCharacter and 1 if the bytes
 // are no UTF-8.
 GbkCharacter DecodeUtf8(std::string_view utf8);

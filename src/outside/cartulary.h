@@ -69,6 +69,25 @@ int MARC_GetNestedField(const char* text, const char* name, int index, char* buf
 int MARC_GetSubField(const char* text, const char* name, int index, char* buf, int size, int* unused);
 int MARC_GetGroup(const char* text, int index, char* buf, int size, int* unused);
 
+// Replacing. `buf` holds a record text (MARC_ReplaceField) or a field or group text, within `size`; it is edited in
+// place. `text`, which lies elsewhere, takes the place of the item that the reading function of the same arguments
+// finds, in the form in which that function gives it; a 0x1E at its end may stay. The empty text takes the item out,
+// with its 0x1E. Nothing but the item and its end mark changes.
+//
+// Index -1 adds an item: a field behind the last field whose tag is not greater than its own (ahead of all others
+// where there is none), a subfield or a group at the end. `name` is then not looked at, unless it is "hdr".
+//
+// Give 0; or -1, with `buf` unchanged: for an item that is not there, for a result that does not fit `size` with its
+// NUL, for a null pointer or a `buf` without a NUL, for adding the empty text, and for a text that would break what it
+// is put into: one with a 0x1D, or with a 0x1E ahead of its end; a field that does not begin with a tag of 3 printable
+// ASCII bytes; a subfield or a group that does not begin with the mark. The name "hdr" stands for the header: it can
+// only be replaced, by exactly 24 bytes without 0x1D and 0x1E.
+//
+// CHOICE: a text of several subfields is put in as it stands, where one subfield is replaced too.
+int MARC_ReplaceField(char* buf, int size, const char* name, int index, const char* text);
+int MARC_ReplaceSubField(char* buf, int size, const char* name, int index, const char* text);
+int MARC_ReplaceGroup(char* buf, int size, int index, const char* text);
+
 // A source of records.
 class KARST_API CMARCStream {
  public:

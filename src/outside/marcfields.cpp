@@ -1,35 +1,22 @@
-// Where the items of a record text stand: fields, embedded fields, subfields, groups. Every search ends in a view into
-// the searched text, so that the place of an item is known as well as its bytes.
+// Finding and reading the items of a record text: fields, embedded fields, subfields, groups.
 #include <algorithm>
-#include <optional>
 
 #include "outside/cartulary.h"
+#include "outside/marcitems.h"
 #include "platform/mbtext.h"
 
 namespace {
 
 using karst::FieldCursor;
-using karst::SubfieldCursor;
+using karst::MarcItem;
 
 constexpr char kAnyByte = '*';
 constexpr char kEmbeddingCode = '1';
-constexpr std::string_view kHeaderName = "hdr";
-
-// An item found, and for a field the tag behind it.
-struct Item {
-  std::string_view text;
-  std::string_view following_tag;
-};
 
 bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
 
 // The text ahead of the first byte `end`.
 std::string_view Until(std::string_view text, char end) { return text.substr(0, text.find(end)); }
-
-// Field text as the cursors take it: a NUL or the end mark of a field or a record ends it, whichever comes first.
-std::string_view WithoutEnd(std::string_view text) {
-  return Until(Until(Until(text, 0), karst::kFieldEnd), karst::kRecordEnd);
-}
 
 // The code byte of a subfield; -1 for a mark with nothing behind it.
 int CodeOf(std::string_view subfield) { return subfield.size() < 2 ? -1 : static_cast<unsigned char>(subfield[1]); }
@@ -60,48 +47,7 @@ size_t FindEmbedded(std::string_view text, size_t from) {
   return std::string_view::npos;
 }
 
-std::optional<Item> FindField(FieldCursor cursor, std::string_view name, int index) {
-  std::string_view field;
-  while (cursor.Next(field)) {
-    if (MatchesTag(field, name) && index-- == 0) return Item{field, cursor.FollowingTag()};
-  }
-  return std::nullopt;
-}
-
-std::optional<Item> FindHeader(std::string_view record, int index) {
-  if (index != 0 || record.size() < karst::kHeaderLength) return std::nullopt;
-  return Item{record.substr(0, karst::kHeaderLength), FieldCursor::OverRecord(record).FollowingTag()};
-}
-
-std::optional<Item> FindSubfield(std::string_view text, std::string_view name, int index) {
-  SubfieldCursor cursor(text);
-  std::string_view subfield;
-  while (cursor.Next(subfield)) {
-    if (MatchesCode(subfield, name) && index-- == 0) return Item{subfield, {}};
-  }
-  return std::nullopt;
-}
-
-// Group `index` runs from the subfield that opens it to the one that opens the next, or to the end of the last.
-std::optional<Item> FindGroup(std::string_view text, int index) {
-  SubfieldCursor cursor(text);
-  std::string_view subfield;
-  if (!cursor.Next(subfield)) return std::nullopt;
-  const int opening_code = CodeOf(subfield);
-  const char* start = subfield.data();
-  const char* end = start + subfield.size();
-  while (cursor.Next(subfield)) {
-    if (CodeOf(subfield) == opening_code) {
-      if (index-- == 0) return Item{{start, static_cast<size_t>(end - start)}, {}};
-      start = subfield.data();
-    }
-    end = subfield.data() + subfield.size();
-  }
-  if (index != 0) return std::nullopt;
-  return Item{{start, static_cast<size_t>(end - start)}, {}};
-}
-
-int GiveItem(const std::optional<Item>& item, char* buf, int size) {
+int GiveItem(const std::optional<MarcItem>& item, char* buf, int size) {
   if (!item) return -1;
   const size_t length = karst::WholeCharacters(item->text, static_cast<size_t>(size) - 1);
   item->text.copy(buf, length);
@@ -109,7 +55,7 @@ int GiveItem(const std::optional<Item>& item, char* buf, int size) {
   return static_cast<int>(length);
 }
 
-int GiveField(const std::optional<Item>& item, char* buf, int size, char* next) {
+int GiveField(const std::optional<MarcItem>& item, char* buf, int size, char* next) {
   if (item && next) next[item->following_tag.copy(next, karst::kTagLength)] = 0;
   return GiveItem(item, buf, size);
 }
@@ -119,6 +65,8 @@ bool CanGive(const char* text, int index, const char* buf, int size) { return te
 }  // namespace
 
 namespace karst {
+
+std::string_view WithoutEnd(std::string_view text) { return Until(Until(Until(text, 0), kFieldEnd), kRecordEnd); }
 
 FieldCursor FieldCursor::OverRecord(std::string_view record) {
   const std::string_view text = Until(record, 0);
@@ -153,25 +101,65 @@ bool SubfieldCursor::Next(std::string_view& subfield) {
   return true;
 }
 
+std::optional<MarcItem> FindField(FieldCursor cursor, std::string_view name, int index) {
+  std::string_view field;
+  while (cursor.Next(field)) {
+    if (MatchesTag(field, name) && index-- == 0) return MarcItem{field, cursor.FollowingTag()};
+  }
+  return std::nullopt;
+}
+
+std::optional<MarcItem> FindHeader(std::string_view record, int index) {
+  if (index != 0 || record.size() < kHeaderLength) return std::nullopt;
+  return MarcItem{record.substr(0, kHeaderLength), FieldCursor::OverRecord(record).FollowingTag()};
+}
+
+std::optional<MarcItem> FindSubfield(std::string_view text, std::string_view name, int index) {
+  SubfieldCursor cursor(text);
+  std::string_view subfield;
+  while (cursor.Next(subfield)) {
+    if (MatchesCode(subfield, name) && index-- == 0) return MarcItem{subfield, {}};
+  }
+  return std::nullopt;
+}
+
+std::optional<MarcItem> FindGroup(std::string_view text, int index) {
+  SubfieldCursor cursor(text);
+  std::string_view subfield;
+  if (!cursor.Next(subfield)) return std::nullopt;
+  const int opening_code = CodeOf(subfield);
+  const char* start = subfield.data();
+  const char* end = start + subfield.size();
+  while (cursor.Next(subfield)) {
+    if (CodeOf(subfield) == opening_code) {
+      if (index-- == 0) return MarcItem{{start, static_cast<size_t>(end - start)}, {}};
+      start = subfield.data();
+    }
+    end = subfield.data() + subfield.size();
+  }
+  if (index != 0) return std::nullopt;
+  return MarcItem{{start, static_cast<size_t>(end - start)}, {}};
+}
+
 }  // namespace karst
 
 int MARC_GetField(const char* rec, const char* name, int index, char* buf, int size, char* next, int*) {
   if (!CanGive(rec, index, buf, size) || !name) return -1;
-  if (name == kHeaderName) return GiveField(FindHeader(rec, index), buf, size, next);
-  return GiveField(FindField(FieldCursor::OverRecord(rec), name, index), buf, size, next);
+  if (name == karst::kHeaderName) return GiveField(karst::FindHeader(rec, index), buf, size, next);
+  return GiveField(karst::FindField(FieldCursor::OverRecord(rec), name, index), buf, size, next);
 }
 
 int MARC_GetNestedField(const char* text, const char* name, int index, char* buf, int size, char* next, int*) {
   if (!CanGive(text, index, buf, size) || !name) return -1;
-  return GiveField(FindField(FieldCursor::OverEmbedded(text), name, index), buf, size, next);
+  return GiveField(karst::FindField(FieldCursor::OverEmbedded(text), name, index), buf, size, next);
 }
 
 int MARC_GetSubField(const char* text, const char* name, int index, char* buf, int size, int*) {
   if (!CanGive(text, index, buf, size) || !name) return -1;
-  return GiveItem(FindSubfield(text, name, index), buf, size);
+  return GiveItem(karst::FindSubfield(text, name, index), buf, size);
 }
 
 int MARC_GetGroup(const char* text, int index, char* buf, int size, int*) {
   if (!CanGive(text, index, buf, size)) return -1;
-  return GiveItem(FindGroup(text, index), buf, size);
+  return GiveItem(karst::FindGroup(text, index), buf, size);
 }

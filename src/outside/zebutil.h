@@ -48,6 +48,13 @@ inline char OneEscChar(char byte) {
   }
 }
 
+// 1 for a text of one or more digits 0 to 9, else 0.
+int IsNumber(const char* text);
+
+// Writes every byte of those characters of `text` that stand in `characters` as "%" and two lower-case hexadecimal
+// digits. A double-byte character is one character, in both texts. 1 if anything changed, else 0.
+int EscapeString(CString& text, const char* characters);
+
 // Writes the bytes to the file, in place of whatever it held. 0, or -1.
 int DumpPackage(const char* file_name, const char* bytes, size_t count);
 
@@ -56,3 +63,11 @@ int DumpPackage(const char* file_name, const char* bytes, size_t count);
 // character "\xHH" (with "gbk" such bytes stay as they are). Gives the number of bytes, which
 // no NUL ends, or -1 if they do not fit in `size`. An unknown charset is a CError that names it.
 int MakeBM(const char* text, char* target, int size, const char* conversion);
+
+// The day's number in its year by the Gregorian calendar, from 1; December 31 has the number of the year's days. A
+// month above 12 counts as December 31, a month below 1 as January; days are added as they stand.
+int GetDaysInAYearFromDate(int year, int month, int day);
+
+// Puts "first--second" into `name`, or the one of the two that is not empty; white space at the outer ends is cut, and
+// a text of nothing else is empty. Gives the name's length.
+int MakeFufenName(const char* first, const char* second, CString& name);

@@ -9,6 +9,7 @@
 
 #include "platform/files.h"
 #include "platform/format.h"
+#include "statis/statisdb.h"
 #include "values/vararray.h"
 
 class CFuncArray;
@@ -67,6 +68,7 @@ class KARST_API CFuncArray : public CVarArray {
   // 0, with `value` set, if the table file has a line for `key`; else -1.
   int ReplaceStringFromFile(const char* key, CString& value, const char* table_file);
 
+  CStatisDB m_statisDB;  // the tables of the DB built-ins
   std::map<std::string, karst::FileHandle, std::less<>> m_mapCatchedFile;
   std::map<std::string, std::unique_ptr<CReplaceTable>, std::less<>> m_mapReplaceTable;
 

@@ -95,6 +95,12 @@ std::string RefusalOf(const std::string& kind) {
   return type + (kind.ends_with('&') ? "，并且为引用型..." : "...");
 }
 
+// How a built-in calls itself in the messages of the argument checks.
+std::string NameInMessages(const KernelFunctionRow& row) {
+  if (row.name == std::string("StrFindOneOf")) return "FindOneOf";
+  return row.name;
+}
+
 TEST(BuiltinTable, EveryHandlerRefusesEachArgumentOfAnotherKind) {
   BuiltinCaller caller;
   caller.Declare("text", "x");
@@ -113,7 +119,7 @@ TEST(BuiltinTable, EveryHandlerRefusesEachArgumentOfAnotherKind) {
         std::vector<Argument> arguments = right;
         arguments[i] = wrong;
         EXPECT_EQ(caller.Refusal(row.name, arguments),
-                  std::string("函数") + row.name + "()参数" + std::to_string(i + 1) + "应当为" + RefusalOf(kinds[i]));
+                  "函数" + NameInMessages(row) + "()参数" + std::to_string(i + 1) + "应当为" + RefusalOf(kinds[i]));
         ++refused;
       }
     }
@@ -125,12 +131,14 @@ TEST(BuiltinTable, EveryHandlerRefusesEachArgumentOfAnotherKind) {
 TEST(BuiltinTable, ACallWithTooFewArgumentsIsRefusedByTheSharedCountMessage) {
   BuiltinCaller caller;
   caller.Declare("text", "x");
+  caller.Declare("large", int64_t{1});
+  const std::set<std::string> with_own_message = {"EscapeString", "min", "max"};
   for (const KernelFunctionRow& row : kKernelFunctions) {
-    if (!row.handler || std::string_view(row.kinds).ends_with("...")) continue;
+    if (!row.handler || std::string_view(row.kinds).ends_with("...") || with_own_message.contains(row.name)) continue;
     const std::vector<std::string> kinds = SplitKinds(row.kinds);
     std::vector<Argument> arguments;
     for (const std::string& kind : kinds) {
-      EXPECT_EQ(caller.Refusal(row.name, arguments), std::string("函数") + row.name + "()应当以" +
+      EXPECT_EQ(caller.Refusal(row.name, arguments), "函数" + NameInMessages(row) + "()应当以" +
                                                          std::to_string(kinds.size()) + "个参数调用，现错为" +
                                                          std::to_string(arguments.size()) + "个");
       arguments.push_back(RightFor(kind));

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "exit_status.h"
+#include "standard_input.h"
 #include "stop_request.h"
 
 namespace karst::cli {
@@ -36,10 +37,7 @@ Console::Console(const Options& options)
   }
   control_ =
       AddWindow(std::make_unique<ForwardingTextControl>([this](std::string_view text) { messages_->WriteGbk(text); }));
-  SetMessageBoxHandler([this](HWND, const char* text, const char*, unsigned) {
-    Show(Displayed(text) + "\n");
-    return 1;
-  });
+  SetMessageBoxHandler([this](HWND, const char* text, const char*, unsigned) { return AnswerBox(text); });
   the_console = this;
 }
 
@@ -47,6 +45,15 @@ Console::~Console() {
   the_console = nullptr;
   SetMessageBoxHandler({});
   DestroyWindow(control_);
+}
+
+int Console::AnswerBox(std::string_view text) {
+  constexpr int kOk = 1;
+  Show(Displayed(text) + "\n");
+  if (!error_is_terminal_ || !isatty(STDIN_FILENO)) return kOk;
+  Show("[Enter] ");
+  terminal_line_.at_start = WaitForEnter();
+  return kOk;
 }
 
 LineState* Console::LineOf(int file) {

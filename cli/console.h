@@ -43,6 +43,8 @@ class Console {
 
  private:
   static int32_t WriteStdOut(FileHandle handle, const char* bytes, int32_t count, uint32_t param);
+  // Shows a text, and waits for Enter where there is somebody to press it. Gives the answer of an OK button.
+  int AnswerBox(std::string_view text);
   LineState* LineOf(int file);
   Writer& MessageWriter(const std::string& target);
   bool ReportFailure(const Writer& writer, std::string_view name);

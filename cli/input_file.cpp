@@ -30,12 +30,15 @@ InputFile::~InputFile() {
 }
 
 std::string InputFile::WhyUnreadable() const {
+  struct stat status;
+  if (stat(ForSystem(), &status) != 0) return std::strerror(errno);
+  if (S_ISDIR(status.st_mode)) return std::strerror(EISDIR);
+  // A pipe is not opened here: its writer would take the closing for the end of its reader.
+  if (S_ISFIFO(status.st_mode)) return access(ForSystem(), R_OK) == 0 ? "" : std::strerror(errno);
   const int file = open(ForSystem(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (file < 0) return std::strerror(errno);
-  struct stat status;
-  const bool directory = fstat(file, &status) == 0 && S_ISDIR(status.st_mode);
   close(file);
-  return directory ? std::strerror(EISDIR) : "";
+  return "";
 }
 
 }  // namespace karst::cli

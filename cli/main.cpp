@@ -8,6 +8,7 @@
 #include "console.h"
 #include "exit_status.h"
 #include "options.h"
+#include "record_database.h"
 #include "stop_request.h"
 #include "verbs.h"
 
@@ -45,7 +46,9 @@ int RunGuarded(const Options& options, Console& console) {
 }
 
 int RunToEnd(const Options& options) {
+  RecordDatabases databases(options);  // ahead of the console, which empties files
   Console console(options);
+  databases.TellOn(console);
   const int status = RunGuarded(options, console);
   if (!console.Finish()) return kOutputFailed;
   if (StopSignal() == 0) return status;

@@ -22,8 +22,9 @@ constexpr const char* kExamples =
     "See also: karst VERB --help, man karst.";
 
 constexpr const char* kRunExample =
-    "Example:\n"
-    "  karst run --messages stderr count.pro > counts.txt";
+    "Examples:\n"
+    "  karst run --messages stderr count.pro > counts.txt\n"
+    "  karst run --database authors=authors.mrc check.pro";
 
 constexpr const char* kFilterExample =
     "Examples:\n"
@@ -51,10 +52,26 @@ void AddCommonOptions(CLI::App& app, RawOptions& raw) {
       ->option_text("stdout|stderr|FILE");
 }
 
+// The empty text if the option has the form that Options::databases promises.
+std::string FaultOfDatabase(const std::string& option) {
+  const size_t sign = option.find('=');
+  const bool good = sign != std::string::npos && sign > 0 && sign + 1 < option.size();
+  return good ? "" : option + " is not of the form NAME=FILE";
+}
+
+void AddDatabases(CLI::App& app, RawOptions& raw) {
+  app.add_option("--database", raw.options.databases,
+                 "Make a file of records known to ZebGetRcd under a name; may be given several times")
+      ->check(CLI::Validator(FaultOfDatabase, ""))
+      ->option_text("NAME=FILE")
+      ->allow_extra_args(false);
+}
+
 void AddRun(CLI::App& app, RawOptions& raw) {
   CLI::App* run = app.add_subcommand("run", "Run a script");
   run->add_option("SCRIPT", raw.options.program, "The script (.pro)")->required()->option_text(" ");
   AddCommonOptions(*run, raw);
+  AddDatabases(*run, raw);
   run->footer(kRunExample);
   run->callback([&raw] { raw.options.verb = Verb::kRun; });
 }
@@ -66,6 +83,7 @@ void AddFilter(CLI::App& app, RawOptions& raw) {
       ->required()
       ->option_text(" ");
   AddCommonOptions(*filter, raw);
+  AddDatabases(*filter, raw);
   filter->add_option("--progress", raw.progress, "Show progress on standard error (default: auto, on a terminal)")
       ->check(CLI::IsMember({"always", "never", "auto"}))
       ->option_text("always|never|auto");

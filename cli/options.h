@@ -17,10 +17,11 @@ struct Options {
   Encoding encoding = Encoding::kUtf8;  // of standard output, standard error and the names below
   std::string messages = "stdout";      // "stdout", "stderr" or a file name: where the output control goes
   ProgressMode progress = ProgressMode::kAuto;
-  bool quiet = false;                // no summary, no progress
-  std::string rejects;               // file for the passed-over bytes; empty: none
-  std::string program;               // the script or filter
-  std::vector<std::string> records;  // record files; "-" is standard input
+  bool quiet = false;                  // no summary, no progress
+  std::string rejects;                 // file for the passed-over bytes; empty: none
+  std::string program;                 // the script or filter
+  std::vector<std::string> databases;  // "NAME=FILE" each, neither part empty
+  std::vector<std::string> records;    // record files; "-" is standard input
 };
 
 // The options, or the exit status where nothing is to be run: help and version go to standard output with 0; wrong

@@ -19,6 +19,10 @@ bool SameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b
 bool IsInput(const struct stat& target, const Options& options) {
   struct stat input;
   if (stat(SystemName(options.program, options.encoding).c_str(), &input) == 0 && SameFile(target, input)) return true;
+  for (const std::string& option : options.databases) {
+    const std::string name = option.substr(option.find('=') + 1);
+    if (stat(SystemName(name, options.encoding).c_str(), &input) == 0 && SameFile(target, input)) return true;
+  }
   for (const std::string& name : options.records) {
     const std::string path = name == "-" ? "/dev/stdin" : SystemName(name, options.encoding);
     if (stat(path.c_str(), &input) == 0 && SameFile(target, input)) return true;

@@ -5,6 +5,7 @@
 #include "input_file.h"
 #include "passed_over.h"
 #include "progress.h"
+#include "record_database.h"
 #include "standard_input.h"
 #include "stop_request.h"
 #include "verbs.h"
@@ -77,6 +78,7 @@ class FilterRuns {
     CMARCTree tree;
     tree.Initial();
     console_.Connect(tree);
+    RecordDatabases::Connect(tree);
     const StoppableRun stoppable(tree);
     Outcome outcome;
     outcome.result = Guarded(console_, tree, filter_, [&] {
@@ -128,6 +130,7 @@ int ShowTree(const Options& options, Console& console) {
   CMARCTree tree;
   tree.Initial();
   console.Connect(tree);
+  RecordDatabases::Connect(tree);
   const StoppableRun stoppable(tree);
   return StatusOf(Guarded(console, tree, filter, [&] {
     const int built = LoadTree(console, tree, filter);

@@ -1,6 +1,7 @@
 // The verb "run": one script, in the steps of the library's own entry point.
 #include "error_display.h"
 #include "input_file.h"
+#include "record_database.h"
 #include "stop_request.h"
 #include "verbs.h"
 
@@ -19,6 +20,7 @@ int RunScript(const Options& options, Console& console) {
   const InputFile file(options.program, options.encoding);
   CScript script;
   console.Connect(script);
+  RecordDatabases::Connect(script);
   const StoppableRun stoppable(script);
   try {
     const int result = script.Run(file.ForLibrary());

@@ -1,7 +1,8 @@
-// The pipe in front of a standard input that cannot be opened anew.
+// The pipe in front of a standard input that cannot be opened anew; waiting for a key.
 #include "standard_input.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,6 +12,7 @@
 #include <csignal>
 #include <string_view>
 
+#include "stop_request.h"
 #include "writer.h"
 
 namespace karst::cli {
@@ -33,6 +35,17 @@ bool CanBeOpenedAnew() {
   }
 }
 
+// A signal that comes between the look at the request and the wait does not end the wait, so that it is looked at
+// again.
+bool WaitForInput() {
+  constexpr int kPauseMilliseconds = 100;
+  while (!StopRequested()) {
+    pollfd wanted{STDIN_FILENO, POLLIN, 0};
+    if (poll(&wanted, 1, kPauseMilliseconds) > 0) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 void PrepareStandardInput() {
@@ -46,6 +59,16 @@ void PrepareStandardInput() {
   if (child > 0) dup2(ends[0], STDIN_FILENO);
   close(ends[0]);
   close(ends[1]);
+}
+
+bool WaitForEnter() {
+  char byte = 0;
+  while (byte != '\n') {
+    if (!WaitForInput()) return false;
+    const ssize_t count = read(STDIN_FILENO, &byte, 1);
+    if (count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN)) return false;
+  }
+  return true;
 }
 
 }  // namespace karst::cli

@@ -1,4 +1,4 @@
-// Standard input under a name.
+// Standard input: under a name, and as the keyboard.
 #pragma once
 
 namespace karst::cli {
@@ -7,5 +7,8 @@ namespace karst::cli {
 // file from its start where some of it was read already. In these cases a child process passes the bytes on through a
 // pipe, which takes the place of standard input.
 void PrepareStandardInput();
+
+// Reads a line from standard input and drops it. False if the input ended ahead of its end, or the run is to stop.
+bool WaitForEnter();
 
 }  // namespace karst::cli

@@ -1,0 +1,112 @@
+// RecordDatabase: one reading, one index for each place asked for. RecordDatabases: the callback and its faults.
+#include "record_database.h"
+
+#include "exit_status.h"
+#include "outside/cartulary.h"
+#include "stop_request.h"
+
+namespace karst::cli {
+namespace {
+
+// The callback carries no pointer, so it finds the databases here.
+RecordDatabases* the_databases = nullptr;
+
+[[noreturn]] void RefuseOption(const std::string& option, const std::string& fault) {
+  throw HostError(kWrongUsage, "--database " + option + ": " + fault);
+}
+
+}  // namespace
+
+RecordDatabase::RecordDatabase(const std::string& name, const std::string& file, Encoding encoding)
+    : name_(name), file_(file, encoding) {
+  const std::string reason = file_.WhyUnreadable();
+  if (!reason.empty()) RefuseOption(name + "=" + file, "cannot read " + file + ": " + reason);
+}
+
+bool RecordDatabase::Find(const RecordQuery& query, std::vector<char>& record, Console& console) {
+  if (!records_ && !Load(console)) return false;
+  const KeyIndex* index = IndexOf(query.place);
+  const uint32_t number = index ? index->Find(query.text) : KeyIndex::kNone;
+  if (number == KeyIndex::kNone) return false;
+  records_->Read(number, record);
+  return true;
+}
+
+bool RecordDatabase::Load(Console& console) {
+  CMARCFile file;
+  if (file.Open(file_.ForLibrary()) == -1) throw std::runtime_error("cannot read " + file_.Shown());
+  RecordSpool records;
+  int result = 0;
+  for (CString record; (result = file.NextRecord(record)) == 0 || result == 2;) {
+    if (StopRequested()) return false;
+    if (result == 0) records.Add(record.view());
+  }
+  records.Finish();
+  if (result == -1) {
+    console.Say("database " + name_ + ": " + file_.Shown() + " cannot be read behind byte " +
+                std::to_string(file.BytePosition()));
+  }
+  if (file.SkippedCount() > 0) {
+    console.Say("database " + name_ + ": records read: " + std::to_string(file.RecordCount()) + ", passed over: " +
+                std::to_string(file.SkippedCount()) + ", bytes in these: " + std::to_string(file.SkippedBytes()));
+  }
+  records_ = std::move(records);
+  return true;
+}
+
+const KeyIndex* RecordDatabase::IndexOf(const std::string& place) {
+  const auto known = indexes_.find(place);
+  if (known != indexes_.end()) return &known->second;
+  KeyIndex index;
+  std::vector<char> buffer;
+  for (uint32_t number = 0; number < records_->Count(); ++number) {
+    if (StopRequested()) return nullptr;
+    ForEachKey(records_->Read(number, buffer), place, [&](std::string_view key) { index.Add(key, number); });
+  }
+  return &indexes_.emplace(place, std::move(index)).first->second;
+}
+
+RecordDatabases::RecordDatabases(const Options& options) {
+  for (const std::string& option : options.databases) {
+    const size_t sign = option.find('=');
+    const std::string name = option.substr(0, sign);
+    std::string gbk_name = name;
+    if (options.encoding == Encoding::kUtf8 && !ToGbk(name, gbk_name)) {
+      RefuseOption(option, "no script can write this name: it is not in GBK");
+    }
+    auto& database = databases_[gbk_name];
+    if (database) RefuseOption(option, "the name is given twice");
+    database = std::make_unique<RecordDatabase>(name, option.substr(sign + 1), options.encoding);
+  }
+  the_databases = this;
+}
+
+RecordDatabases::~RecordDatabases() { the_databases = nullptr; }
+
+int32_t RecordDatabases::Fetch(const char* name, const char* query, std::vector<char>* record, uint32_t, CString*) {
+  if (!the_databases || !the_databases->console_) return -1;
+  return the_databases->FetchOne(name, query, *record);
+}
+
+int32_t RecordDatabases::FetchOne(std::string_view name, std::string_view query, std::vector<char>& record) {
+  const auto database = databases_.find(name);
+  if (database == databases_.end()) return Refuse(told_unknown_, name, "unknown (no --database has this name)");
+  // Not tried again: the next look-up would read the whole file only to fail once more.
+  if (told_failed_.contains(name)) return -1;
+  const auto read = ReadQuery(query);
+  if (!read)
+    return Refuse(told_unreadable_, name, "\"" + console_->Displayed(query) + "\" is no TAG=text or TAG$code=text");
+  // The engine is told by the result alone: nothing is thrown through it.
+  try {
+    return database->second->Find(*read, record, *console_) ? 0 : -1;
+  } catch (const std::exception& error) {
+    return Refuse(told_failed_, name, error.what());
+  }
+}
+
+int32_t RecordDatabases::Refuse(ToldNames& told, std::string_view name, const std::string& fault) {
+  if (told.emplace(name).second) console_->Say("database " + console_->Displayed(name) + ": " + fault);
+  return -1;
+}
+
+}  // namespace karst::cli

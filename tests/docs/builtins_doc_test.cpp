@@ -1,0 +1,37 @@
+// The reference of the built-in functions: its examples write what it says, and it describes every function there is.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <regex>
+#include <string>
+
+#include "builtins/table.h"
+#include "support/doc_examples.h"
+
+namespace karst::testing {
+namespace {
+
+TEST(BuiltinsDocument, ExamplesRunAsShown) { CheckExamples("docs/builtins.md", 20); }
+
+// A function has a heading and stands in an example; one that does not run yet has neither.
+TEST(BuiltinsDocument, DescribesEveryFunction) {
+  std::ifstream in(KARST_SOURCE_DIR "/docs/builtins.md");
+  std::string headings;
+  std::string examples;
+  bool inside = false;
+  for (std::string line; std::getline(in, line);) {
+    if (line.starts_with("```")) inside = line == "```karst";
+    if (line.starts_with("### ")) headings += line + "\n";
+    if (inside) examples += line + "\n";
+  }
+  for (const KernelFunctionRow& row : kKernelFunctions) {
+    const std::string name(row.name);
+    if (name.empty()) continue;
+    const bool runs = row.handler != nullptr;
+    EXPECT_EQ(headings.find("`" + name + "(") != std::string::npos, runs) << name;
+    EXPECT_EQ(std::regex_search(examples, std::regex("\\b" + name + "\\(")), runs) << name;
+  }
+}
+
+}  // namespace
+}  // namespace karst::testing

@@ -15,6 +15,7 @@
 #include "platform/window.h"
 #include "support/case_file.h"
 #include "support/case_runner.h"
+#include "support/temp_folder.h"
 
 namespace karst {
 namespace {
@@ -29,9 +30,9 @@ std::string ReadWhole(const std::string& path) {
   return text.str();
 }
 
-// What the program writes to its standard output, with the working directory in the project's root.
-std::string RunProgram(const std::string& arguments) {
-  const std::string command = "cd '" + kRoot + "' && LC_ALL=C.UTF-8 '" KARST_PROGRAM "' " + arguments;
+// What the program writes to its standard output, with the working directory in `folder`.
+std::string RunProgram(const std::string& arguments, const std::string& folder = kRoot) {
+  const std::string command = "cd '" + folder + "' && LC_ALL=C.UTF-8 '" KARST_PROGRAM "' " + arguments;
   std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
   std::string output;
   std::array<char, 4096> piece;
@@ -39,6 +40,9 @@ std::string RunProgram(const std::string& arguments) {
   EXPECT_EQ(pclose(pipe.release()), 0) << command;
   return output;
 }
+
+// The program writes UTF-8, while plain literals are GBK here.
+std::string Utf8(std::u8string_view text) { return std::string(text.begin(), text.end()); }
 
 struct Block {
   std::string language;  // the word behind the fence
@@ -66,14 +70,23 @@ std::string WithoutCr(std::string text) {
 }
 
 TEST(Examples, GiveTheirExpectedOutput) {
-  const std::array<std::array<std::string, 2>, 3> runs = {{
+  const std::array<std::array<std::string, 2>, 7> runs = {{
       {"filter --quiet examples/titles.flt examples/books.iso", "titles.txt"},
       {"filter --quiet examples/first.flt examples/books.iso", "first.txt"},
+      {"filter --quiet examples/statistics.flt examples/books.iso", "statistics.txt"},
+      {"filter --quiet examples/newbooks.flt examples/books.iso", "newbooks.txt"},
+      {"filter --quiet examples/validate.flt examples/faulty.iso", "validate.txt"},
+      {"filter --quiet examples/duplicates.flt examples/faulty.iso", "duplicates.txt"},
       {"run examples/multiply.pro", "multiply.txt"},
   }};
   for (const auto& [arguments, expected] : runs) {
     EXPECT_EQ(RunProgram(arguments), ReadWhole(kRoot + "tests/examples/" + expected)) << arguments;
   }
+}
+
+// No fault is found where there is none.
+TEST(Examples, TheBooksAreFreeOfFaults) {
+  EXPECT_EQ(RunProgram("filter --quiet examples/validate.flt examples/books.iso"), Utf8(u8"共 32 条记录, 0 处错误\n"));
 }
 
 TEST(Examples, RunInAHostOfTheirOwn) {
@@ -101,18 +114,38 @@ TEST(Examples, AreGbkWithCrLf) {
     for (size_t at = 0; (at = lines.find('\n', at)) != std::string::npos; at += 2) lines.insert(at, 1, '\r');
     EXPECT_EQ(lines, text) << entry.path();
   }
-  EXPECT_GE(files, 3);
+  EXPECT_GE(files, 8);
 }
 
-TEST(Examples, RecordsAreWhole) {
+void ExpectWhole(const std::string& path, uint64_t records) {
+  SCOPED_TRACE(path);
   CMARCFile books;
-  ASSERT_EQ(books.Open(CString((kRoot + "examples/books.iso").c_str())), 0);
+  ASSERT_EQ(books.Open(CString(path.c_str())), 0);
   CString record;
   while (books.NextRecord(record) == 0) {
   }
-  EXPECT_EQ(books.RecordCount(), 32u);
+  EXPECT_EQ(books.RecordCount(), records);
   EXPECT_EQ(books.SkippedCount(), 0u);
   EXPECT_EQ(books.RepairedCount(), 0u);
+}
+
+TEST(Examples, RecordsAreWhole) {
+  ExpectWhole(kRoot + "examples/books.iso", 32);
+  ExpectWhole(kRoot + "examples/faulty.iso", 5);
+}
+
+// The records that a filter has put together itself are whole, and there is nothing left in them to clean.
+TEST(Examples, CleanedRecordsAreWholeAndClean) {
+  const testing::TempFolder folder;
+  const std::string cleaned = folder.path() / "cleaned.iso";
+  const std::string again = folder.path() / "again.iso";
+  const std::string cleanup = "filter --quiet '" + kRoot + "examples/cleanup.flt' ";
+  EXPECT_EQ(RunProgram(cleanup + "'" + kRoot + "examples/books.iso'", folder.path()),
+            ReadWhole(kRoot + "tests/examples/cleanup.txt"));
+  ExpectWhole(cleaned, 32);
+  std::filesystem::rename(cleaned, again);
+  EXPECT_EQ(RunProgram(cleanup + "again.iso", folder.path()), Utf8(u8"共 32 条记录, 0 处改动\n"));
+  EXPECT_EQ(ReadWhole(cleaned), ReadWhole(again));
 }
 
 // Lines that end in LF alone.

@@ -41,6 +41,36 @@ Final
 printf("%d", n)
 }
 """
+COUNTS = """int db
+int rows
+int i
+int n
+string key
+db = DBCreate(1)
+Record {
+Field "***" {
+SubField "*" {
+key = _FIELDNAME
+key << _SUBFIELDNAME
+n = 0
+DBSearch(db, key, 0, &n)
+DBWrite(db, key, 0, n + 1)
+}
+}
+}
+Final
+{
+DBSort(db, "-1", "up")
+rows = DBSearch(db, "", 0, &n)
+loop i < rows
+DBRead(db, i, &key, 0, &n)
+printf("%s %d\\n", key, n)
+i = i + 1
+endloop
+}
+"""
+COUNTS_AWK = r"""/^[0-9]/ && $1 >= "010" { n = split($0, part, /\$/); for (i = 2; i <= n; ++i) ++c[$1 substr(part[i], 1, 1)] }
+END { for (k in c) print k, c[k] | "sort" }"""
 AWK = r"""/^200/ { if (match($0, /\$a [^$]*/)) print substr($0, RSTART + 3, RLENGTH - 3) }"""
 
 
@@ -114,11 +144,15 @@ def compare_records(program, folder, rounds):
     titles = write(folder, "titles.flt", TITLES)
     subfields = write(folder, "subfields.flt", SUBFIELDS)
     awk = os.path.join(folder, "titles.awk")
-    with open(awk, "w", encoding="ascii") as file:
-        file.write(AWK)
+    counts_awk = os.path.join(folder, "counts.awk")
+    for path, text in ((awk, AWK), (counts_awk, COUNTS_AWK)):
+        with open(path, "w", encoding="ascii") as file:
+            file.write(text)
     commands = {
         "titles": [program, "filter", "--quiet", "--encoding", "gbk", titles, big],
         "subfields": [program, "filter", "--quiet", subfields, big],
+        "counts": [program, "filter", "--quiet", write(folder, "counts.flt", COUNTS), big],
+        "counting awk": ["/bin/sh", "-c", f"LC_ALL=C yaz-marcdump '{big}' | LC_ALL=C mawk -f '{counts_awk}'"],
         "dump": ["/bin/sh", "-c", f"LC_ALL=C yaz-marcdump '{big}' | LC_ALL=C mawk -f '{awk}'"],
     }
     runs = {name: [] for name in commands}
@@ -131,6 +165,9 @@ def compare_records(program, folder, rounds):
     print("| --- | --- | --- | --- | --- |")
     print(f"| yaz-marcdump and awk: titles | {cpu['dump']:.2f} | | 1 | |")
     print(f"| karst: titles | {cpu['titles']:.2f} | {memory['titles']:.0f} | {cpu['titles'] / cpu['dump']:.2f} | 0.6 |")
+    print(f"| yaz-marcdump and awk: subfields by tag and code | {cpu['counting awk']:.2f} | | 1 | |")
+    ratio = cpu["counts"] / cpu["counting awk"]
+    print(f"| karst: subfields by tag and code, in a table | {cpu['counts']:.2f} | {memory['counts']:.0f} | {ratio:.2f} | 0.6 |")
     print(f"| karst: every subfield | {cpu['subfields']:.2f} | {memory['subfields']:.0f} | | 2 s |", flush=True)
 
 

@@ -22,12 +22,18 @@ std::string Record() {
   std::string directory;
   std::string data;
   for (int i = 0; i < 28; ++i) {
-    const std::string field = "1 \x1f" "atitle number " + std::to_string(i) + "\x1f" "bmore of it\x1e";
+    const std::string field =
+        "1 \x1f"
+        "atitle number " +
+        std::to_string(i) +
+        "\x1f"
+        "bmore of it\x1e";
     directory += (i == 5 ? "200" : std::to_string(300 + i)) + Digits(field.size(), 4) + Digits(data.size(), 5);
     data += field;
   }
   const size_t base = 24 + directory.size() + 1;
-  return Digits(base + data.size() + 1, 5) + "nam0 22" + Digits(base, 5) + "   450 " + directory + "\x1e" + data + "\x1d";
+  return Digits(base + data.size() + 1, 5) + "nam0 22" + Digits(base, 5) + "   450 " + directory + "\x1e" + data +
+         "\x1d";
 }
 
 const bench::TempFile& Records() {

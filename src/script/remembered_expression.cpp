@@ -92,7 +92,12 @@ ArgumentMaker RememberedRunner::MakerOf(const RememberedArgument& argument) {
   switch (argument.kind) {
     case RememberedArgument::Kind::kLiteral: return MakeLiteral;
     case RememberedArgument::Kind::kReference: return MakeReference;
-    default: return argument.expression->kind == NodeKind::kVariable ? MakeFromVariable : MakeFromExpression;
+    default: break;
+  }
+  switch (argument.expression->kind) {
+    case NodeKind::kInt: return MakeFromNumber;
+    case NodeKind::kVariable: return MakeFromVariable;
+    default: return MakeFromExpression;
   }
 }
 
@@ -109,6 +114,10 @@ void RememberedRunner::AppendArgument(const RememberedArgument& argument, Set se
 
 void RememberedRunner::MakeLiteral(RememberedRunner& self, const RememberedArgument& argument) {
   self.AppendArgument(argument, [&argument](CVarCell* cell) { CellStore::SetText(cell, argument.text); });
+}
+
+void RememberedRunner::MakeFromNumber(RememberedRunner& self, const RememberedArgument& argument) {
+  self.AppendArgument(argument, [&argument](CVarCell* cell) { CellStore::SetInt(cell, argument.expression->number); });
 }
 
 void RememberedRunner::MakeReference(RememberedRunner& self, const RememberedArgument& argument) {

@@ -84,6 +84,7 @@ class RememberedRunner {
   void Call(const RememberedCall& call, CValue& result);
   static void MakeLiteral(RememberedRunner& self, const RememberedArgument& argument);
   static void MakeReference(RememberedRunner& self, const RememberedArgument& argument);
+  static void MakeFromNumber(RememberedRunner& self, const RememberedArgument& argument);
   static void MakeFromVariable(RememberedRunner& self, const RememberedArgument& argument);
   static void MakeFromExpression(RememberedRunner& self, const RememberedArgument& argument);
   template <typename Set>

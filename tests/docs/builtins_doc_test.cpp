@@ -1,8 +1,8 @@
 // The reference of the built-in functions: its examples write what it says, and it describes every function there is.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <fstream>
-#include <regex>
 #include <string>
 
 #include "builtins/table.h"
@@ -10,6 +10,14 @@
 
 namespace karst::testing {
 namespace {
+
+// True if `code` calls the function of that very name.
+bool Calls(const std::string& code, const std::string& name) {
+  for (size_t at = code.find(name + "("); at != std::string::npos; at = code.find(name + "(", at + 1)) {
+    if (at == 0 || !std::isalnum(static_cast<unsigned char>(code[at - 1]))) return true;
+  }
+  return false;
+}
 
 TEST(BuiltinsDocument, ExamplesRunAsShown) { CheckExamples("docs/builtins.md", 20); }
 
@@ -29,7 +37,7 @@ TEST(BuiltinsDocument, DescribesEveryFunction) {
     if (name.empty()) continue;
     const bool runs = row.handler != nullptr;
     EXPECT_EQ(headings.find("`" + name + "(") != std::string::npos, runs) << name;
-    EXPECT_EQ(std::regex_search(examples, std::regex("\\b" + name + "\\(")), runs) << name;
+    EXPECT_EQ(Calls(examples, name), runs) << name;
   }
 }
 

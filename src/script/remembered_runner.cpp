@@ -6,7 +6,11 @@
 namespace karst {
 
 RememberedRunner::RememberedRunner(CScript& script, int entry_depth)
-    : script_(script), remembered_(*script.remembered_), store_(script.Store()), entry_depth_(entry_depth) {
+    : script_(script),
+      remembered_(*script.remembered_),
+      store_(script.Store()),
+      run_state_(script.nRunState),
+      entry_depth_(entry_depth) {
   remembered_.Follow(script.lpCodeBuffer, script.nCodeLen, script.code_generation_);
   limit_ = script.lpProgEnd ? script.lpProgEnd : script.lpCodeBuffer + script.nCodeLen;
 }
@@ -242,7 +246,7 @@ RememberedStatement* RememberedRunner::Loop(RememberedRunner& self, Statement& s
 
 RememberedStatement* RememberedRunner::EndLoop(RememberedRunner& self, Statement& statement) {
   CScript& script = self.script_;
-  char* loop_word = script.IsStop() ? nullptr : script.pLoopStack->pop();
+  char* loop_word = self.Stopped() ? nullptr : script.pLoopStack->pop();
   if (!loop_word) [[unlikely]] {
     self.MoveTo(statement.behind_word);
     script.DoEndLoop();  // refuses

@@ -59,7 +59,6 @@ class CellStore {
     CVarCell* cell = free_;
     if (cell) {
       free_ = cell->shadowed_;
-      --free_count_;
     } else {
       cell = new (std::nothrow) CVarCell;
       if (!cell) return nullptr;
@@ -81,13 +80,8 @@ class CellStore {
       if (cell->text_.Capacity() > kKeptTextCapacity) cell->text_.EmptyAndShrink(kKeptTextCapacity);
     }
     cell->leixing = kNoValue;
-    if (free_count_ == kKeptCells) {
-      delete cell;
-      return;
-    }
     cell->shadowed_ = free_;
     free_ = cell;
-    ++free_count_;
   }
 
   void Append(std::vector<CVarCell*>& cells, CVarCell* cell) {
@@ -150,13 +144,11 @@ class CellStore {
 
  private:
   static constexpr uint32_t kKeptTextCapacity = 4096;
-  static constexpr size_t kKeptCells = 4096;
 
   std::deque<NameSlot> slots_;
   std::unordered_map<std::string_view, NameSlot*> by_name_;
   std::vector<NameSlot*> by_number_;
   CVarCell* free_ = nullptr;  // linked by shadowed_
-  size_t free_count_ = 0;
   NameSlot& frame_mark_;
 };
 

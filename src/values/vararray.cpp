@@ -32,8 +32,6 @@ int CVarArray::NameId(std::string_view name) { return store_->SlotOf(name).numbe
 
 CVarCell* CVarArray::SearchVarById(int name_id) { return store_->Slot(name_id).newest; }
 
-int CVarArray::SearchVarPosById(int name_id) { return CellStore::PositionOf(SearchVarById(name_id)); }
-
 CVarCell* CVarArray::SearchVar(const char* name) {
   const NameSlot* slot = store_->FindSlot(name);
   return slot ? slot->newest : nullptr;
@@ -103,17 +101,6 @@ int CVarArray::MakeValue(NameSlot& slot, const CValue& value) {
       cell->dwVal = value.dwVal;
       break;
     default: store_->Give(cell); halt(" CreateNewVar()变量类型错误 [%d]", value.leixing);
-  }
-  store_->Append(m_Cells, cell);
-  return 0;
-}
-
-int CVarArray::MakeCopy(NameSlot& slot, const CVarCell& source) {
-  CVarCell* cell = NewCellFor(slot);
-  if (!cell) return -1;
-  if (!CellStore::SetCopy(cell, source)) {
-    store_->Give(cell);
-    halt(" CreateNewVar()变量类型错误 [%d]", source.leixing);
   }
   store_->Append(m_Cells, cell);
   return 0;

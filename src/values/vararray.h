@@ -113,7 +113,6 @@ class KARST_API CVarArray : public virtual CRunable {
   int NameId(std::string_view name);
   // As SearchVar, by number.
   CVarCell* SearchVarById(int name_id);
-  int SearchVarPosById(int name_id);
   // As ChangeVarValue for a name that has a number. `text` holds no NUL, here and below.
   int ChangeTextById(int name_id, std::string_view text);
   int ChangeIntById(int name_id, int32_t n);
@@ -128,8 +127,6 @@ class KARST_API CVarArray : public virtual CRunable {
   int MakeInt(karst::NameSlot& slot, int32_t n);
   int MakeDup(karst::NameSlot& slot, const karst::NameSlot& source);
   int ChangeValue(const karst::NameSlot& slot, const CValue& value);
-  // Makes a variable with the value of a cell, whose text no NUL ends early.
-  int MakeCopy(karst::NameSlot& slot, const CVarCell& source);
   // Stops the script: the table is full.
   void RefuseCell();
   karst::CellStore& Store() { return *store_; }

@@ -2,6 +2,7 @@
 #include "builtins/funcarray.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "builtins/replacetable.h"
 #include "builtins/table.h"
@@ -95,6 +96,19 @@ karst::FileHandle CFuncArray::GetFileHandleForAppend(const char* name) {
 void CFuncArray::CloseAllCatchedFileHandle() {
   for (const auto& [name, file] : m_mapCatchedFile) karst::CloseFile(file);
   m_mapCatchedFile.clear();
+}
+
+void CFuncArray::OnNamedOutput(karst::NamedOutputHandler handler) { named_output_ = std::move(handler); }
+
+int32_t CFuncArray::AppendToFile(const karst::NamedText& text) {
+  const CString name(text.file);
+  // A converted text is written as its built-in does it: through a handle of its own.
+  const karst::FileHandle file = text.converted ? karst::OpenForAppending(name) : GetFileHandleForAppend(name);
+  if (file == karst::kNoFile) return -1;
+  const auto written = static_cast<int32_t>(karst::WriteFile(file, text.bytes));
+  if (!text.converted) return written;
+  karst::CloseFile(file);
+  return written == static_cast<int32_t>(text.bytes.size()) ? written : -1;
 }
 
 int32_t CFuncArray::DeleteMappedFile(const char* name) {

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/files.h"
@@ -29,6 +31,15 @@ struct KernelFunctionRow {
   BuiltinHandler handler;  // null in the end row, and in rows whose built-in this version lacks
   const char* kinds;       // its arguments, as builtins/table.h tells
 };
+
+// A text on its way to a file that a script names (fnprintf, FnCat, bmprintf).
+struct NamedText {
+  std::string_view file;
+  std::string_view bytes;
+  bool converted;  // bmprintf: the bytes are in a charset that the script chose
+};
+// Takes such a text in the place of the file. Gives the bytes that the script is told were written, or -1.
+using NamedOutputHandler = std::function<int32_t(const NamedText& text)>;
 
 }  // namespace karst
 
@@ -63,6 +74,12 @@ class KARST_API CFuncArray : public CVarArray {
   // The cached handle behind a file name, opened at its end (or made) at first use; -1 on failure.
   karst::FileHandle GetFileHandleForAppend(const char* name);
   void CloseAllCatchedFileHandle();
+  // `handler` gets what goes to named files from here on; an empty one takes it off again. It may call AppendToFile, at
+  // once or later. The host's stream "stdout" does not come this way.
+  void OnNamedOutput(karst::NamedOutputHandler handler);
+  const karst::NamedOutputHandler& NamedOutputTaker() const { return named_output_; }
+  // What is done without a handler: appends to the file. The bytes written, or -1.
+  int32_t AppendToFile(const karst::NamedText& text);
   // A cached file is emptied and its handle given; any other is deleted, and the result is 1 in any case.
   int32_t DeleteMappedFile(const char* name);
   // 0, with `value` set, if the table file has a line for `key`; else -1.
@@ -82,5 +99,6 @@ class KARST_API CFuncArray : public CVarArray {
 
  private:
   friend class karst::WorkText;
+  karst::NamedOutputHandler named_output_;
   std::unique_ptr<CString> work_text_;  // a call in a loop finds its memory ready; null while a call uses it
 };

@@ -8,17 +8,22 @@
 namespace karst {
 
 NamedOutput::NamedOutput(CFuncArray* self, const CString& name)
-    : self_(self), to_host_(EqualIgnoringCase(name.view(), "stdout")) {
-  if (!to_host_) {
-    file_ = self->GetFileHandleForAppend(name);
-  } else {
+    : self_(self), name_(name.view()), to_host_(EqualIgnoringCase(name_, "stdout")) {
+  if (to_host_) {
     // CHOICE: a stream without a callback is no stream.
     file_ = self->m_pfnStdOutWrite ? self->m_hStdOut : kNoFile;
+  } else if (!self->NamedOutputTaker()) {
+    file_ = self->GetFileHandleForAppend(name);
   }
 }
 
+bool NamedOutput::Served() const { return file_ != kNoFile || (!to_host_ && self_->NamedOutputTaker()); }
+
 int32_t NamedOutput::Deliver(std::string_view text) {
-  if (!to_host_) return static_cast<int32_t>(WriteFile(file_, text));
+  if (!to_host_) {
+    const NamedOutputHandler& taker = self_->NamedOutputTaker();
+    return taker ? taker({name_, text, false}) : static_cast<int32_t>(WriteFile(file_, text));
+  }
   return self_->m_nStdOutChunked == 1 ? StreamChunk(text) : Stream(text);
 }
 

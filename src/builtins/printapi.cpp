@@ -65,26 +65,30 @@ class FormatCall {
   WordList words_;
 };
 
-// A file that is open for one call.
-class OutputFile {
+// A file that is open for one call, or what the host put in the place of files.
+class ConvertedOutput {
  public:
-  explicit OutputFile(const char* name) : file_(OpenForAppending(name)) {}
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
-  ~OutputFile() { Close(); }
+  ConvertedOutput(CFuncArray* self, const CString& name)
+      : taker_(self->NamedOutputTaker()), name_(name.view()), file_(taker_ ? kNoFile : OpenForAppending(name)) {}
+  ConvertedOutput(const ConvertedOutput&) = delete;
+  ConvertedOutput& operator=(const ConvertedOutput&) = delete;
+  ~ConvertedOutput() { Close(); }
 
-  bool IsOpen() const { return file_ != kNoFile; }
+  bool Served() const { return taker_ || file_ != kNoFile; }
   void Close() {
-    if (IsOpen()) CloseFile(file_);
+    if (file_ != kNoFile) CloseFile(file_);
     file_ = kNoFile;
   }
   // The bytes written, or -1 if they are not all of them.
   int32_t WriteAll(std::string_view bytes) {
+    if (taker_) return taker_({name_, bytes, true});
     const int64_t written = WriteFile(file_, bytes);
     return written == static_cast<int64_t>(bytes.size()) ? static_cast<int32_t>(written) : -1;
   }
 
  private:
+  const NamedOutputHandler& taker_;
+  std::string_view name_;
   FileHandle file_;
 };
 
@@ -98,7 +102,7 @@ constexpr int kSmallBuffer = 4000;
 constexpr int kLargeBuffer = 60000;  // LIMIT: a converted text that is longer is refused
 
 // Appends the converted text to the file. -1 on failure.
-int32_t WriteConverted(CFuncArray* self, OutputFile& file, const char* text, const char* conversion) {
+int32_t WriteConverted(CFuncArray* self, ConvertedOutput& file, const char* text, const char* conversion) {
   char small[kSmallBuffer];
   int length = MakeBM(text, small, kSmallBuffer, conversion);
   if (length != -1) return file.WriteAll({small, static_cast<size_t>(length)});
@@ -164,8 +168,8 @@ void Bmprintf(CFuncArray* self, int argc, int first, CValue* result) {
   const CString& conversion = call.args.Text(2);
   call.ReadFormat();
   result->SetVal(-1);
-  OutputFile file(name);
-  if (file.IsOpen() && call.Build()) {
+  ConvertedOutput file(self, name);
+  if (file.Served() && call.Build()) {
     result->SetVal(WriteConverted(self, file, call.text->c_str(), conversion));
   }
 }

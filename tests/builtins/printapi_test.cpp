@@ -202,5 +202,31 @@ TEST_F(FormatBuiltins, BmprintfStopsAtAnUnknownCharset) {
   EXPECT_NE(caller.Refusal("bmprintf", {"f", "no-such-charset", "x"}).find("no-such-charset"), std::string::npos);
 }
 
+// A host may take what goes to named files, keep it, and have it written later; the stream "stdout" is not among it.
+TEST_F(FormatBuiltins, AHostCanTakeTheNamedOutputAndWriteItLater) {
+  std::vector<std::pair<std::string, std::string>> taken;
+  std::vector<bool> converted;
+  caller.self.OnNamedOutput([&](const NamedText& text) {
+    taken.emplace_back(text.file, text.bytes);
+    converted.push_back(text.converted);
+    return text.bytes == "no" ? -1 : 7;
+  });
+  EXPECT_EQ(caller.Call("fnprintf", {"a", "x%d", 1}), 7);
+  EXPECT_EQ(caller.Call("FnCat", {"no/such/folder", "no"}), -1);
+  EXPECT_EQ(caller.Call("bmprintf", {"b", "utf-8", "中"}), 7);
+  EXPECT_EQ(caller.Call("FnCat", {"StdOut", "x"}), -1) << "there is no stream";
+  EXPECT_FALSE(std::filesystem::exists("a"));
+  EXPECT_EQ(taken, (decltype(taken){{"a", "x1"}, {"no/such/folder", "no"}, {"b", "\xE4\xB8\xAD"}}));
+  EXPECT_EQ(converted, (std::vector<bool>{false, false, true}));
+  caller.self.OnNamedOutput(nullptr);
+  for (size_t i = 0; i < taken.size(); ++i) {
+    const int32_t expected = taken[i].second == "no" ? -1 : static_cast<int32_t>(taken[i].second.size());
+    EXPECT_EQ(caller.self.AppendToFile({taken[i].first, taken[i].second, converted[i]}), expected);
+  }
+  EXPECT_EQ(caller.Call("fnprintf", {"a", "y"}), 1);
+  EXPECT_EQ(FileBytes("a"), "x1y");
+  EXPECT_EQ(FileBytes("b"), "\xE4\xB8\xAD");
+}
+
 }  // namespace
 }  // namespace karst::testing

@@ -5,6 +5,7 @@
 
 #include "support/case_file.h"
 #include "support/case_runner.h"
+#include "support/places.h"
 
 namespace karst::testing {
 
@@ -17,7 +18,7 @@ class Cases : public ::testing::TestWithParam<Case> {};
 TEST_P(Cases, Runs) { CheckCase(GetParam()); }
 
 const std::vector<Case>& AllCases() {
-  static const std::vector<Case> cases = ReadAllCases(KARST_SOURCE_DIR "/tests/cases");
+  static const std::vector<Case> cases = ReadAllCases(SourcePath("tests/cases"));
   return cases;
 }
 

@@ -8,6 +8,7 @@
 #include <filesystem>
 
 #include "support/child_process.h"
+#include "support/places.h"
 #include "support/temp_folder.h"
 
 namespace karst::testing {
@@ -422,7 +423,7 @@ TEST_F(CommandLine, StandardInputIsReadFromWhereItStands) {
   const std::string first = Record("a");
   WriteWhole("two", first + Record("b"));
   const std::string command = "{ dd bs=" + std::to_string(first.size()) + " count=1 of=/dev/null status=none; " +
-                              KARST_PROGRAM + " filter -q titles.flt - > out; } < two";
+                              ProgramPath() + " filter -q titles.flt - > out; } < two";
   EXPECT_EQ(std::system(command.c_str()), 0);
   EXPECT_EQ(ReadWhole("out"),
             "0 \x1F"

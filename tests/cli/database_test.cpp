@@ -11,6 +11,7 @@
 #include <filesystem>
 
 #include "support/child_process.h"
+#include "support/places.h"
 #include "support/temp_folder.h"
 
 namespace karst::testing {
@@ -273,7 +274,7 @@ class AtTerminal {
     child_ = forkpty(&terminal_, nullptr, nullptr, nullptr);
     if (child_ == 0) {
       dup2(output, STDOUT_FILENO);
-      execl(KARST_PROGRAM, KARST_PROGRAM, "run", "--encoding", "utf-8", "box.pro", nullptr);
+      execl(ProgramPath(), ProgramPath(), "run", "--encoding", "utf-8", "box.pro", nullptr);
       _exit(127);
     }
     close(output);

@@ -7,6 +7,7 @@
 
 #include "builtins/table.h"
 #include "support/doc_examples.h"
+#include "support/places.h"
 
 namespace karst::testing {
 namespace {
@@ -23,7 +24,7 @@ TEST(BuiltinsDocument, ExamplesRunAsShown) { CheckExamples("docs/builtins.md", 2
 
 // A function has a heading and stands in an example; one that does not run yet has neither.
 TEST(BuiltinsDocument, DescribesEveryFunction) {
-  std::ifstream in(KARST_SOURCE_DIR "/docs/builtins.md");
+  std::ifstream in(SourcePath("docs/builtins.md"));
   std::string headings;
   std::string examples;
   bool inside = false;

@@ -15,12 +15,13 @@
 #include "platform/window.h"
 #include "support/case_file.h"
 #include "support/case_runner.h"
+#include "support/places.h"
 #include "support/temp_folder.h"
 
 namespace karst {
 namespace {
 
-const std::string kRoot = KARST_SOURCE_DIR "/";
+const std::string kRoot = karst::testing::SourcePath("");
 
 std::string ReadWhole(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -32,7 +33,8 @@ std::string ReadWhole(const std::string& path) {
 
 // What the program writes to its standard output, with the working directory in `folder`.
 std::string RunProgram(const std::string& arguments, const std::string& folder = kRoot) {
-  const std::string command = "cd '" + folder + "' && LC_ALL=C.UTF-8 '" KARST_PROGRAM "' " + arguments;
+  const std::string command =
+      "cd '" + folder + "' && LC_ALL=C.UTF-8 '" + karst::testing::ProgramPath() + "' " + arguments;
   std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
   std::string output;
   std::array<char, 4096> piece;

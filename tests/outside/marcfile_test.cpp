@@ -14,6 +14,7 @@
 
 #include "outside/cartulary.h"
 #include "outside/recordfault.h"
+#include "support/places.h"
 #include "support/record_run.h"
 #include "support/temp_folder.h"
 
@@ -494,7 +495,7 @@ std::vector<KnownFile> KnownFiles(const std::filesystem::path& folder) {
 }
 
 TEST(RealRecords, AreReadCompletely) {
-  const std::filesystem::path folder = std::filesystem::path(KARST_SOURCE_DIR) / "../shared/records";
+  const std::filesystem::path folder = karst::testing::SourcePath("../shared/records");
   if (!std::filesystem::exists(folder)) {
     std::cout << "no real records: " << folder << " is not there\n";
     return;

@@ -1,5 +1,6 @@
 // A child with its own standard files: input through a pipe, output and error through files without a name.
 #include "support/child_process.h"
+#include "support/places.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -93,7 +94,7 @@ int OutputOf(const ChildSetup& setup, Pipe& unread, const OpenFile& kept, const 
 }  // namespace
 
 ChildResult RunProgram(const ChildSetup& setup, const std::function<void(pid_t)>& while_running) {
-  std::vector<std::string> texts{KARST_PROGRAM};
+  std::vector<std::string> texts{ProgramPath()};
   texts.insert(texts.end(), setup.arguments.begin(), setup.arguments.end());
   std::vector<std::string> variables = Environment(setup);
   auto arguments = Pointers(texts);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "support/case_runner.h"
+#include "support/places.h"
 
 namespace karst::testing {
 namespace {
@@ -59,7 +60,7 @@ std::string_view Core(std::string_view text) {
 }  // namespace
 
 void CheckExamples(const std::string& page, size_t at_least) {
-  const std::string path = KARST_SOURCE_DIR "/" + page;
+  const std::string path = SourcePath(page);
   const std::vector<Example> examples = ReadExamples(path);
   EXPECT_GE(examples.size(), at_least) << path;
   for (const Example& example : examples) {

@@ -108,6 +108,18 @@ class KARST_API CMARCTree : public CScript {
   // The piece's result.
   int RunRootFinal(CCell* cell);
 
+  // After an error. A run that a CError ends leaves its scopes open: their cells stay in the variable table,
+  // m_nBeginCount counts them, and the next run begins inside them. It serves its records all the same, but what is
+  // left adds up from error to error until the table is full. So a host whose object lives on calls CloseAfterError
+  // ahead of the next run, or runs its records by RunOneOfMany.
+  //
+  // Drops everything that earlier runs left in the table and sets m_nBeginCount to the frames that are left, those of
+  // the host. The host's variables stay, also those made since the error. Not for the inside of a run. 0.
+  int CloseAfterError();
+  // RunMARCTree, as one run of many: of all such runs that ended by an error, the table holds only what the last one
+  // left open. So it stays small, however many there are.
+  int RunOneOfMany(CMARCStream* stream);
+
   // Lists the tree, or a piece, on the host's output. 0, or -1 if there is nothing to list or no memory.
   int DumpMARCTree();
   int DumpPicesCode(CCell* cell);

@@ -25,6 +25,18 @@ class FileCloser {
   CMARCFile& file_;
 };
 
+// The cells that the table gets while the object lives are those of one run.
+class RunInTable {
+ public:
+  explicit RunInTable(CVarArray& table) : table_(table) { table_.BeginRun(); }
+  RunInTable(const RunInTable&) = delete;
+  RunInTable& operator=(const RunInTable&) = delete;
+  ~RunInTable() { table_.EndRun(); }
+
+ private:
+  CVarArray& table_;
+};
+
 // Loads, builds and runs, each stage if the one before did not fail and nobody asked for a stop.
 int RunStages(CMARCTree& tree, const char* filter_file, const char* record_file) {
   int result = tree.ReadCodeFromFile(filter_file, 0);
@@ -57,6 +69,26 @@ int RunKarstMARCTree(const char* lpszFltFile, const char* lpszMARCFile, HWND hWn
 }
 
 void CMARCTree::OnSkippedRecord(karst::SkippedRecordHandler handler) { skipped_handler_ = std::move(handler); }
+
+// After an error.
+
+int CMARCTree::CloseAfterError() {
+  DropLeftovers(Leftovers::kOfAllRuns);
+  return 0;
+}
+
+int CMARCTree::RunOneOfMany(CMARCStream* stream) {
+  // An open call counts as a frame but has no mark.
+  const int unmarked_before = m_nBeginCount - CountFrameMarks();
+  try {
+    return RunMARCTree(stream);
+  } catch (...) {
+    const int unmarked = m_nBeginCount - CountFrameMarks() - unmarked_before;
+    DropLeftovers(Leftovers::kOfOlderRuns);
+    m_nBeginCount += unmarked;
+    throw;
+  }
+}
 
 // Steps that both styles share.
 
@@ -114,6 +146,7 @@ int CMARCTree::RunMARCTree(CMARCStream* stream) {
 }
 
 int CMARCTree::RunTopLevel(CMARCStream* stream) {
+  const RunInTable run(*this);
   const int variables_before = static_cast<int>(m_Cells.size());
   StartRun();
   bool records_done = false;
@@ -200,6 +233,7 @@ int CMARCTree::RunMARCTreeOldStyle(CMARCStream* stream) {
 }
 
 int CMARCTree::RunOldStyle(CMARCStream* stream, bool reporting) {
+  const RunInTable run(*this);
   const int variables_before = static_cast<int>(m_Cells.size());
   StartRun();
   m_nRecordCount = 0;

@@ -5,6 +5,7 @@
 // shadowed_ is the one of that name at the next lower position. So a search newest-first is one look, not a walk.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <new>
@@ -67,6 +68,7 @@ class CellStore {
       cell->name.Assign(slot.name);
       cell->slot_ = &slot;
     }
+    cell->run_ = run_;
     cell->nDupPos = -1;
     cell->lVal = 0;
     cell->i64Val = 0;
@@ -98,6 +100,38 @@ class CellStore {
       Give(cell);
     }
     cells.resize(size);
+  }
+
+  // The cells taken from BeginRun to EndRun are those of one run; the others are the host's.
+  void BeginRun() {
+    if (++last_run_ == 0) last_run_ = 1;
+    run_ = last_run_;
+  }
+  void EndRun() { run_ = 0; }
+  bool IsLeftover(const CVarCell* cell, bool also_of_last_run) const {
+    return cell->run_ != 0 && (also_of_last_run || cell->run_ != last_run_);
+  }
+  // Drops the leftovers and moves the other cells together.
+  void DropLeftovers(std::vector<CVarCell*>& cells, bool also_of_last_run) {
+    const auto is_leftover = [this, also_of_last_run](const CVarCell* cell) {
+      return IsLeftover(cell, also_of_last_run);
+    };
+    for (size_t i = cells.size(); i-- > 0;) {
+      CVarCell* cell = cells[i];
+      if (cell->slot_) cell->slot_->newest = cell->shadowed_;
+      if (cell->leixing != kFrameMark && cell->nDupPos >= 0)
+        cell->nDupPos = PositionAfter(cells, cell->nDupPos, is_leftover);
+    }
+    size_t kept = 0;
+    for (CVarCell* cell : cells) {
+      if (is_leftover(cell)) {
+        Give(cell);
+      } else {
+        Enter(cell, kept);
+        cells[kept++] = cell;
+      }
+    }
+    cells.resize(kept);
   }
 
   // A frame mark at the end of the table; false without memory.
@@ -145,11 +179,27 @@ class CellStore {
  private:
   static constexpr uint32_t kKeptTextCapacity = 4096;
 
+  // The position of a cell once the dropped ones are gone; -1 if it is one of them.
+  template <typename IsDropped>
+  static int32_t PositionAfter(const std::vector<CVarCell*>& cells, int32_t position, IsDropped is_dropped) {
+    const auto cell = cells.begin() + position;
+    return is_dropped(*cell) ? -1 : position - static_cast<int32_t>(std::count_if(cells.begin(), cell, is_dropped));
+  }
+  // The cell stands at that position from here on, as the newest of its name.
+  static void Enter(CVarCell* cell, size_t position) {
+    cell->position_ = static_cast<int32_t>(position);
+    if (!cell->slot_) return;
+    cell->shadowed_ = cell->slot_->newest;
+    cell->slot_->newest = cell;
+  }
+
   std::deque<NameSlot> slots_;
   std::unordered_map<std::string_view, NameSlot*> by_name_;
   std::vector<NameSlot*> by_number_;
   CVarCell* free_ = nullptr;  // linked by shadowed_
   NameSlot& frame_mark_;
+  uint32_t run_ = 0;
+  uint32_t last_run_ = 0;
 };
 
 }  // namespace karst

@@ -1,6 +1,7 @@
 // CVarArray: the operations of the variable table.
 #include "values/vararray.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "values/cellstore.h"
@@ -318,6 +319,24 @@ int CVarArray::ClearVars() {
   store_->CutBack(m_Cells, 0);
   m_nBeginCount = 0;
   return 0;
+}
+
+void CVarArray::BeginRun() { store_->BeginRun(); }
+
+void CVarArray::EndRun() { store_->EndRun(); }
+
+int CVarArray::CountFrameMarks() const {
+  return static_cast<int>(std::count_if(m_Cells.begin(), m_Cells.end(),
+                                        [](const CVarCell* cell) { return cell->leixing == karst::kFrameMark; }));
+}
+
+int CVarArray::DropLeftovers(Leftovers which) {
+  const bool also_of_last_run = which == Leftovers::kOfAllRuns;
+  const auto count = std::count_if(m_Cells.begin(), m_Cells.end(),
+                                   [&](const CVarCell* cell) { return store_->IsLeftover(cell, also_of_last_run); });
+  if (count > 0) store_->DropLeftovers(m_Cells, also_of_last_run);
+  m_nBeginCount = CountFrameMarks();
+  return static_cast<int>(count);
 }
 
 CVarCell* CVarArray::NewVarCell() { return new (std::nothrow) CVarCell; }

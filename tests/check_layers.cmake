@@ -1,7 +1,7 @@
 # Checks, file by file, that no folder of src/ includes one above it. Run as: cmake -D SOURCE_DIR=... -P check_layers.cmake
 
 # From the lowest to the highest; a file may include its own folder and those before it.
-set(layers platform outside values statis hyper builtins catalogue script marc)
+set(layers platform outside values statis hyper builtins catalogue script marc capi)
 # Lies in script/, but is the base of everything above "outside".
 set(run_state script/runable.h)
 

@@ -100,7 +100,8 @@ KARST_EXPORT karst_status karst_load_filter(karst_engine* engine, const char* fi
  * Each record stands for itself: what a failed run left behind is cleared away ahead of the next one. State that is to
  * outlast a record lives in variables of the host (karst_set_variable).
  *
- * KARST_OK; KARST_STOPPED, with the output so far; KARST_ERROR_NO_FILTER; KARST_ERROR_SCRIPT, with no output, also
+ * KARST_OK; KARST_STOPPED, with the output so far; KARST_ERROR_NO_FILTER; KARST_ERROR_RECORD for a record with a NUL in
+ * it, which would end it there; KARST_ERROR_SCRIPT, with no output, also
  * where the filter ended the run with "stop -1" or "soutput" is no text variable any more; the general errors. After
  * each of them the next record can be filtered. */
 KARST_EXPORT karst_status karst_filter_record(karst_engine* engine, const char* record, size_t length,

@@ -117,19 +117,6 @@ size_t AsciiLength(std::string_view text) {
   return i;
 }
 
-void AppendUtf8(std::string& out, char32_t code) {
-  const auto tail = [code](int shift) { return static_cast<char>(0x80 | (code >> shift & 0x3F)); };
-  if (code < 0x80) {
-    out += static_cast<char>(code);
-  } else if (code < 0x800) {
-    out += {static_cast<char>(0xC0 | code >> 6), tail(0)};
-  } else if (code < 0x10000) {
-    out += {static_cast<char>(0xE0 | code >> 12), tail(6), tail(0)};
-  } else {
-    out += {static_cast<char>(0xF0 | code >> 18), tail(12), tail(6), tail(0)};
-  }
-}
-
 void AppendAscii(std::u32string& out, std::string_view text) { out.append(text.begin(), text.end()); }
 
 // The text in Unicode; bytes that are no character are spelt out.
@@ -242,6 +229,19 @@ bool IsValidGbk(std::string_view gbk) {
     gbk.remove_prefix(character.length);
   }
   return true;
+}
+
+void AppendUtf8(std::string& out, char32_t code) {
+  const auto tail = [code](int shift) { return static_cast<char>(0x80 | (code >> shift & 0x3F)); };
+  if (code < 0x80) {
+    out += static_cast<char>(code);
+  } else if (code < 0x800) {
+    out += {static_cast<char>(0xC0 | code >> 6), tail(0)};
+  } else if (code < 0x10000) {
+    out += {static_cast<char>(0xE0 | code >> 12), tail(6), tail(0)};
+  } else {
+    out += {static_cast<char>(0xF0 | code >> 18), tail(12), tail(6), tail(0)};
+  }
 }
 
 std::string GbkToUtf8(std::string_view gbk) {

@@ -59,6 +59,8 @@ MessageBoxSlot& BoxSlot() {
   return slot;
 }
 
+thread_local const MessageBoxesOfThread::Handler* handler_of_thread = nullptr;
+
 constexpr int kAnswerOk = 1;
 
 int WriteBoxToStandardError(const char* text, const char* title) {
@@ -176,6 +178,7 @@ MessageLong ForwardingTextControl::OnMessage(unsigned message, MessageWord, Mess
 }
 
 int ShowMessageBox(HWND owner, const char* text, const char* title, unsigned style) {
+  if (handler_of_thread) return (*handler_of_thread)(text ? text : "");
   std::function<int(HWND, const char*, const char*, unsigned)> handler;
   {
     std::lock_guard lock(BoxSlot().mutex);
@@ -184,6 +187,13 @@ int ShowMessageBox(HWND owner, const char* text, const char* title, unsigned sty
   if (handler) return handler(owner, text ? text : "", title ? title : "", style);
   return WriteBoxToStandardError(text ? text : "", title ? title : "");
 }
+
+MessageBoxesOfThread::MessageBoxesOfThread(Handler handler)
+    : handler_(std::move(handler)), outer_(handler_of_thread) {
+  if (handler_) handler_of_thread = &handler_;
+}
+
+MessageBoxesOfThread::~MessageBoxesOfThread() { handler_of_thread = outer_; }
 
 void SetMessageBoxHandler(std::function<int(HWND, const char* text, const char* title, unsigned style)> handler) {
   std::lock_guard lock(BoxSlot().mutex);

@@ -90,4 +90,19 @@ KARST_API int ShowMessageBox(HWND owner, const char* text, const char* title, un
 KARST_API void SetMessageBoxHandler(
     std::function<int(HWND, const char* text, const char* title, unsigned style)> handler);
 
+// The handler of the calling thread, ahead of the other one, as long as the object lives. Objects of one thread end in
+// the reverse order of their beginning.
+class MessageBoxesOfThread {
+ public:
+  using Handler = std::function<int(std::string_view text)>;
+  explicit MessageBoxesOfThread(Handler handler);
+  MessageBoxesOfThread(const MessageBoxesOfThread&) = delete;
+  MessageBoxesOfThread& operator=(const MessageBoxesOfThread&) = delete;
+  ~MessageBoxesOfThread();
+
+ private:
+  Handler handler_;
+  const Handler* outer_;
+};
+
 }  // namespace karst

@@ -1,9 +1,9 @@
 // How a call of the C interface fails inside: by a Failure, which the edge turns into a status and an error text.
 #pragma once
 
-#include <string>
+#include <karst/karst.h>
 
-#include "karst/karst.h"
+#include <string>
 
 namespace karst::capi {
 

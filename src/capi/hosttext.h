@@ -5,10 +5,10 @@
 // which is taken out again on the way back. A byte inside that is no GBK stands outside as U+10F700 plus its value.
 #pragma once
 
+#include <karst/karst.h>
+
 #include <string>
 #include <string_view>
-
-#include "karst/karst.h"
 
 namespace karst::capi {
 

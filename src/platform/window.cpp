@@ -188,8 +188,7 @@ int ShowMessageBox(HWND owner, const char* text, const char* title, unsigned sty
   return WriteBoxToStandardError(text ? text : "", title ? title : "");
 }
 
-MessageBoxesOfThread::MessageBoxesOfThread(Handler handler)
-    : handler_(std::move(handler)), outer_(handler_of_thread) {
+MessageBoxesOfThread::MessageBoxesOfThread(Handler handler) : handler_(std::move(handler)), outer_(handler_of_thread) {
   if (handler_) handler_of_thread = &handler_;
 }
 

@@ -16,30 +16,68 @@ namespace {
 // Windows are shared with the calls that run in them, so that a window may be destroyed from inside its own message.
 class WindowTable {
  public:
-  HWND Add(std::unique_ptr<Window> window) {
+  HWND Add(std::unique_ptr<Window> window, HWND parent, int id) {
     std::lock_guard lock(mutex_);
     const HWND handle = reinterpret_cast<HWND>(++last_handle_);
-    windows_.emplace(handle, std::move(window));
+    windows_.emplace(handle, Entry{std::move(window), parent, id, false});
     return handle;
   }
   std::shared_ptr<Window> Find(HWND handle) {
     std::lock_guard lock(mutex_);
     const auto found = windows_.find(handle);
-    return found == windows_.end() ? nullptr : found->second;
+    return found == windows_.end() ? nullptr : found->second.window;
   }
-  // The window comes out of the lock alive: its destructor may use the table.
-  std::shared_ptr<Window> Remove(HWND handle) {
+  HWND ParentOf(HWND handle) {
     std::lock_guard lock(mutex_);
     const auto found = windows_.find(handle);
-    if (found == windows_.end()) return nullptr;
-    std::shared_ptr<Window> window = std::move(found->second);
-    windows_.erase(found);
-    return window;
+    return found == windows_.end() ? nullptr : found->second.parent;
+  }
+  // The oldest child of `parent` that `wanted` (its id) holds for.
+  template <typename Wanted>
+  HWND FindChild(HWND parent, Wanted wanted) {
+    std::lock_guard lock(mutex_);
+    HWND oldest = nullptr;
+    for (const auto& [handle, entry] : windows_) {
+      if (entry.parent == parent && wanted(entry) && (!oldest || handle < oldest)) oldest = handle;
+    }
+    return oldest;
+  }
+  HWND FindChild(HWND parent, int id) {
+    return FindChild(parent, [id](const Entry& entry) { return entry.id == id; });
+  }
+  bool Destroy(HWND handle) {
+    const std::shared_ptr<Window> window = BeginDestroying(handle);
+    if (!window) return false;
+    window->OnDestroy();
+    const auto any = [](const Entry& entry) { return !entry.falls; };
+    while (const HWND child = FindChild(handle, any)) Destroy(child);
+    Remove(handle);
+    return true;
   }
 
  private:
+  struct Entry {
+    std::shared_ptr<Window> window;
+    HWND parent;
+    int id;
+    bool falls;  // is being destroyed
+  };
+
+  std::shared_ptr<Window> BeginDestroying(HWND handle) {
+    std::lock_guard lock(mutex_);
+    const auto found = windows_.find(handle);
+    if (found == windows_.end() || found->second.falls) return nullptr;
+    found->second.falls = true;
+    return found->second.window;
+  }
+  // The window itself falls outside the lock: its destructor may use the table.
+  void Remove(HWND handle) {
+    std::lock_guard lock(mutex_);
+    windows_.erase(handle);
+  }
+
   std::mutex mutex_;
-  std::unordered_map<HWND, std::shared_ptr<Window>> windows_;
+  std::unordered_map<HWND, Entry> windows_;
   uintptr_t last_handle_ = 0;
 };
 
@@ -76,11 +114,17 @@ const char* TextOf(MessageLong l) {
 
 }  // namespace
 
-HWND AddWindow(std::unique_ptr<Window> window) { return window ? Table().Add(std::move(window)) : nullptr; }
+HWND AddWindow(std::unique_ptr<Window> window, HWND parent, int id) {
+  return window ? Table().Add(std::move(window), parent, id) : nullptr;
+}
 
 bool IsWindow(HWND handle) { return Table().Find(handle) != nullptr; }
 
-bool DestroyWindow(HWND handle) { return Table().Remove(handle) != nullptr; }
+bool DestroyWindow(HWND handle) { return Table().Destroy(handle); }
+
+HWND GetParent(HWND handle) { return Table().ParentOf(handle); }
+
+HWND GetChild(HWND parent, int id) { return parent ? Table().FindChild(parent, id) : nullptr; }
 
 MessageLong SendMessage(HWND handle, unsigned message, MessageWord w, MessageLong l) {
   const std::shared_ptr<Window> window = Table().Find(handle);

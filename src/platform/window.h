@@ -37,13 +37,20 @@ class KARST_API Window {
   virtual ~Window() = default;
   // Handles one message and gives its answer; 0 for a message that the window does not know.
   virtual MessageLong OnMessage(unsigned message, MessageWord w, MessageLong l) = 0;
+  // Called once by DestroyWindow, while the handle is still good and the children are alive.
+  virtual void OnDestroy() {}
 };
 
-// Enters a window into the table, which owns it from here on.
-KARST_API HWND AddWindow(std::unique_ptr<Window> window);
+// Enters a window into the table, which owns it from here on. A child has a parent and an id of its own there.
+KARST_API HWND AddWindow(std::unique_ptr<Window> window, HWND parent = nullptr, int id = 0);
 KARST_API bool IsWindow(HWND handle);
-// Removes the window and destroys it. False if the handle names none.
+// Destroys the window: tells it (OnDestroy), destroys its children, removes it. False if the handle names none, or
+// one that is being destroyed already.
 KARST_API bool DestroyWindow(HWND handle);
+// The parent that a window was added with; null for a window without one, and for no window.
+KARST_API HWND GetParent(HWND handle);
+// The first child with that id, or null.
+KARST_API HWND GetChild(HWND parent, int id);
 // Sends one message and waits for the answer; 0 if the handle names no window.
 KARST_API MessageLong SendMessage(HWND handle, unsigned message, MessageWord w, MessageLong l);
 

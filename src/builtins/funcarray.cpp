@@ -28,6 +28,7 @@ CFuncArray::CFuncArray() = default;
 CFuncArray::~CFuncArray() {
   CloseAllCatchedFileHandle();
   m_mapReplaceTable.clear();
+  CloseAllHyperWindow();
 }
 
 int32_t CFuncArray::FindKernelFunction(const char* name, karst::BuiltinHandler* handler, char* outName, int outSize) {

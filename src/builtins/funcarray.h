@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hyper/hyperwindow.h"
 #include "platform/files.h"
 #include "platform/format.h"
 #include "statis/statisdb.h"
@@ -28,7 +29,7 @@ using BuiltinHandler = void (*)(CFuncArray* self, int argc, int first, CValue* r
 struct KernelFunctionRow {
   const char* name;
   int32_t code;
-  BuiltinHandler handler;  // null in the end row, and in rows whose built-in this version lacks
+  BuiltinHandler handler;  // null in the end row
   const char* kinds;       // its arguments, as builtins/table.h tells
 };
 
@@ -85,9 +86,28 @@ class KARST_API CFuncArray : public CVarArray {
   // 0, with `value` set, if the table file has a line for `key`; else -1.
   int ReplaceStringFromFile(const char* key, CString& value, const char* table_file);
 
+  // Hypertext windows. All on the thread of the script; a window's handle is never given out again.
+  //
+  // Where this object's windows are shown; before the first one is opened. Without it: as SetHyperModuleMaker tells.
+  void UseHyperModule(std::shared_ptr<karst::HyperModule> module);
+  const std::shared_ptr<karst::HyperModule>& HyperModule();
+  // Opens a window that shows the file. The handle, also where no window could be made: then it names none.
+  int32_t OpenHyperWindow(const char* lpszFile);
+  // 0, or -1 for a handle that was never opened or is closed already. Handle 0 stays: 0.
+  int32_t CloseHyperWindow(int32_t nHandle);
+  void CloseAllHyperWindow();
+  // The live window behind a handle, or null; good until it is closed.
+  CHyperWindow* HyperWindowFromHandle(int32_t nHandle);
+  // Puts a control of the host behind handle 0, in the place of an earlier one. Its parent gets message 2024 with the
+  // window's object and calls that object's SetCmd when the control has a command; a 2024 with 0 says that the object
+  // is gone. Always 0.
+  int32_t SetDefaultHyperWindow(HWND hControl);
+
   CStatisDB m_statisDB;  // the tables of the DB built-ins
   std::map<std::string, karst::FileHandle, std::less<>> m_mapCatchedFile;
   std::map<std::string, std::unique_ptr<CReplaceTable>, std::less<>> m_mapReplaceTable;
+  karst::HyperWindowMap m_mapHyperWindow;
+  int32_t m_nNextHyperWindow = 1;
 
   // The host's output stream, known to scripts as the file "stdout". Set by the host after construction; a handle
   // without a callback counts as none.
@@ -100,5 +120,6 @@ class KARST_API CFuncArray : public CVarArray {
  private:
   friend class karst::WorkText;
   karst::NamedOutputHandler named_output_;
+  std::shared_ptr<karst::HyperModule> hyper_module_;
   std::unique_ptr<CString> work_text_;  // a call in a loop finds its memory ready; null while a call uses it
 };

@@ -28,6 +28,10 @@ Handler HanziPrice, CutHanziStr, LineBreak, GetDate, InStr, MakeFufenName;
 // Statistics tables (dbapi.cpp).
 Handler DBCreate, DBDestroy, DBWrite, DBRead, DBSearch, DBDelete, DBSort;
 
+// Hypertext windows (hyperapi.cpp).
+Handler OpenWindow, CloseWindow, WaitWindow, MoveWindow, SetHyperFile, SetTitle, PrintWindow, GetHyperMacro,
+    SetHyperMacro;
+
 // MARC fields (catalogue/marcapi.cpp).
 Handler GetFld, GetGroup, GetSubFld, RplcFld, RplcGroup, RplcSubFld;
 

@@ -98,6 +98,7 @@ std::string RefusalOf(const std::string& kind) {
 // How a built-in calls itself in the messages of the argument checks.
 std::string NameInMessages(const KernelFunctionRow& row) {
   if (row.name == std::string("StrFindOneOf")) return "FindOneOf";
+  if (row.name == std::string("OpenWindow")) return "OpenHyperWindow";
   return row.name;
 }
 

@@ -48,12 +48,16 @@ need_packages() {
 
 # What the library, the program and the tests need.
 need_build_packages() {
-  need_packages g++ cmake ninja-build pkg-config libcli11-dev libgtest-dev libgmock-dev
+  need_packages g++ cmake ninja-build make pkg-config libcli11-dev libgtest-dev libgmock-dev python3
 }
 
 # What the checks behind the tests need on top of that.
 need_check_packages() {
-  need_packages clang-format python3
+  need_packages clang-format python3 mypy
+}
+# What making the Debian packages and using them needs.
+need_package_tools() {
+  need_packages dpkg-dev lintian man-db bash-completion fish
 }
 need_fuzz_packages() {
   need_packages clang libclang-rt-14-dev

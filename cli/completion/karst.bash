@@ -16,6 +16,7 @@ __karst_section() {
 }
 
 __karst_verbs() { __karst_section 'Subcommands|Verbs' | awk '{ print $1 }'; }
+__karst_has_verb() { __karst_verbs | grep -qxF -- "$1"; }
 
 # Of a help text: the names of each option, with commas around and between, and behind a tab what it takes.
 __karst_options() { __karst_section Options | awk '{ print "," $1 ",\t" (/^  [^ ]+ [^ ]/ ? $2 : "") }'; }
@@ -39,7 +40,9 @@ __karst_offer_files() {
   local path
   are_files=1
   while IFS= read -r path; do
-    [[ -d $path || -z $1 || $path =~ \.($1)$ ]] && offers+=("$path")
+    if [[ -d $path || -z $1 || $path =~ \.($1)$ ]]; then
+      offers+=("$path")
+    fi
   done < <(compgen -f -- "$current")
 }
 
@@ -67,12 +70,14 @@ __karst_offer_value() {
 __karst_taken_by() {
   local names taken
   while IFS=$'\t' read -r names taken; do
-    [[ $names == *",$1,"* ]] && printf '%s' "$taken"
+    if [[ $names == *",$1,"* ]]; then
+      printf '%s' "$taken"
+    fi
   done < <(__karst_options <<<"$help")
 }
 
 # Goes over the words ahead of the last. Afterwards: the help text that counts, the number of operands behind the verb,
-# and what the option takes whose value comes next.
+# and what the option takes whose value comes next. Fails for a verb that is none.
 __karst_read_words() {
   local word only_operands=''
   for word in "$@"; do
@@ -84,6 +89,7 @@ __karst_read_words() {
       taken="$(__karst_taken_by "$word")"
     elif [[ -z $verb ]]; then
       verb="$word"
+      __karst_has_verb "$verb" <<<"$help" || return
       help="$(LC_ALL=C.UTF-8 "$program" "$verb" --help 2>/dev/null)"
     else
       operands=$((operands + 1))
@@ -96,7 +102,7 @@ __karst_complete() {
   local program="$1" current="${!#}" help verb='' operands=0 taken=''
   program="${program/#~\//$HOME/}"
   help="$(LC_ALL=C.UTF-8 "$program" --help 2>/dev/null)"
-  __karst_read_words "${@:2:$#-2}"
+  __karst_read_words "${@:2:$#-2}" || return 0
   if [[ -n $taken ]]; then
     __karst_offer_value "$taken"
   elif [[ $current == --*=* ]]; then
@@ -107,7 +113,7 @@ __karst_complete() {
     __karst_offer_words "$(__karst_options <<<"$help" | cut -f1 | tr ',' '\n')"
   elif [[ -z $verb ]]; then
     __karst_offer_words "$(__karst_verbs <<<"$help")"
-  elif [[ -n $help ]]; then
+  else
     __karst_offer_files "$(__karst_endings $((operands + 1)) <<<"$help")"
   fi
 }

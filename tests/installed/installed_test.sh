@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Installs the build into a folder and uses it from there: headers, program, hosts in three languages.
+# Usage: installed_test.sh SOURCE_DIR BUILD_DIR VERSION
+set -euo pipefail
+source_dir="$1" build_dir="$2" version="$3"
+folder="$build_dir/installed-test" prefix="$build_dir/installed-test/prefix"
+fail() {
+  printf '%s\n' "$*"
+  exit 1
+}
+
+rm -rf -- "$folder"
+cmake --install "$build_dir" --prefix "$folder/first" >/dev/null
+mv -- "$folder/first" "$prefix" # an installed tree may be moved
+
+# A header compiles by itself, and needs no other place.
+cd -- "$prefix/include"
+find karst -name '*.h' -print0 | xargs -0 -P 2 -I{} sh -c \
+  'echo "#include <{}>" | g++ -std=c++20 -Wall -Wextra -Werror -fsyntax-only -I. -x c++ - || exit 255'
+echo '#include <karst/karst.h>' | gcc -std=c99 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -I. -x c -
+
+[[ "$("$prefix/bin/karst" --version)" == "karst $version" ]] || fail 'the program does not run'
+library="$(find "$prefix/lib"* -name "libkarst.so.$version")"
+readelf -d "$library" | grep -qF 'soname: [libkarst.so.0]' || fail 'the library has another soname'
+[[ -s "$prefix/share/man/man1/karst.1" ]] || fail 'there is no manual page'
+
+library_dir="$(dirname -- "$library")"
+export CMAKE_PREFIX_PATH="$prefix" PKG_CONFIG_PATH="$library_dir/pkgconfig" LD_LIBRARY_PATH="$library_dir"
+[[ "$(pkg-config --modversion karst)" == "$version" ]] || fail 'pkg-config tells another version'
+"$source_dir/tests/installed/build_hosts.sh" "$source_dir" "$folder/work" >"$folder/log.txt" 2>&1 ||
+  fail "$(cat -- "$folder/log.txt")"

@@ -2,8 +2,8 @@
 include(CMakePackageConfigHelpers)
 
 # What a C++ host may include. What these reach goes along, since a class shows its bases and fields.
-set(KARST_PUBLIC_HEADERS catalogue/htmlstring.h marc/marctree.h outside/cartulary.h platform/charset.h
-                         platform/window.h script/script.h)
+set(KARST_PUBLIC_HEADERS catalogue/htmlstring.h marc/marcfilter.h marc/marcflt.h marc/marctree.h outside/cartulary.h
+                         platform/charset.h platform/window.h script/script.h)
 set(KARST_HEADERS_DIR ${PROJECT_BINARY_DIR}/installed-headers/karst)
 set(KARST_HEADERS_STAMP ${PROJECT_BINARY_DIR}/installed-headers/made)
 
@@ -22,9 +22,7 @@ add_custom_target(karst_headers ALL DEPENDS ${KARST_HEADERS_STAMP})
 install(TARGETS karst_library EXPORT KarstTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development)
 install(DIRECTORY ${KARST_HEADERS_DIR} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
-if(EXISTS ${PROJECT_SOURCE_DIR}/include)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
-endif()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
 # Before 1.0 a minor version may change what hosts see.
 set(KARST_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Karst)

@@ -12,7 +12,7 @@ bool PrintOutput(CMARCFilter& filter, const CString& record) {
   filter.SafeSetVar("soutput", "");
   if (filter.FilterOneRecord(record, error) == -1) {
     std::cerr << karst::GbkToUtf8(error.view()) << "\n";
-    filter.ClearVarsAfterError();
+    filter.CloseAfterError();
     return false;
   }
   filter.GetVarString("soutput", output);

@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/export.h"
+
 namespace karst {
 
 // A byte or pair of bytes that is no character has this code.
@@ -23,12 +25,12 @@ struct GbkCharacter {
 // without 0x7F) is no character and one byte long.
 GbkCharacter DecodeGbk(std::string_view gbk);
 // True if every byte belongs to a GBK character.
-bool IsValidGbk(std::string_view gbk);
+KARST_API bool IsValidGbk(std::string_view gbk);
 // GBK to UTF-8. What is no character becomes U+FFFD.
-std::string GbkToUtf8(std::string_view gbk);
+KARST_API std::string GbkToUtf8(std::string_view gbk);
 // UTF-8 to GBK. False if a character has no place in GBK or the bytes are no UTF-8; `bad_offset` (may be null) then
 // says where, and `gbk` holds what came before.
-bool Utf8ToGbk(std::string_view utf8, std::string& gbk, size_t* bad_offset);
+KARST_API bool Utf8ToGbk(std::string_view utf8, std::string& gbk, size_t* bad_offset);
 // Adds a code point to a UTF-8 text.
 void AppendUtf8(std::string& utf8, char32_t code);
 // The code point at the head of `utf8`, which is not empty, and its length in bytes; kNoCharacter and 1 if the bytes

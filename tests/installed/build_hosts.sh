@@ -5,31 +5,39 @@
 set -euo pipefail
 source_dir="$1" folder="$2"
 hosts="$folder/hosts"
-export LC_ALL=C.UTF-8
+export LC_ALL=C.UTF-8 PYTHONPATH="$folder" PYTHONDONTWRITEBYTECODE=1
 
 # The examples must stand alone, away from the sources.
 rm -rf -- "$folder"
 mkdir -p -- "$folder"
 cp -r -- "$source_dir/examples/embed" "$hosts"
-cp -- "$source_dir/examples/books.iso" "$source_dir/examples/faulty.iso" "$folder"
 cp -r -- "$source_dir/bindings/python/karst" "$folder/karst"
+books="$source_dir/examples/books.iso"
+{ printf rubbish && cat -- "$books"; } >"$folder/damaged.iso"
+printf 'Record\r\n{\r\n\tsoutput = nothing\r\n}\r\n' >"$folder/failing.flt"
 
-# check STATUS RECORDS COMMAND...: runs a host over records, and compares what it prints and its exit status.
+# check STATUS EXPECTED COMMAND...: compares what a host prints, and its exit status.
 check() {
-  local status="$1" records="$2" got=0
+  local status="$1" expected="$2" got=0
   shift 2
-  "$@" "$hosts/title.flt" "$folder/$records.iso" >"$folder/got.txt" 2>"$folder/errors.txt" || got=$?
-  if ((got != status)) || ! cmp -- "$source_dir/tests/installed/$records.txt" "$folder/got.txt"; then
-    printf '%s on %s: exit status %s, not %s\n' "$*" "$records" "$got" "$status"
+  "$@" >"$folder/got.txt" 2>"$folder/errors.txt" || got=$?
+  if ((got != status)) || ! cmp -- "$expected" "$folder/got.txt"; then
+    printf '%s: exit status %s, not %s\n' "$*" "$got" "$status"
     cat -- "$folder/got.txt" "$folder/errors.txt"
     exit 1
   fi
+}
+
+check_host() {
+  check 0 "$source_dir/tests/installed/titles.txt" "$@" "$hosts/title.flt" "$books"
+  check 1 "$source_dir/tests/installed/titles.txt" "$@" "$hosts/title.flt" "$folder/damaged.iso"
+  check 1 /dev/null "$@" "$folder/failing.flt" "$books"
 }
 
 cmake -S "$hosts" -B "$folder/by-cmake" -D CMAKE_BUILD_TYPE=Release
 cmake --build "$folder/by-cmake"
 make -C "$hosts" CFLAGS='-std=c11 -Wall -Wextra -Wpedantic -Werror' CXXFLAGS='-Wall -Wextra -Werror'
 for host in "$folder/by-cmake/c_host" "$folder/by-cmake/cpp_host" "$hosts/c_host" "$hosts/cpp_host"; do
-  check 0 books "$host"
+  check_host "$host"
 done
-PYTHONPATH="$folder" check 0 books python3 "$hosts/host.py"
+check_host python3 "$hosts/host.py"

@@ -17,8 +17,11 @@ expect() {
   faults=$((faults + 1))
 }
 
-# What is offered for the words of a line, in order of the alphabet.
-offered() { bash "$completion" karst "$@" | LC_ALL=C sort | paste -sd' '; }
+# Lines in one, in order of the alphabet.
+joined() { LC_ALL=C sort | paste -sd' '; }
+
+# What is offered for the words of a line.
+offered() { bash "$completion" karst "$@" | joined; }
 
 # Line (words with "|" between them) and offers, by tabs.
 while IFS=$'\t' read -r line expected; do
@@ -65,7 +68,7 @@ replies() {
   COMP_CWORD=$(($# - 1))
   COMPREPLY=()
   _karst
-  printf '%s\n' "${COMPREPLY[@]}" | LC_ALL=C sort | paste -sd' '
+  printf '%s\n' "${COMPREPLY[@]}" | joined
 }
 COMP_WORDBREAKS=$' \t\n"\'><=;|&(:'
 expect 'parted' 'always auto' "$(replies 'karst filter --progress=a' karst filter --progress = a)"
@@ -73,13 +76,13 @@ expect 'parted, nothing typed' 'always auto never' "$(replies 'karst filter --pr
 expect 'parted twice' 'books.iso' "$(replies 'karst run --database=au=bo' karst run --database = au = bo)"
 expect 'words behind it' 'titles.flt' "$(replies 'karst filter --progress=auto  ti' karst filter --progress = auto ti)"
 COMP_WORDBREAKS=$' \t\n'
-expect 'not parted' '--progress=always --progress=auto' "$(replies 'karst filter --progress=a' karst filter --progress=a)"
+expect 'not parted' '--progress=never' "$(replies 'karst filter --progress=n' karst filter --progress=n)"
 
 # Every verb and every long option that the help has, read from it in another way.
-verbs="$(karst --help | sed -n '/^\(Verbs\|Subcommands\):/,/^$/s/^  \([a-z]\+\) .*/\1/p' | LC_ALL=C sort | paste -sd' ')"
+verbs="$(karst --help | sed -n '/^\(Verbs\|Subcommands\):/,/^$/s/^  \([a-z]\+\) .*/\1/p' | joined)"
 expect 'all verbs' "$verbs" "$(offered '')"
 for verb in $verbs; do
-  options="$(karst "$verb" --help | grep -oE '^  (-[a-z],)?--[a-z-]+' | grep -oE -e '--.*' | LC_ALL=C sort | paste -sd' ')"
+  options="$(karst "$verb" --help | grep -oE '^  (-[a-z],)?--[a-z-]+' | grep -oE -e '--.*' | joined)"
   expect "options of $verb" "$options" "$(offered "$verb" --)"
 done
 exit $((faults > 0))

@@ -22,6 +22,12 @@ echo '#include <karst/karst.h>' | gcc -std=c99 -Wall -Wextra -Wpedantic -Werror 
 [[ "$("$prefix/bin/karst" --version)" == "karst $version" ]] || fail 'the program does not run'
 library="$(find "$prefix/lib"* -name "libkarst.so.$version")"
 readelf -d "$library" | grep -qF 'soname: [libkarst.so.0]' || fail 'the library has another soname'
+# The C functions that the library shows are those that the header declares; every symbol has its version.
+shown="$(nm -D --defined-only "$library" | awk '$2 == "T" { print $3 }')"
+functions="$(sed -n 's/^\(karst_.*\)@@KARST_0$/\1/p' <<<"$shown" | sort)"
+declared="$(sed -n 's/^KARST_EXPORT .*\(karst_[a-z0-9_]*\)(.*/\1/p' karst/karst.h | sort)"
+diff <(echo "$declared") <(echo "$functions") || fail 'declared functions (<) and those in the library (>) differ'
+! grep -vE '@@KARST_(CXX_)?0$' <<<"$shown" || fail 'these symbols have no version'
 [[ -s "$prefix/share/man/man1/karst.1" ]] || fail 'there is no manual page'
 
 library_dir="$(dirname -- "$library")"

@@ -6,8 +6,7 @@ source_dir="$1"
 export KARST_LIBRARY="$2" PYTHONDONTWRITEBYTECODE=1 PYTHONWARNINGS=error
 folder="$(mktemp -d)"
 trap 'rm -rf -- "$folder"' EXIT
-cp -r -- "$source_dir/bindings/python/karst" "$source_dir/bindings/python/tests" "$source_dir/bindings/python/README.md" \
-  "$folder"
+cp -r -- "$source_dir"/bindings/python/{karst,tests,README.md} "$folder"
 cp -- "$source_dir"/examples/{books,faulty}.iso "$source_dir"/examples/embed/title.flt "$folder"
 cd -- "$folder"
 python3 -m unittest discover -s tests -t .

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+import signal
 import sys
 import threading
 import warnings
@@ -40,6 +41,7 @@ class _Engine:
         self._handle_lock = threading.RLock()
         self._calls = 0
         self._raised: BaseException | None = None
+        self._in_callback = False
         self._kept: dict[str, Any] = {}
         self._hear_text("on_message", on_message or _print)
         self._hear_text("on_output", on_output or _print)
@@ -67,11 +69,32 @@ class _Engine:
         finally:
             self._calls -= 1
         if self._calls == 0:
-            raised, self._raised = self._raised, None
-            if raised is not None:
-                raise raised
+            self._raise_kept()
         if status != _library.OK:
             raise self._error(self._handle, status, file)
+
+    def run(self, function: Any, *arguments: Any, file: File | None = None) -> None:
+        """As call, for what may take long. Ctrl-C, whose exception would be lost on the way through C, stops it."""
+        in_main_thread = threading.current_thread() is threading.main_thread()
+        if not in_main_thread or signal.getsignal(signal.SIGINT) is not signal.default_int_handler:
+            return self.call(function, *arguments, file=file)
+        signal.signal(signal.SIGINT, self._interrupt)
+        try:
+            self.call(function, *arguments, file=file)
+        finally:
+            signal.signal(signal.SIGINT, signal.default_int_handler)
+            self._raise_kept()
+
+    def _interrupt(self, *_: object) -> None:
+        if self._in_callback:
+            raise KeyboardInterrupt
+        self._raised = KeyboardInterrupt()
+        self.stop()
+
+    def _raise_kept(self) -> None:
+        raised, self._raised = self._raised, None
+        if raised is not None:
+            raise raised
 
     @staticmethod
     def _error(handle: int, status: int, file: File | None) -> Exception:
@@ -85,14 +108,17 @@ class _Engine:
         """Sets a callback. `otherwise` is the answer that C gets once something has been raised."""
 
         def guarded(_user: int | None, *arguments: Any) -> Any:
-            if self._raised is not None:
-                return otherwise
             try:
-                return callback(*arguments)
+                self._in_callback = True
+                if self._raised is None:
+                    return callback(*arguments)
             except BaseException as raised:  # Ctrl-C among them
+                self._in_callback = False
                 self._raised = raised
                 self.stop()
-                return otherwise
+            finally:
+                self._in_callback = False
+            return otherwise
 
         pointer = kind(guarded)
         with self.lock:
@@ -135,7 +161,7 @@ def run(
     result = c_int()
     try:
         with engine.lock:
-            engine.call(library.karst_run_script, *_library.file_in(script), byref(result), file=script)
+            engine.run(library.karst_run_script, *_library.file_in(script), byref(result), file=script)
     finally:
         engine.close()
     return result.value
@@ -172,7 +198,7 @@ class Filter:
         for name, value in (variables or {}).items():
             self.set_variable(name, value)
         with self._engine.lock:
-            self._engine.call(library.karst_load_filter, *_library.file_in(file), file=file)
+            self._engine.run(library.karst_load_filter, *_library.file_in(file), file=file)
 
     def run(self, record: str) -> str:
         """Runs the filter over one record in the internal form, and gives what it left in its variable "soutput".
@@ -185,7 +211,7 @@ class Filter:
         """
         output, length = c_void_p(), c_size_t()
         with self._engine.lock:
-            self._engine.call(
+            self._engine.run(
                 library.karst_filter_record, *_library.text_in(record), byref(output), byref(length), file=self._file
             )
             return text_at(output.value, length.value)
@@ -217,7 +243,7 @@ class Filter:
             # Set in any case: it is where Ctrl-C is noticed.
             self._engine.hear("on_progress", _library.ProgressCallback, progress, 1)
             self._engine.hear("on_skipped", _library.SkippedCallback, passed_over)
-            self._engine.call(library.karst_filter_file, *_library.file_in(file), file=self._file)
+            self._engine.run(library.karst_filter_file, *_library.file_in(file), file=self._file)
 
     def set_variable(self, name: str, value: str) -> None:
         """Gives a text variable a value that outlasts the runs. A filter uses it without declaring it.

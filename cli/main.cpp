@@ -29,6 +29,7 @@ int RunVerb(const Options& options, Console& console) {
     case Verb::kRun: return RunScript(options, console);
     case Verb::kFilter: return RunFilter(options, console);
     case Verb::kTree: return ShowTree(options, console);
+    case Verb::kCheck: return CheckSources(options, console);
   }
   return kWrongUsage;
 }

@@ -35,6 +35,11 @@ constexpr const char* kTreeExample =
     "Example:\n"
     "  karst tree titles.flt";
 
+constexpr const char* kCheckExample =
+    "Examples:\n"
+    "  karst check *.pro *.flt\n"
+    "  karst check --fix titles.flt";
+
 // What the parser fills in, ahead of its turning into Options.
 struct RawOptions {
   Options options;
@@ -102,6 +107,22 @@ void AddTree(CLI::App& app, RawOptions& raw) {
   tree->callback([&raw] { raw.options.verb = Verb::kTree; });
 }
 
+void AddCheck(CLI::App& app, RawOptions& raw) {
+  CheckOptions& options = raw.options.check;
+  CLI::App* check = app.add_subcommand("check", "Look for mistakes in scripts and filters, without running them");
+  check->add_option("FILE", options.files, "Scripts (.pro) and filters (.flt)")->required()->option_text(" ");
+  AddCommonOptions(*check, raw);
+  check->remove_option(check->get_option("--messages"));
+  check->add_flag("--fix", options.fix, "Mend line ends and charset in the files themselves first");
+  check->add_option("--lang", options.language, "Language of the findings (default: the locale's)")
+      ->check(CLI::IsMember({"zh", "en"}))
+      ->option_text("zh|en");
+  check->add_flag("--werror", options.warnings_are_errors, "Warnings count as errors in the exit status");
+  check->add_flag("-q,--quiet", options.only_errors, "Errors only, and no summary");
+  check->footer(kCheckExample);
+  check->callback([&raw] { raw.options.verb = Verb::kCheck; });
+}
+
 Options Finished(RawOptions& raw) {
   Options options = std::move(raw.options);
   options.encoding = raw.encoding.empty() ? LocaleEncoding() : EncodingByName(raw.encoding);
@@ -114,7 +135,7 @@ int ShowUsageError(const CLI::App& app, const CLI::ParseError& error) {
   const auto chosen = app.get_subcommands();
   const std::string help = chosen.empty() ? app.help() : chosen.front()->help(app.get_name());
   const std::string fault =
-      chosen.empty() && app.remaining_size() == 0 ? "which verb: run, filter or tree?" : error.what();
+      chosen.empty() && app.remaining_size() == 0 ? "which verb: run, filter, tree or check?" : error.what();
   std::fprintf(stderr, "karst: %s\n\n%s", fault.c_str(), help.c_str());
   return kWrongUsage;
 }
@@ -133,6 +154,7 @@ std::variant<Options, int> ParseOptions(int argc, char** argv) {
   AddRun(app, raw);
   AddFilter(app, raw);
   AddTree(app, raw);
+  AddCheck(app, raw);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& answer) {

@@ -5,11 +5,12 @@
 #include <variant>
 #include <vector>
 
+#include "check/options.h"
 #include "encoding.h"
 
 namespace karst::cli {
 
-enum class Verb { kRun, kFilter, kTree };
+enum class Verb { kRun, kFilter, kTree, kCheck };
 enum class ProgressMode { kAuto, kAlways, kNever };
 
 struct Options {
@@ -22,6 +23,7 @@ struct Options {
   std::string program;                 // the script or filter
   std::vector<std::string> databases;  // "NAME=FILE" each, neither part empty
   std::vector<std::string> records;    // record files; "-" is standard input
+  CheckOptions check;
 };
 
 // The options, or the exit status where nothing is to be run: help and version go to standard output with 0; wrong

@@ -10,6 +10,7 @@ namespace karst::cli {
 int RunScript(const Options& options, Console& console);
 int RunFilter(const Options& options, Console& console);
 int ShowTree(const Options& options, Console& console);
+int CheckSources(const Options& options, Console& console);
 
 // The exit status for a run's result: its low 8 bits.
 constexpr int StatusOf(int result) { return result & 0xFF; }

@@ -1,0 +1,112 @@
+// Reader: calls of built-in functions.
+#include <string>
+
+#include "check/reader.h"
+#include "check/signature.h"
+
+namespace karst::cli::check {
+namespace {
+
+// LIMIT: a printing function with this many arguments is refused.
+constexpr size_t kTooManyForFormats = 50;
+
+// Those that refuse further arguments, beside those with arguments that may be left out; the others ignore them.
+bool CountsExactly(std::string_view name, std::string_view kinds) {
+  for (const std::string_view exact : {"MemCmp", "EscapeString", "min", "max"}) {
+    if (name == exact) return true;
+  }
+  return kinds.find('(') != std::string_view::npos;
+}
+
+std::string_view WantedType(const Parameter& parameter) {
+  if (parameter.text && parameter.integer) return "string/int";
+  return parameter.text ? "string" : "int/int64";
+}
+
+}  // namespace
+
+bool Reader::Call(const Token& name) {
+  std::vector<Argument> arguments;
+  bool reference = false;
+  bool closed = false;
+  for (;;) {
+    Read();
+    if (token_->cls == DELIMITER && token_->EndsLine()) break;
+    closed = token_->cls != STRING && token_->Is(')');
+    if (closed) break;
+    if (token_->IsDelimiter('&')) {
+      reference = true;
+      continue;
+    }
+    arguments.push_back(ReadArgument(reference));
+    reference = false;
+    Read();
+    if (token_->cls == DELIMITER && token_->number == EOL) break;
+    closed = token_->Is(')');
+    if (closed) break;
+    if (!token_->Is(',')) Fail(Rule::kNoComma, *token_);
+  }
+  if (!closed) Report(Rule::kOpenCall, name);
+  CheckCall(name, arguments);
+  return closed;
+}
+
+// The current token is the argument's first; afterwards its last.
+Argument Reader::ReadArgument(bool reference) {
+  Argument argument{.token = token_};
+  if (token_->cls == STRING) {
+    argument.type = Type::kText;
+    argument.literal = true;
+  } else if (reference) {
+    argument.reference = true;
+    argument.type = token_->cls == COMMAND ? Type::kUnknown : TypeOfVariable(*token_);
+  } else {
+    GiveBack();
+    argument.type = Expression();
+  }
+  return argument;
+}
+
+void Reader::CheckCall(const Token& name, const std::vector<Argument>& arguments) {
+  const std::string key(Significant(name.text));
+  karst::BuiltinHandler handler = nullptr;
+  const int row = functions_.FindKernelFunction(key.c_str(), &handler, nullptr, 0);
+  if (row < 0) return Report(Rule::kUnknownFunction, name, {name.text});
+  const Signature& signature = kSignatures[static_cast<size_t>(row)];
+  if (signature.lacking) return Report(Rule::kFunctionLacking, name, {name.text});
+  CheckCount(name, static_cast<size_t>(row), arguments.size());
+  for (size_t i = 0; i < arguments.size(); ++i) CheckArgument(name, static_cast<size_t>(row), i, arguments[i]);
+  const auto leading = static_cast<size_t>(RequiredArguments(signature.kinds));
+  const bool has_format = TakesValues(signature.kinds) && arguments.size() >= leading && arguments[leading - 1].literal;
+  if (has_format) CheckFormat(*this, *arguments[leading - 1].token, std::span(arguments).subspan(leading));
+}
+
+void Reader::CheckCount(const Token& name, size_t row, size_t count) {
+  const Signature& signature = kSignatures[row];
+  const auto required = static_cast<size_t>(RequiredArguments(signature.kinds));
+  const bool values = TakesValues(signature.kinds);
+  const size_t most = values ? kTooManyForFormats - 1 : KnownArguments(signature.kinds);
+  const bool refused = count > most && (values || CountsExactly(signature.name, signature.kinds));
+  if (count < required || refused) {
+    const std::string wanted = std::to_string(count < required ? required : most);
+    Report(count < required ? Rule::kTooFewArguments : Rule::kArgumentCount, name,
+           {signature.name, wanted, std::to_string(count)});
+  } else if (count > most) {
+    Report(Rule::kTooManyArguments, name, {signature.name, std::to_string(most), std::to_string(count)});
+  }
+}
+
+void Reader::CheckArgument(const Token& name, size_t row, size_t place, const Argument& argument) {
+  const Signature& signature = kSignatures[row];
+  const Parameter parameter = ParameterAt(signature.kinds, place);
+  const std::string number = std::to_string(place + 1);
+  const bool number_type = argument.type == Type::kInt || argument.type == Type::kInt64;
+  const bool wrong = (argument.type == Type::kText && parameter.integer && !parameter.text) ||
+                     (number_type && parameter.text && !parameter.integer);
+  if (wrong) return Report(Rule::kArgumentType, *argument.token, {signature.name, number, WantedType(parameter)});
+  if (parameter.reference && !argument.reference) {
+    Report(Rule::kArgumentReference, *argument.token, {signature.name, number});
+  }
+}
+
+}  // namespace karst::cli::check

@@ -1,0 +1,93 @@
+// Checking: the passes, and the engine as the last word.
+#include "check/check.h"
+
+#include <algorithm>
+#include <climits>
+
+#include "check/filter.h"
+#include "check/lexer.h"
+#include "check/source.h"
+#include "check/statements.h"
+#include "marc/marctree.h"
+
+namespace karst::cli::check {
+namespace {
+
+// LIMIT: a larger source is not checked; the engine would not load one of 2 GB.
+constexpr size_t kLargest = size_t{256} << 20;
+
+std::string_view WithoutOuterSpace(std::string_view text) {
+  constexpr std::string_view kSpace = " \t\r\n";
+  const size_t begin = std::min(text.find_first_not_of(kSpace), text.size());
+  return text.substr(begin, text.find_last_not_of(kSpace) + 1 - begin);
+}
+
+size_t OffsetOfLine(std::string_view text, int line) {
+  size_t offset = 0;
+  for (; line > 1; --line) {
+    const size_t end = text.find('\n', offset);
+    if (end == std::string_view::npos) return offset;
+    offset = end + 1;
+  }
+  return offset;
+}
+
+// Loads the source, and builds the tree of a filter, as a run would. Neither runs any code.
+void AskEngine(const std::string& gbk, bool with_tree, Findings& findings) {
+  CMARCTree engine;
+  try {
+    const int length = engine.ChangeCode(gbk.data(), static_cast<int>(gbk.size()), &engine.lpCodeBuffer);
+    engine.nCodeLen = std::max(length, 0);
+    engine.lpProg = engine.lpCodeBuffer;
+    if (with_tree && engine.lpCodeBuffer) engine.BuildMARCTree();
+  } catch (const CError& error) {
+    findings.Add(Rule::kEngine, OffsetOfLine(gbk, engine.GetCurLineNumber()), {WithoutOuterSpace(error.what())});
+  }
+}
+
+void CheckTokens(const SourceText& source, SourceKind kind, Findings& findings) {
+  const TokenList list(source, findings);
+  if (list.HasOpenLiteral()) return;
+  bool may_build = kind == SourceKind::kFilter;
+  if (kind == SourceKind::kScript) {
+    Names names(list.Tokens());
+    Statements(list, names, findings).CheckPiece(0, list.Tokens().size() - 1, PieceKind::kScript);
+  } else {
+    const BlockTree tree(list, findings);
+    if (!tree.Broken()) FilterWalk(list, tree, findings).Run();
+    may_build = !tree.StopHasCode();
+  }
+  if (!findings.HasErrors()) AskEngine(source.gbk, may_build, findings);
+}
+
+bool HasEnding(std::string_view name, std::string_view ending) {
+  return name.size() >= ending.size() && InSmallLetters(name.substr(name.size() - ending.size())) == ending;
+}
+
+}  // namespace
+
+SourceKind KindOf(std::string_view file_name, std::string_view bytes) {
+  if (HasEnding(file_name, ".flt")) return SourceKind::kFilter;
+  if (HasEnding(file_name, ".pro") || bytes.size() > kLargest) return SourceKind::kScript;
+  Findings dropped;
+  const SourceText source = PrepareSource(bytes, dropped);
+  const TokenList list(source, dropped);
+  const auto& tokens = list.Tokens();
+  const bool blocks = std::any_of(tokens.begin(), tokens.end(),
+                                  [](const Token& token) { return token.cls == COMMAND && IsBlockWord(token.number); });
+  return blocks ? SourceKind::kFilter : SourceKind::kScript;
+}
+
+CheckedSource CheckSource(std::string_view bytes, SourceKind kind) {
+  CheckedSource checked;
+  if (bytes.size() > kLargest) {
+    checked.findings.Add(Rule::kTooLong, 0, {std::to_string(kLargest)});
+    return checked;
+  }
+  SourceText source = PrepareSource(bytes, checked.findings);
+  CheckTokens(source, kind, checked.findings);
+  checked.text = std::move(source.gbk);
+  return checked;
+}
+
+}  // namespace karst::cli::check

@@ -1,0 +1,367 @@
+// TokenList: the rewriting of the source, and the scanner.
+#include "check/lexer.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "check/gbk.h"
+#include "outside/zebutil.h"
+
+namespace karst::cli::check {
+namespace {
+
+constexpr std::string_view kDelimiters = "+-*^/%=;(),><[]&|!{}";
+constexpr std::string_view kWordEnds(" ;,+-<>/*%^=()[]&|!{}\t\r\0", 25);
+constexpr size_t kLongestWord = 490;
+constexpr int kLongestStoredLiteral = 489;
+
+constexpr std::array<bool, 256> MembersOf(std::string_view set) {
+  std::array<bool, 256> members{};
+  for (const char c : set) members[static_cast<unsigned char>(c)] = true;
+  return members;
+}
+constexpr auto kIsDelimiter = MembersOf(kDelimiters);
+constexpr auto kEndsWord = MembersOf(kWordEnds);
+
+bool In(const std::array<bool, 256>& set, char byte) { return set[static_cast<unsigned char>(byte)]; }
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool BeginsWord(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '@' || c == '`'; }
+
+// The ASCII form of a full-width mark, 0 if there is none. Both quotes and the marks of a list are among them.
+char HalfWidth(std::string_view gbk) {
+  const auto lead = static_cast<unsigned char>(gbk[0]);
+  const auto trail = static_cast<unsigned char>(gbk[1]);
+  if (lead == 0xA3 && trail >= 0xA1 && trail <= 0xFE) return static_cast<char>(trail - 0x80);
+  if (lead != 0xA1) return 0;
+  switch (trail) {
+    case 0xA1: return ' ';
+    case 0xA2: return ',';
+    case 0xB0:
+    case 0xB1: return '"';
+    case 0xAE:
+    case 0xAF: return '\'';
+    default: return 0;
+  }
+}
+
+}  // namespace
+
+std::string InSmallLetters(std::string_view text) {
+  std::string small(text);
+  for (char& c : small) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return small;
+}
+
+// Makes the code. It goes byte by byte as loading does; only findings look at characters.
+class TokenList::Rewrite {
+ public:
+  Rewrite(TokenList& list, const SourceText& source, Findings& findings)
+      : list_(list), source_(source.gbk), source_info_(source), findings_(findings) {}
+
+  void Run() {
+    for (; at_ < source_.size() && source_[at_] != 0; ++at_) TakeByte(source_[at_]);
+    if (at_ < source_.size()) TellTextBehind();
+    list_.open_literal_ = in_literal_;
+    if (in_literal_) TellOpenLiteral();
+  }
+
+ private:
+  char NextByte() const { return at_ + 1 < source_.size() ? source_[at_ + 1] : '\0'; }
+  bool IsLfLineEnd() const { return source_info_.lf_style && source_[at_] == '\n'; }
+
+  void TakeByte(char byte) {
+    if (in_comment_) {
+      if (byte == '\n' && !source_info_.lf_style) TellStrayLf(Severity::kWarning);
+      if (byte != '\r' && !IsLfLineEnd()) return;
+      in_comment_ = false;
+    }
+    const bool line_end = byte == '\r' || IsLfLineEnd();
+    if (after_backslash_ && line_end) return ContinueLine(byte);
+    if (in_literal_) return TakeLiteralByte(byte);
+    after_backslash_ = byte == '\\';
+    switch (byte) {
+      case '"': return OpenLiteral();
+      case '#': in_comment_ = true; return;
+      case '\r': return TakeCr();
+      case '\n': return TakeLf();
+      default: Put(byte);
+    }
+  }
+
+  void TakeCr() {
+    Put('\r');
+    const char next = NextByte();
+    if (next == '\n' || next == '\0' || told_lone_cr_) return;
+    if (next == ' ' || next == '\t' || next == '\r') return;
+    told_lone_cr_ = true;
+    findings_.Add(Rule::kLoneCr, at_);
+  }
+
+  void TakeLf() {
+    const bool behind_cr = !list_.code_.empty() && list_.code_.back() == '\r';
+    if (!behind_cr && source_info_.lf_style) Put('\r');
+    if (!behind_cr && !source_info_.lf_style) TellStrayLf(SeverityOfLf());
+    Put('\n');
+    for (; line_ends_owed_ > 0; --line_ends_owed_) {
+      Put('\r');
+      Put('\n');
+    }
+  }
+
+  // An LF that follows the end of a word is a line end, which takes the next byte with it.
+  Severity SeverityOfLf() const {
+    const char before = list_.code_.empty() ? ' ' : list_.code_.back();
+    const char next = NextByte();
+    const bool ends_word = In(kEndsWord, before) || before == '"' || before == '\n';
+    const bool harmless = next == ' ' || next == '\t' || next == '\r' || next == '\n' || next == '\0';
+    return ends_word && harmless ? Severity::kWarning : Severity::kError;
+  }
+
+  void TellStrayLf(Severity severity) { findings_.Add(Rule::kStrayLf, severity, at_); }
+
+  void ContinueLine(char byte) {
+    if (!in_literal_) {
+      list_.code_.pop_back();
+      list_.origins_.pop_back();
+    }
+    ++line_ends_owed_;
+    after_backslash_ = false;
+    if (byte == '\r') ++at_;
+  }
+
+  void TakeLiteralByte(char byte) {
+    NoteCharacter();
+    std::string& text = list_.literals_.back().text;
+    if (after_backslash_) {
+      text += OneEscChar(byte);
+      after_backslash_ = false;
+    } else if (byte == '\\') {
+      after_backslash_ = true;
+    } else if (byte == '"') {
+      in_literal_ = false;
+    } else {
+      if (byte == '\n' && first_over_lines_ == kNone) first_over_lines_ = literal_begin_;
+      text += byte;
+    }
+  }
+
+  // Tells of a character whose second byte acts as a backslash, unless one more stands behind it.
+  void NoteCharacter() {
+    if (at_ < next_character_) return;
+    const std::string_view rest = source_.substr(at_);
+    next_character_ = at_ + CharacterLength(rest);
+    if (!BeginsWithPair(rest) || rest[1] != '\\') return;
+    if (rest.size() > 2 && rest[2] == '\\') {
+      ++next_character_;
+    } else {
+      findings_.Add(Rule::kHalfCharacter, at_, {rest.substr(0, 2)});
+    }
+  }
+
+  void OpenLiteral() {
+    literal_begin_ = at_;
+    next_character_ = at_ + 1;
+    in_literal_ = true;
+    after_backslash_ = false;
+    list_.literals_.push_back({list_.code_.size(), ""});
+    Put('"');
+  }
+
+  void Put(char byte) {
+    list_.code_ += byte;
+    list_.origins_.push_back(at_);
+  }
+
+  void TellTextBehind() {
+    const bool blank = source_.find_first_not_of(std::string_view("\0 \t\r\n\x1A", 6), at_) == std::string_view::npos;
+    if (!blank) findings_.Add(Rule::kBehindEnd, at_, {"0x00"});
+  }
+
+  void TellOpenLiteral() {
+    findings_.Add(Rule::kOpenLiteral, literal_begin_);
+    if (first_over_lines_ != kNone && first_over_lines_ != literal_begin_) {
+      findings_.Add(Rule::kLiteralOverLines, first_over_lines_);
+    }
+  }
+
+  static constexpr size_t kNone = static_cast<size_t>(-1);
+
+  TokenList& list_;
+  std::string_view source_;
+  const SourceText& source_info_;
+  Findings& findings_;
+  size_t at_ = 0;
+  size_t literal_begin_ = 0;
+  size_t next_character_ = 0;
+  size_t first_over_lines_ = kNone;
+  bool in_comment_ = false;
+  bool in_literal_ = false;
+  bool after_backslash_ = false;
+  bool told_lone_cr_ = false;
+  int line_ends_owed_ = 0;
+};
+
+// Cuts the code into tokens.
+class TokenList::Scanner {
+ public:
+  Scanner(TokenList& list, Findings& findings) : list_(list), code_(list.code_), findings_(findings) {}
+
+  void Run() {
+    while (Step()) {
+    }
+  }
+
+ private:
+  char ByteAt(size_t at) const { return at < code_.size() ? code_[at] : '\0'; }
+
+  // One token or one fault. False at the end of the code.
+  bool Step() {
+    while (ByteAt(at_) == ' ' || ByteAt(at_) == '\t') ++at_;
+    const char byte = ByteAt(at_);
+    if (byte == 0 || byte == 0x1A) return End(at_);
+    if (BeginsWord(byte)) return Word();
+    if (In(kIsDelimiter, byte)) return Delimiter(byte);
+    if (IsDigit(byte)) return Word(NUMBER);
+    switch (byte) {
+      case '\r':
+      case '\n': return LineEnd();
+      case '"': return Text();
+      case ':': return Word(LABEL);
+      case '\'': return Character();
+      default: return Unknown();
+    }
+  }
+
+  bool Add(int cls, int number, std::string_view text, size_t end) {
+    const size_t offset = list_.OriginOf(at_);
+    if (list_.tokens_.empty() || list_.tokens_.back().line != line_) indent_ = offset - line_begin_;
+    list_.tokens_.push_back({cls, number, text, offset, at_, line_, indent_});
+    at_ = end;
+    return true;
+  }
+  bool AddHere(int cls, int number, size_t end) { return Add(cls, number, code_.substr(at_, end - at_), end); }
+
+  bool End(size_t where) {
+    at_ = where;
+    const size_t behind = code_.find_first_not_of(std::string_view("\x1A \t\r\n", 5), at_);
+    if (ByteAt(at_) == 0x1A && behind != std::string_view::npos) {
+      findings_.Add(Rule::kBehindEnd, list_.OriginOf(at_), {"0x1A"});
+    }
+    Add(DELIMITER, FINISHED, {}, at_);
+    return false;
+  }
+
+  bool LineEnd() {
+    if (ByteAt(at_ + 1) == 0) return End(at_ + 1);
+    Add(DELIMITER, EOL, "\r\n", at_ + 2);
+    ++line_;
+    line_begin_ = list_.OriginOf(at_);
+    return true;
+  }
+
+  bool Delimiter(char byte) {
+    if (byte == '{') return AddHere(COMMAND, kTokBegin, at_ + 1);
+    if (byte == '}') return AddHere(COMMAND, kTokEnd, at_ + 1);
+    return AddHere(DELIMITER, 0, at_ + 1);
+  }
+
+  // Behind a name, a number or a label. The engine reads on into a literal that follows directly.
+  size_t WordEnd() const {
+    size_t end = at_ + 1;
+    while (!In(kEndsWord, ByteAt(end)) && ByteAt(end) != '"') ++end;
+    return end;
+  }
+
+  bool Word(int cls = VARIABLE) {
+    const size_t end = WordEnd();
+    const std::string_view text = code_.substr(at_, end - at_);
+    const size_t longest = cls == LABEL ? kLongestWord + 1 : kLongestWord;
+    if (text.size() > longest) return TooLong(kLongestWord, end);
+    if (ByteAt(end) == '"') findings_.Add(Rule::kTouchesLiteral, list_.OriginOf(at_), {text});
+    const int number = cls == VARIABLE ? words_.LookUpReserve(std::string(text).c_str()) : 0;
+    return Add(number != 0 ? COMMAND : cls, number, text, end);
+  }
+
+  bool Text() {
+    while (list_.literals_[next_literal_].code < at_) ++next_literal_;  // one may stand inside a character constant
+    const Literal& literal = list_.literals_[next_literal_];
+    if (literal.stored_length() > kLongestStoredLiteral) return TooLong(kLongestStoredLiteral - 1, at_ + 1);
+    return Add(STRING, 0, literal.text, at_ + 1);
+  }
+
+  bool Character() {
+    if (ByteAt(at_ + 2) == '\'') return AddHere(CHARCONST, 0, at_ + 3);
+    if (ByteAt(at_ + 3) == '\'' && ByteAt(at_ + 2) != 0) return AddHere(CHARCONST, 0, at_ + 4);
+    const size_t line_end = std::min(code_.find('\r', at_), at_ + 4);
+    findings_.Add(Rule::kBadCharacter, list_.OriginOf(at_), {code_.substr(at_, line_end - at_)});
+    at_ = at_ + 1;
+    return true;
+  }
+
+  bool TooLong(size_t most, size_t end) {
+    findings_.Add(Rule::kTooLong, list_.OriginOf(at_), {std::to_string(most)});
+    at_ = end;
+    return true;
+  }
+
+  // A run of bytes beyond ASCII is one finding.
+  bool Unknown() {
+    const std::string_view rest = code_.substr(at_);
+    const size_t offset = list_.OriginOf(at_);
+    const size_t length = CharacterLength(rest);
+    const char half = length == 2 ? HalfWidth(rest) : '\0';
+    if (rest[0] == '\\') {
+      findings_.Add(Rule::kStrayBackslash, offset);
+    } else if (half != 0) {
+      findings_.Add(Rule::kFullWidth, offset, {rest.substr(0, 2), half == ' ' ? "' '" : std::string_view(&half, 1)});
+    } else {
+      findings_.Add(Rule::kUnknownByte, offset, {Shown(rest.substr(0, length))});
+    }
+    at_ += length;
+    while (half == 0 && rest[0] != '\\' && static_cast<unsigned char>(ByteAt(at_)) >= 0x80) ++at_;
+    return true;
+  }
+
+  static std::string Shown(std::string_view character) {
+    const auto byte = static_cast<unsigned char>(character[0]);
+    if (character.size() == 2 || (byte > ' ' && byte < 0x7F)) return std::string(character);
+    char text[8];
+    std::snprintf(text, sizeof text, "0x%02X", byte);
+    return text;
+  }
+
+  TokenList& list_;
+  std::string_view code_;
+  Findings& findings_;
+  CCode words_;  // knows the reserved words
+  size_t at_ = 0;
+  size_t next_literal_ = 0;
+  uint32_t line_ = 0;
+  size_t line_begin_ = 0;
+  size_t indent_ = 0;
+};
+
+TokenList::TokenList(const SourceText& source, Findings& findings) : source_size_(source.gbk.size()) {
+  Rewrite(*this, source, findings).Run();
+  if (open_literal_) literals_.back().text.clear();
+  Scanner(*this, findings).Run();
+  FindLabels();
+}
+
+// By bytes, as a goto looks for them.
+void TokenList::FindLabels() {
+  bool in_quotes = false;
+  for (size_t at = 0; at < code_.size(); ++at) {
+    if (code_[at] == '\'') in_quotes = !in_quotes;
+    if (code_[at] != ':' || in_quotes) continue;
+    size_t end = at + 1;
+    const size_t most = std::min(code_.size(), end + kLongestWord + 1);
+    while (end < most && !In(kEndsWord, code_[end]) && code_[end] != '"') ++end;
+    labels_.push_back({InSmallLetters(std::string_view(code_).substr(at + 1, end - at - 1)), OriginOf(at), end});
+  }
+}
+
+}  // namespace karst::cli::check

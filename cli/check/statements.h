@@ -1,0 +1,96 @@
+// The statements of a script, or of one piece of a filter after the other, gone through in the order of the text.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "check/reader.h"
+
+namespace karst::cli::check {
+
+// What a piece of code is, as far as leaving it is concerned.
+enum class PieceKind : uint8_t {
+  kScript,   // the whole of a script
+  kPlain,    // a piece that any statement may leave
+  kHead,     // the head of a block that has inner blocks
+  kClosing,  // closing code, whose brace closes the block
+};
+
+class Statements {
+ public:
+  Statements(const TokenList& list, Names& names, Findings& findings);
+
+  void CheckPiece(size_t begin, size_t end, PieceKind kind);
+  // For code that is called from several places; see Reader::SetLenient.
+  void SetLenient(bool lenient) { reader_.SetLenient(lenient); }
+
+ private:
+  // A then-part or else-part without braces: the rest of one line.
+  struct Part {
+    uint32_t line;
+    bool is_then;
+  };
+
+  // One statement. False at the end of the piece.
+  bool Step();
+  void Statement(const Token& token);
+  void Word(const Token& token);
+  void BeginsWithName(const Token& name);
+  void Assignment(const Token& name);
+  void Append(const Token& name);
+  void Prepend(const Token& name);
+  void WantText(const Token& variable, std::string_view op);
+  void CallStatement(const Token& name);
+  void PassLine(bool tell);
+  void Declaration(const Token& word);
+  void DeclaredValue(const Token& name, Type type);
+  void Declare(const Token& name, Type type);
+  void If(const Token& word);
+  void Else(const Token& word);
+  void BeginPart(const Token& word, bool is_then);
+  void BeginBlock(const Token& brace);
+  void EndBlock(const Token& brace);
+  void Loop(const Token& word);
+  void EndLoop(const Token& word);
+  void Break(const Token& word);
+  void Continue(const Token& word);
+  void Stop(const Token& word);
+  void Goto(const Token& word);
+  void CheckTarget(const Token& word, const Token& target);
+  void GoElsewhere();
+  void Dropped(const Token& token);
+  void LabelAt(const Token& label);
+  void Recover();
+  void FinishPiece();
+  bool LoopFollows() const;
+  bool ClosesOnLine(size_t opening, uint32_t line) const;
+  bool InPart() const { return part_.has_value(); }
+
+  void MatchWords();
+  void SumBraces();
+  size_t TokenAt(size_t code) const;
+
+  const TokenList& list_;
+  const std::vector<Token>& tokens_;
+  Names& names_;
+  Reader reader_;
+  std::vector<size_t> match_;     // of each opening brace and loop: the token that closes it, or kNoMatch
+  std::vector<int> brace_depth_;  // ahead of each token
+  bool has_goto_ = false;
+
+  PieceKind kind_ = PieceKind::kScript;
+  size_t piece_begin_ = 0;
+  size_t piece_depth_ = 0;  // scopes that were open when the piece began
+  std::vector<const Token*> loops_;
+  std::vector<size_t> loop_depths_;  // scopes that were open at each
+  std::optional<Part> part_;
+  bool then_ended_ = false;  // only line ends came behind a then-part
+  uint32_t then_line_ = 0;   // the line of the brace that closed it
+  bool lost_order_ = false;  // scopes may be open or closed in another way than the text shows
+  std::optional<uint32_t> told_dropped_;
+  std::unordered_set<std::string> labels_seen_;
+};
+
+}  // namespace karst::cli::check

@@ -18,6 +18,14 @@ bool CountsExactly(std::string_view name, std::string_view kinds) {
   return kinds.find('(') != std::string_view::npos;
 }
 
+// A search for the empty text only counts rows, and asks nothing of the argument for the value.
+bool IsUnused(const Signature& signature, size_t place, const std::vector<Argument>& arguments) {
+  return signature.name == "DBSearch" && place == 3 && arguments[1].literal && arguments[1].token->text.empty();
+}
+
+// Where an argument of the wrong type does not stop the script: a handle of fprintf that is no number is no handle.
+bool IsBorne(const Signature& signature, size_t place) { return signature.name == "fprintf" && place == 0; }
+
 std::string_view WantedType(const Parameter& parameter) {
   if (parameter.text && parameter.integer) return "string/int";
   return parameter.text ? "string" : "int/int64";
@@ -74,15 +82,18 @@ void Reader::CheckCall(const Token& name, const std::vector<Argument>& arguments
   if (row < 0) return Report(Rule::kUnknownFunction, name, {name.text});
   const Signature& signature = kSignatures[static_cast<size_t>(row)];
   if (signature.lacking) return Report(Rule::kFunctionLacking, name, {name.text});
-  CheckCount(name, static_cast<size_t>(row), arguments.size());
-  for (size_t i = 0; i < arguments.size(); ++i) CheckArgument(name, static_cast<size_t>(row), i, arguments[i]);
+  CheckCount(name, signature, arguments.size());
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    if (!IsUnused(signature, i, arguments)) CheckArgument(signature, i, arguments[i]);
+  }
   const auto leading = static_cast<size_t>(RequiredArguments(signature.kinds));
   const bool has_format = TakesValues(signature.kinds) && arguments.size() >= leading && arguments[leading - 1].literal;
-  if (has_format) CheckFormat(*this, *arguments[leading - 1].token, std::span(arguments).subspan(leading));
+  if (!has_format) return;
+  const bool refused = signature.name != "bmprintf";  // which gives -1
+  CheckFormat(*this, *arguments[leading - 1].token, std::span(arguments).subspan(leading), refused);
 }
 
-void Reader::CheckCount(const Token& name, size_t row, size_t count) {
-  const Signature& signature = kSignatures[row];
+void Reader::CheckCount(const Token& name, const Signature& signature, size_t count) {
   const auto required = static_cast<size_t>(RequiredArguments(signature.kinds));
   const bool values = TakesValues(signature.kinds);
   const size_t most = values ? kTooManyForFormats - 1 : KnownArguments(signature.kinds);
@@ -96,14 +107,16 @@ void Reader::CheckCount(const Token& name, size_t row, size_t count) {
   }
 }
 
-void Reader::CheckArgument(const Token& name, size_t row, size_t place, const Argument& argument) {
-  const Signature& signature = kSignatures[row];
+void Reader::CheckArgument(const Signature& signature, size_t place, const Argument& argument) {
   const Parameter parameter = ParameterAt(signature.kinds, place);
   const std::string number = std::to_string(place + 1);
   const bool number_type = argument.type == Type::kInt || argument.type == Type::kInt64;
   const bool wrong = (argument.type == Type::kText && parameter.integer && !parameter.text) ||
                      (number_type && parameter.text && !parameter.integer);
-  if (wrong) return Report(Rule::kArgumentType, *argument.token, {signature.name, number, WantedType(parameter)});
+  if (wrong) {
+    const Severity severity = IsBorne(signature, place) ? Severity::kWarning : Severity::kError;
+    return Report(Rule::kArgumentType, severity, *argument.token, {signature.name, number, WantedType(parameter)});
+  }
   if (parameter.reference && !argument.reference) {
     Report(Rule::kArgumentReference, *argument.token, {signature.name, number});
   }

@@ -16,6 +16,9 @@ namespace {
 // LIMIT: a larger source is not checked; the engine would not load one of 2 GB.
 constexpr size_t kLargest = size_t{256} << 20;
 
+// LIMIT: the engine looks through the blocks once for each Chain; with more steps than this it is not asked.
+constexpr size_t kMostSteps = 10'000'000;
+
 std::string_view WithoutOuterSpace(std::string_view text) {
   constexpr std::string_view kSpace = " \t\r\n";
   const size_t begin = std::min(text.find_first_not_of(kSpace), text.size());
@@ -55,7 +58,7 @@ void CheckTokens(const SourceText& source, SourceKind kind, Findings& findings) 
   } else {
     const BlockTree tree(list, findings);
     if (!tree.Broken()) FilterWalk(list, tree, findings).Run();
-    may_build = !tree.StopHasCode();
+    may_build = !tree.StopHasCode() && tree.Chains() * tree.Blocks().size() <= kMostSteps;
   }
   if (!findings.HasErrors()) AskEngine(source.gbk, may_build, findings);
 }

@@ -67,7 +67,10 @@ void FilterWalk::RecordBlock(size_t block) {
   WithFrame(environment::Record(), [&] {
     Head(block);
     const size_t first = tree_.At(block).first;
-    if (first != kNoCell && !tree_.IsType(first, kCellField)) findings_.Add(Rule::kNoField, WordOf(first).offset);
+    if (first != kNoCell && !tree_.IsType(first, kCellField)) {
+      findings_.Add(Rule::kNoField, WordOf(first).offset);
+      ran_[first] = true;  // enough is told
+    }
     if (tree_.IsType(first, kCellField)) WithFrame(environment::Middle(), [&] { FieldRun(first); });
     Closing(block);
   });
@@ -182,7 +185,8 @@ void FilterWalk::TellWhatNeverRan() {
   }
   for (size_t block = 0; block < ran_.size(); ++block) {
     const Block& cell = tree_.At(block);
-    if (cell.type == kCellChain && FindCommon(cell.name) == kNoCell && cell.has_name) {
+    if (cell.type == kCellChain && FindCommon(cell.name) == kNoCell && cell.has_name &&
+        cell.name.size() <= kLongestBlockName) {
       findings_.Add(Rule::kNoCommon, WordOf(block).offset, {cell.name});
     }
     if (ran_[block] || (cell.parent != kNoCell && !ran_[cell.parent])) continue;

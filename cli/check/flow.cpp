@@ -27,17 +27,23 @@ void Statements::MatchWords() {
       case kTokBegin: braces.push_back(i); break;
       case kTokEnd: close(braces, i); break;
       case kTokLoop: loops.push_back(i); break;
-      case kTokEndLoop: close(loops, i); break;
+      case kTokEndLoop:
+        close(loops, i);
+        last_endloop_ = i;
+        break;
       case kTokGoto: has_goto_ = true; break;
       default: break;
     }
   }
 }
 
-void Statements::SumBraces() {
+void Statements::SumTokens() {
   int depth = 0;
+  int functions = 0;
   for (const Token& token : tokens_) {
     brace_depth_.push_back(depth);
+    functions_.push_back(functions);
+    functions += token.text == "function";
     depth += token.IsCommand(kTokBegin) - token.IsCommand(kTokEnd);
   }
 }
@@ -129,6 +135,10 @@ void Statements::Loop(const Token& word) {
   reader_.Condition();
 }
 
+bool Statements::ClosesInPiece(size_t opening) const {
+  return match_[opening] != kNoMatch && match_[opening] < reader_.End();
+}
+
 void Statements::EndLoop(const Token& word) {
   reader_.SetReachable(true);
   if (loops_.empty()) {
@@ -143,7 +153,7 @@ void Statements::EndLoop(const Token& word) {
 void Statements::Break(const Token& word) {
   if (kind_ == PieceKind::kClosing) reader_.Report(Rule::kLeavesBlock, word, {word.text});
   if (kind_ == PieceKind::kScript && loops_.empty()) {
-    if (!LoopFollows()) return reader_.Report(Rule::kExtraEndloop, word);
+    if (last_endloop_ < reader_.Position()) return reader_.Report(Rule::kExtraEndloop, word);
     reader_.Report(Rule::kBreakOutside, word);
     lost_order_ = true;
   } else if (kind_ == PieceKind::kScript && names_.Depth() > loop_depths_.back()) {
@@ -151,13 +161,6 @@ void Statements::Break(const Token& word) {
     lost_order_ = true;
   }
   GoElsewhere();
-}
-
-bool Statements::LoopFollows() const {
-  for (size_t i = reader_.Position(); i < reader_.End(); ++i) {
-    if (tokens_[i].IsCommand(kTokEndLoop)) return true;
-  }
-  return false;
 }
 
 void Statements::Continue(const Token& word) {
@@ -191,15 +194,15 @@ void Statements::Goto(const Token& word) {
 }
 
 void Statements::CheckTarget(const Token& word, const Token& target) {
-  const std::string name = InSmallLetters(target.text);
-  const auto& labels = list_.Labels();
-  const auto label = std::find_if(labels.begin(), labels.end(), [&](const Label& l) { return l.name == name; });
-  if (label == labels.end()) return reader_.Report(Rule::kNoLabel, target, {target.text});
+  const auto label = labels_.find(InSmallLetters(target.text));
+  if (label == labels_.end()) return reader_.Report(Rule::kNoLabel, target, {target.text});
   if (target.cls == COMMAND) reader_.Report(Rule::kLabelReserved, target, {target.text});
-  const size_t to = TokenAt(label->code);
+  const size_t to = TokenAt(label->second);
   if (to < piece_begin_ || to > reader_.End()) return reader_.Report(Rule::kGotoAway, target, {target.text});
-  const size_t from = reader_.Position();
-  const int opened = brace_depth_[std::max(from, to)] - brace_depth_[std::min(from, to)];
+  const size_t from = to < reader_.Position() ? reader_.IndexOf(target) : reader_.Position();
+  const auto [first, last] = std::minmax(from, to);
+  if (functions_[last] > functions_[first]) reader_.Report(Rule::kGotoFunction, target);
+  const int opened = brace_depth_[last] - brace_depth_[first];
   if (from < to ? opened > 0 : opened < 0) reader_.Report(Rule::kGotoInward, word);
 }
 
@@ -219,7 +222,10 @@ void Statements::LabelAt(const Token& label) {
 // What is still open. A block that a condition may skip must close in its own piece; the braces of a filter's blocks
 // close in later pieces.
 void Statements::FinishPiece() {
-  for (const Token* loop : loops_) reader_.Report(Rule::kOpenLoop, *loop);
+  reader_.SetReachable(true);
+  for (const Token* loop : loops_) {
+    if (!ClosesInPiece(reader_.IndexOf(*loop))) reader_.Report(Rule::kOpenLoop, *loop);
+  }
   if (kind_ == PieceKind::kScript) {
     while (names_.Depth() > 0) {
       const ScopeKind kind = names_.InnermostKind();
@@ -233,7 +239,7 @@ void Statements::FinishPiece() {
   }
   const bool inside = names_.InnermostKind() == ScopeKind::kThen || names_.InnermostKind() == ScopeKind::kElse;
   const size_t token = names_.InnermostToken();
-  if (inside && token >= piece_begin_ && (match_[token] == kNoMatch || match_[token] >= reader_.End())) {
+  if (inside && token >= piece_begin_ && !ClosesInPiece(token)) {
     reader_.Report(Rule::kOpenBrace, tokens_[token]);
   }
 }

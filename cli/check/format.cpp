@@ -25,11 +25,12 @@ std::vector<Word> WordsOf(std::span<const Argument> values) {
 
 class FormatWalk {
  public:
-  FormatWalk(Reader& reader, const Token& format, std::span<const Argument> values)
+  FormatWalk(Reader& reader, const Token& format, std::span<const Argument> values, bool refused)
       : reader_(reader),
         format_(format),
         text_(format.text.substr(0, format.text.find('\0'))),
-        words_(WordsOf(values)) {}
+        words_(WordsOf(values)),
+        refused_(refused) {}
 
   void Run() {
     for (at_ = text_.find('%'); at_ < text_.size() && going_; at_ = text_.find('%', at_)) Directive();
@@ -116,7 +117,7 @@ class FormatWalk {
   }
 
   bool Tell(Rule rule, std::initializer_list<std::string_view> arguments) {
-    reader_.Report(rule, format_, arguments);
+    reader_.Report(rule, refused_ ? RuleOf(rule).severity : Severity::kWarning, format_, arguments);
     return going_ = false;
   }
 
@@ -124,6 +125,7 @@ class FormatWalk {
   const Token& format_;
   std::string_view text_;
   std::vector<Word> words_;
+  bool refused_;
   size_t at_ = 0;
   size_t begin_ = 0;
   size_t next_ = 0;
@@ -132,8 +134,8 @@ class FormatWalk {
 
 }  // namespace
 
-void CheckFormat(Reader& reader, const Token& format, std::span<const Argument> values) {
-  FormatWalk(reader, format, values).Run();
+void CheckFormat(Reader& reader, const Token& format, std::span<const Argument> values, bool refused) {
+  FormatWalk(reader, format, values, refused).Run();
 }
 
 }  // namespace karst::cli::check

@@ -28,11 +28,14 @@ bool In(const std::array<bool, 256>& set, char byte) { return set[static_cast<un
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool BeginsWord(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '@' || c == '`'; }
 
-// The ASCII form of a full-width mark, 0 if there is none. Both quotes and the marks of a list are among them.
+// The ASCII form of a full-width mark, 0 if there is none.
 char HalfWidth(std::string_view gbk) {
   const auto lead = static_cast<unsigned char>(gbk[0]);
   const auto trail = static_cast<unsigned char>(gbk[1]);
-  if (lead == 0xA3 && trail >= 0xA1 && trail <= 0xFE) return static_cast<char>(trail - 0x80);
+  if (lead == 0xA3 && trail >= 0xA1 && trail <= 0xFE) {
+    const char half = static_cast<char>(trail - 0x80);
+    return BeginsWord(half) || IsDigit(half) ? '\0' : half;
+  }
   if (lead != 0xA1) return 0;
   switch (trail) {
     case 0xA1: return ' ';
@@ -279,7 +282,8 @@ class TokenList::Scanner {
     const size_t end = WordEnd();
     const std::string_view text = code_.substr(at_, end - at_);
     const size_t longest = cls == LABEL ? kLongestWord + 1 : kLongestWord;
-    if (text.size() > longest) return TooLong(kLongestWord, end);
+    if (text.size() > longest) return TooLong(cls, kLongestWord, end);
+    LookForFullWidth(end);
     if (ByteAt(end) == '"') findings_.Add(Rule::kTouchesLiteral, list_.OriginOf(at_), {text});
     const int number = cls == VARIABLE ? words_.LookUpReserve(std::string(text).c_str()) : 0;
     return Add(number != 0 ? COMMAND : cls, number, text, end);
@@ -288,40 +292,61 @@ class TokenList::Scanner {
   bool Text() {
     while (list_.literals_[next_literal_].code < at_) ++next_literal_;  // one may stand inside a character constant
     const Literal& literal = list_.literals_[next_literal_];
-    if (literal.stored_length() > kLongestStoredLiteral) return TooLong(kLongestStoredLiteral - 1, at_ + 1);
+    if (literal.stored_length() > kLongestStoredLiteral) return TooLong(STRING, kLongestStoredLiteral - 1, at_ + 1);
     return Add(STRING, 0, literal.text, at_ + 1);
   }
 
   bool Character() {
     if (ByteAt(at_ + 2) == '\'') return AddHere(CHARCONST, 0, at_ + 3);
     if (ByteAt(at_ + 3) == '\'' && ByteAt(at_ + 2) != 0) return AddHere(CHARCONST, 0, at_ + 4);
-    const size_t line_end = std::min(code_.find('\r', at_), at_ + 4);
-    findings_.Add(Rule::kBadCharacter, list_.OriginOf(at_), {code_.substr(at_, line_end - at_)});
-    at_ = at_ + 1;
-    return true;
+    // Up to the quote that was meant to close it, if that is near.
+    const std::string_view near = code_.substr(at_, 12);
+    const size_t quote = near.find_first_of("'\r", 1);
+    const bool closed = quote != std::string_view::npos && near[quote] == '\'';
+    const size_t length = closed ? quote + 1 : 1;
+    findings_.Add(Rule::kBadCharacter, list_.OriginOf(at_), {near.substr(0, length)});
+    return AddHere(CHARCONST, 0, at_ + length);
   }
 
-  bool TooLong(size_t most, size_t end) {
+  // Told once, and then taken for what it was meant to be.
+  bool TooLong(int cls, size_t most, size_t end) {
     findings_.Add(Rule::kTooLong, list_.OriginOf(at_), {std::to_string(most)});
-    at_ = end;
-    return true;
+    return AddHere(cls, 0, end);
   }
 
-  // A run of bytes beyond ASCII is one finding.
+  // Text beyond ASCII counts as the name that it was most likely meant to be, and is one finding.
   bool Unknown() {
     const std::string_view rest = code_.substr(at_);
     const size_t offset = list_.OriginOf(at_);
     const size_t length = CharacterLength(rest);
-    const char half = length == 2 ? HalfWidth(rest) : '\0';
+    if (TellFullWidth(at_, Severity::kError)) {
+      at_ += length;
+      return true;
+    }
     if (rest[0] == '\\') {
       findings_.Add(Rule::kStrayBackslash, offset);
-    } else if (half != 0) {
-      findings_.Add(Rule::kFullWidth, offset, {rest.substr(0, 2), half == ' ' ? "' '" : std::string_view(&half, 1)});
     } else {
       findings_.Add(Rule::kUnknownByte, offset, {Shown(rest.substr(0, length))});
     }
-    at_ += length;
-    while (half == 0 && rest[0] != '\\' && static_cast<unsigned char>(ByteAt(at_)) >= 0x80) ++at_;
+    if (static_cast<unsigned char>(rest[0]) >= 0x80)
+      return AddHere(VARIABLE, 0, std::min(WordEnd(), at_ + kLongestWord));
+    ++at_;
+    return true;
+  }
+
+  // A name may hold any character behind its first; a mark among them is most likely a mistake.
+  void LookForFullWidth(size_t end) {
+    for (size_t at = at_ + 1; at < end; at += CharacterLength(code_.substr(at))) {
+      if (static_cast<unsigned char>(code_[at]) >= 0x80 && TellFullWidth(at, Severity::kWarning)) return;
+    }
+  }
+
+  bool TellFullWidth(size_t at, Severity severity) {
+    const std::string_view rest = code_.substr(at);
+    const char half = BeginsWithPair(rest) ? HalfWidth(rest) : '\0';
+    if (half == 0) return false;
+    const std::string_view shown = half == ' ' ? "' '" : std::string_view(&half, 1);
+    findings_.Add(Rule::kFullWidth, severity, list_.OriginOf(at), {rest.substr(0, 2), shown});
     return true;
   }
 

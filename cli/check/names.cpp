@@ -87,6 +87,11 @@ void Names::Close() {
   scopes_.pop_back();
 }
 
+void Names::DeclarePerhaps(std::string_view name, Type type) {
+  const auto outer = Find(name);
+  Declare(name, outer && *outer != type ? Type::kUnknown : type, false);
+}
+
 bool Names::Declare(std::string_view name, Type type, bool certain) {
   std::vector<Entry>& entries = entries_[Significant(name)];
   const bool again = !entries.empty() && entries.back().depth == Depth();

@@ -54,6 +54,8 @@ class Names {
 
   // A declaration. `certain`: it is run whatever happens. True if a certain one stands in the same scope already.
   bool Declare(std::string_view name, Type type, bool certain);
+  // A declaration that a condition may pass over: the name may stand for an outer variable still.
+  void DeclarePerhaps(std::string_view name, Type type);
   // The type of a name that is declared here; nothing if it is not.
   std::optional<Type> Find(std::string_view name) const;
   // Whether anything in the source declares the name, or asks by IsVar whether it is there.

@@ -48,7 +48,11 @@ void Reader::GiveBack() {
 }
 
 void Reader::Report(Rule rule, const Token& token, std::initializer_list<std::string_view> arguments) {
-  const Severity severity = RuleOf(rule).severity;
+  Report(rule, RuleOf(rule).severity, token, arguments);
+}
+
+void Reader::Report(Rule rule, Severity severity, const Token& token,
+                    std::initializer_list<std::string_view> arguments) {
   findings_.Add(rule, reachable_ ? severity : std::min(severity, Severity::kWarning), token.offset, arguments);
 }
 
@@ -104,8 +108,9 @@ Type Reader::Signed() {
   const Token& sign = *token_;
   Read();
   const Type type = Group();
-  if (type == Type::kText) Report(Rule::kTextOperator, sign, {sign.text});
-  return type;
+  if (type != Type::kText) return type;
+  Report(Rule::kTextOperator, sign, {sign.text});
+  return Type::kUnknown;
 }
 
 Type Reader::Group() {
@@ -248,6 +253,7 @@ Type Reader::TypeOfVariable(const Token& name) {
                ? Type::kUnknown
                : *type;
   }
+  if (static_cast<unsigned char>(name.text[0]) >= 0x80) return Type::kUnknown;  // told where it was read
   const std::string_view key = Significant(name.text);
   const bool elsewhere = names_.DeclaredSomewhere(key);
   if (names_.AskedFor(key) || (elsewhere && (lenient_ || uncertain_))) return Type::kUnknown;

@@ -15,6 +15,8 @@
 
 namespace karst::cli::check {
 
+struct Signature;
+
 // One argument of a call.
 struct Argument {
   Type type = Type::kUnknown;
@@ -41,7 +43,9 @@ class Reader {
   const Token& Current() const { return *token_; }
   size_t Position() const { return at_; }
   size_t End() const { return end_; }
-  size_t IndexOf(const Token& token) const { return static_cast<size_t>(&token - tokens_.data()); }
+  size_t IndexOf(const Token& token) const {
+    return &token == &behind_ ? end_ : static_cast<size_t>(&token - tokens_.data());
+  }
 
   // Each reads from the next token on and leaves what ended it unread.
   Type Expression();
@@ -60,6 +64,7 @@ class Reader {
   void SetUncertain(bool uncertain) { uncertain_ = uncertain; }
 
   void Report(Rule rule, const Token& token, std::initializer_list<std::string_view> arguments = {});
+  void Report(Rule rule, Severity severity, const Token& token, std::initializer_list<std::string_view> arguments);
   [[noreturn]] void Fail(Rule rule, const Token& token, std::initializer_list<std::string_view> arguments = {});
 
  private:
@@ -82,8 +87,8 @@ class Reader {
 
   Argument ReadArgument(bool reference);
   void CheckCall(const Token& name, const std::vector<Argument>& arguments);
-  void CheckCount(const Token& name, size_t row, size_t count);
-  void CheckArgument(const Token& name, size_t row, size_t place, const Argument& argument);
+  void CheckCount(const Token& name, const Signature& signature, size_t count);
+  void CheckArgument(const Signature& signature, size_t place, const Argument& argument);
 
   const std::vector<Token>& tokens_;
   Names& names_;
@@ -100,7 +105,8 @@ class Reader {
   std::unordered_set<std::string_view> told_names_;
 };
 
-// What a format asks of the values behind it: at most one finding, at the format's own place.
-void CheckFormat(Reader& reader, const Token& format, std::span<const Argument> values);
+// What a format asks of the values behind it: at most one finding, at the format's own place. `refused`: a format that
+// does not fit stops the script.
+void CheckFormat(Reader& reader, const Token& format, std::span<const Argument> values, bool refused);
 
 }  // namespace karst::cli::check

@@ -98,6 +98,7 @@ enum class Rule : uint8_t {
   kGotoColon,
   kGotoInward,
   kGotoAway,
+  kGotoFunction,
   kLabelTwice,
   kLabelReserved,
   kContinueInScript,

@@ -6,9 +6,10 @@
 namespace karst::cli::check {
 
 Statements::Statements(const TokenList& list, Names& names, Findings& findings)
-    : list_(list), tokens_(list.Tokens()), names_(names), reader_(list, names, findings) {
+    : tokens_(list.Tokens()), names_(names), reader_(list, names, findings) {
   MatchWords();
-  SumBraces();
+  SumTokens();
+  for (const Label& label : list.Labels()) labels_.try_emplace(label.name, label.code);
 }
 
 void Statements::CheckPiece(size_t begin, size_t end, PieceKind kind) {
@@ -159,7 +160,8 @@ void Statements::DeclaredValue(const Token& name, Type type) {
 void Statements::Declare(const Token& name, Type type) {
   const bool outermost = names_.Depth() == 0;
   if (outermost && !loops_.empty()) reader_.Report(Rule::kDeclaredInLoop, name, {name.text});
-  const bool certain = outermost && loops_.empty() && !InPart() && !has_goto_ && reader_.Reachable();
+  if (InPart()) return names_.DeclarePerhaps(name.text, type);
+  const bool certain = outermost && loops_.empty() && !has_goto_ && reader_.Reachable();
   if (names_.Declare(name.text, type, certain)) reader_.Report(Rule::kDeclaredTwice, name, {name.text});
 }
 

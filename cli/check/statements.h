@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -64,20 +65,22 @@ class Statements {
   void LabelAt(const Token& label);
   void Recover();
   void FinishPiece();
-  bool LoopFollows() const;
   bool ClosesOnLine(size_t opening, uint32_t line) const;
+  bool ClosesInPiece(size_t opening) const;
   bool InPart() const { return part_.has_value(); }
 
   void MatchWords();
-  void SumBraces();
+  void SumTokens();
   size_t TokenAt(size_t code) const;
 
-  const TokenList& list_;
   const std::vector<Token>& tokens_;
   Names& names_;
   Reader reader_;
   std::vector<size_t> match_;     // of each opening brace and loop: the token that closes it, or kNoMatch
   std::vector<int> brace_depth_;  // ahead of each token
+  std::vector<int> functions_;    // how often the word function stands ahead of it
+  std::unordered_map<std::string, size_t> labels_;  // the first of each name: its place in the code
+  size_t last_endloop_ = 0;
   bool has_goto_ = false;
 
   PieceKind kind_ = PieceKind::kScript;

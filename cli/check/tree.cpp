@@ -7,7 +7,6 @@ namespace karst::cli::check {
 namespace {
 
 constexpr size_t kMostOpenBraces = 200;
-constexpr size_t kLongestBlockName = 5;
 
 // Depths below which a closing brace ends a scan.
 constexpr int kEndsAtOwnBrace = 1;
@@ -109,6 +108,7 @@ void BlockTree::NamedBlock(CellType type) {
 
 void BlockTree::Chain() {
   const size_t block = AddBlock(kCellChain, at_ - 1);
+  ++chain_count_;
   blocks_[block].name = ReadName(block);
   blocks_[block].begin = blocks_[block].end = at_;
   if (blocks_[block].name.size() > kLongestBlockName) {

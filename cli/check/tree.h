@@ -10,6 +10,7 @@
 namespace karst::cli::check {
 
 inline constexpr size_t kNoCell = static_cast<size_t>(-1);
+inline constexpr size_t kLongestBlockName = 5;  // of a Common, in bytes
 
 struct Block {
   CellType type;
@@ -34,6 +35,7 @@ class BlockTree {
   // The first top-level block, which holds the code ahead of all others.
   size_t Head() const { return 0; }
   size_t Tail() const { return tail_; }
+  size_t Chains() const { return chain_count_; }
   bool OldStyle() const { return record_count_ == 0; }
   // A stop between blocks has a value that only running code can tell.
   bool StopHasCode() const { return stop_has_code_; }
@@ -74,6 +76,7 @@ class BlockTree {
   size_t tail_ = kNoCell;
   size_t misfit_ = kNoCell;  // the first brace whose partner stands further left
   int record_count_ = 0;
+  size_t chain_count_ = 0;
   bool stop_has_code_ = false;
   bool stopped_ = false;
   bool refused_ = false;

@@ -77,8 +77,10 @@ build() {
   quietly cmake --build --preset "$preset" -j "$(nproc)" "${targets[@]}"
 }
 
-# run_tests PRESET
+# run_tests PRESET [OPTION...]
 run_tests() {
+  local preset="$1"
+  shift
   cd -- "$root" || exit
-  ctest --preset "$1" -j "$(nproc)"
+  ctest --preset "$preset" -j "$(nproc)" "$@"
 }

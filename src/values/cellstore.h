@@ -41,9 +41,10 @@ class CellStore {
   // The name's slot; a name that was never seen gets a new one.
   NameSlot& SlotOf(std::string_view name) {
     if (NameSlot* known = FindSlot(name)) return *known;
-    NameSlot& slot = slots_.emplace_back(NameSlot{std::string(name), static_cast<int>(slots_.size()), nullptr});
-    by_name_.emplace(slot.name, &slot);
+    // Where memory runs out between two of these steps, a slot stays that nobody finds, and the numbers are right.
+    NameSlot& slot = slots_.emplace_back(NameSlot{std::string(name), static_cast<int>(by_number_.size()), nullptr});
     by_number_.push_back(&slot);
+    by_name_.emplace(slot.name, &slot);
     return slot;
   }
   NameSlot* FindSlot(std::string_view name) const {

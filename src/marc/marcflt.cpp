@@ -32,18 +32,25 @@ int CMARCFLT::Initial(const char* lpszFltFile) {
 }
 
 int CMARCFLT::Run(const CString& strRecord, CString& strOutput) {
-  if (!RunOverRecord(strRecord, [this] { m_pTree->SafeSetVar("soutput", ""); })) return -1;
+  if (!RunOverRecord(strRecord, "soutput", "")) return -1;
   if (m_pTree->GetVarString("soutput", strOutput) == 0) return 0;
   ShowBox("GetVarString error ");
   return -1;
 }
 
 int CMARCFLT::Run(const CString& strRecord, const char* lpszHyperFn) {
-  return RunOverRecord(strRecord, [=, this] { m_pTree->SafeSetVar("HyperFn", lpszHyperFn); }) ? 0 : -1;
+  return RunOverRecord(strRecord, "HyperFn", lpszHyperFn) ? 0 : -1;
 }
 
-template <typename SetVariable>
-bool CMARCFLT::RunOverRecord(const CString& record, SetVariable set_variable) {
+void CMARCFLT::SetVariable(const char* name, const char* value) {
+  // An error may have left a variable open that hides the host's by one of another type.
+  const CVarCell* found = m_pTree->SearchVar(name);
+  if (found && found->leixing != karst::kText) m_pTree->CloseAfterError();
+  m_pTree->SafeSetVar(name, value);
+}
+
+// Runs the tree with a variable of the host set. False after message boxes.
+bool CMARCFLT::RunOverRecord(const CString& record, const char* variable, const char* value) {
   const auto report = [this](const char* text) {
     CString message;
     message.Format("第%d行: %s", m_pTree->GetCurLineNumber(), text);
@@ -53,7 +60,7 @@ bool CMARCFLT::RunOverRecord(const CString& record, SetVariable set_variable) {
   };
   m_Stream.Open(record);
   try {
-    set_variable();
+    SetVariable(variable, value);
     if (m_pTree->RunOneOfMany(&m_Stream) != -1) return true;
   } catch (const CError& error) {
     return report(error.what());

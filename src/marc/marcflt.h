@@ -45,6 +45,6 @@ class KARST_API CMARCFLT {
   CMARCString m_Stream;  // the record that runs
 
  private:
-  template <typename SetVariable>
-  bool RunOverRecord(const CString& record, SetVariable set_variable);
+  void SetVariable(const char* name, const char* value);
+  bool RunOverRecord(const CString& record, const char* variable, const char* value);
 };

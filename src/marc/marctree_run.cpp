@@ -78,6 +78,8 @@ int CMARCTree::CloseAfterError() {
 }
 
 int CMARCTree::RunOneOfMany(CMARCStream* stream) {
+  // What one error left can be so much that nothing would run beside it: a script that filled the table, say.
+  if (m_Cells.size() > kMostCells / 2) CloseAfterError();
   // An open call counts as a frame but has no mark.
   const int unmarked_before = m_nBeginCount - CountFrameMarks();
   try {

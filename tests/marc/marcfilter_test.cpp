@@ -207,6 +207,26 @@ TEST(CMARCFLT, HandsBackSoutputAndShowsErrors) {
   }
 }
 
+// The first filter fills the variable table, the second leaves a variable open that hides the host's.
+TEST(CMARCFLT, ServesTheNextRecordWhateverTheErrorLeft) {
+  const TempFolder folder;
+  Boxes boxes;
+  constexpr std::string_view kFilters[] = {
+      "Record {\nField \"999\" {\nloop 1\n{\nint x\nendloop\n}\n}\nField \"200\" {\nsoutput = _FIELD\n}\n}\n",
+      "Record {\nField \"999\" {\nint soutput\nint n = none\n}\nField \"200\" {\nsoutput = _FIELD\n}\n}\n",
+  };
+  for (std::string_view text : kFilters) {
+    WriteFilter("f.flt", text);
+    CMARCFLT filter;
+    ASSERT_EQ(filter.Initial("f.flt"), 0);
+    CString output;
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_EQ(filter.Run(kBad.c_str(), output), -1);
+      EXPECT_EQ(filter.Run(kGood.c_str(), output), 0) << boxes.shown;
+    }
+  }
+}
+
 TEST(CMARCFLT, RunsWithHyperFnAndAppendsToThatFile) {
   const TempFolder folder;
   WriteFilter("f.flt", "Record {\nfnprintf(HyperFn, \"<%s>\", _RECORD)\n}\nFinal {\nsoutput = \"none\"\n}\n");

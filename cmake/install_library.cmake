@@ -1,20 +1,16 @@
 # Installs the library, the headers of hosts, and what build systems ask for: a CMake package and a pkg-config file.
 include(CMakePackageConfigHelpers)
 
-# What a C++ host may include. What these reach goes along, since a class shows its bases and fields.
-set(KARST_PUBLIC_HEADERS catalogue/htmlstring.h marc/marcfilter.h marc/marcflt.h marc/marctree.h outside/cartulary.h
-                         platform/charset.h platform/window.h script/script.h)
 set(KARST_HEADERS_DIR ${PROJECT_BINARY_DIR}/installed-headers/karst)
 set(KARST_HEADERS_STAMP ${PROJECT_BINARY_DIR}/installed-headers/made)
 
 file(GLOB_RECURSE KARST_ALL_HEADERS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.h)
 add_custom_command(
   OUTPUT ${KARST_HEADERS_STAMP}
-  COMMAND ${CMAKE_COMMAND} -D SOURCE_DIR=${PROJECT_SOURCE_DIR}/src -D "HEADERS=${KARST_PUBLIC_HEADERS}" -D
-          TARGET_DIR=${KARST_HEADERS_DIR} -P ${PROJECT_SOURCE_DIR}/cmake/installed_headers.cmake
+  COMMAND ${CMAKE_COMMAND} -D SOURCE_DIR=${PROJECT_SOURCE_DIR}/src -D TARGET_DIR=${KARST_HEADERS_DIR} -P
+          ${PROJECT_SOURCE_DIR}/cmake/installed_headers.cmake
   COMMAND ${CMAKE_COMMAND} -E touch ${KARST_HEADERS_STAMP}
   DEPENDS ${KARST_ALL_HEADERS} ${PROJECT_SOURCE_DIR}/cmake/installed_headers.cmake
-          ${PROJECT_SOURCE_DIR}/cmake/install_library.cmake
   COMMENT "Collecting the public headers"
   VERBATIM)
 add_custom_target(karst_headers ALL DEPENDS ${KARST_HEADERS_STAMP})

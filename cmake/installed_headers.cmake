@@ -1,5 +1,6 @@
-# Copies public headers to a folder in the form that users include: <karst/marc/marctree.h>, with what they reach.
-# Run as: cmake -D SOURCE_DIR=.../src -D HEADERS="marc/marctree.h;..." -D TARGET_DIR=.../karst -P installed_headers.cmake
+# Copies the public headers to a folder in the form that users include: <karst/marc/marctree.h>. Public is what shows a
+# host something, marked KARST_API, and what these headers include, since a class shows its bases and fields.
+# Run as: cmake -D SOURCE_DIR=.../src -D TARGET_DIR=.../karst -P installed_headers.cmake
 cmake_minimum_required(VERSION 3.25)
 
 # The paths that a header includes between quotation marks, which are paths below src/.
@@ -13,24 +14,34 @@ function(includes_of header result)
   set(${result} ${paths} PARENT_SCOPE)
 endfunction()
 
-# The headers, and all that they reach.
-function(reached_headers result)
-  set(waiting ${ARGN})
-  set(reached "")
+function(marked_headers result)
+  file(GLOB_RECURSE headers RELATIVE ${SOURCE_DIR} ${SOURCE_DIR}/*.h)
+  set(marked "")
+  foreach(header IN LISTS headers)
+    file(STRINGS ${SOURCE_DIR}/${header} marks REGEX KARST_API LIMIT_COUNT 1)
+    if(marks)
+      list(APPEND marked ${header})
+    endif()
+  endforeach()
+  set(${result} ${marked} PARENT_SCOPE)
+endfunction()
+
+function(public_headers result)
+  marked_headers(waiting)
+  set(public "")
   while(waiting)
     list(POP_FRONT waiting header)
-    if(header IN_LIST reached)
-      continue()
+    if(NOT header IN_LIST public)
+      list(APPEND public ${header})
+      includes_of(${header} included)
+      list(APPEND waiting ${included})
     endif()
-    list(APPEND reached ${header})
-    includes_of(${header} included)
-    list(APPEND waiting ${included})
   endwhile()
-  set(${result} ${reached} PARENT_SCOPE)
+  set(${result} ${public} PARENT_SCOPE)
 endfunction()
 
 file(REMOVE_RECURSE ${TARGET_DIR})
-reached_headers(headers ${HEADERS})
+public_headers(headers)
 foreach(header IN LISTS headers)
   # Byte for byte but for the includes: brackets and semicolons mean something in a list.
   file(READ ${SOURCE_DIR}/${header} text)

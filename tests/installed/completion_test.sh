@@ -34,7 +34,6 @@ ru	run
 x	
 nonsense|	
 run|	a.pro more.flt/
-run|--	--database --encoding --help --messages
 tree|	more.flt/ titles.flt two words.flt
 tree|t	titles.flt two words.flt
 filter|t	titles.flt two words.flt

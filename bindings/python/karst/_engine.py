@@ -30,7 +30,9 @@ def _print(text: str) -> None:
 class _Engine:
     """An engine of the library with its callbacks. An exception in a callback stops the run and comes out of it."""
 
-    def __init__(self, on_message: TextSink | None, on_output: TextSink | None, on_message_box: MessageBox | None) -> None:
+    def __init__(
+        self, on_message: TextSink | None, on_output: TextSink | None, on_message_box: MessageBox | None
+    ) -> None:
         handle = library.karst_engine_new(_library.UTF8)
         if not handle:
             raise MemoryError("no memory for an engine")
@@ -187,14 +189,17 @@ class Filter:
 
         Args:
             variables: texts that the filter uses without declaring them; see set_variable.
-            on_message, on_output, on_message_box: as for run.
+            on_message, on_output, on_message_box: as for karst.run. Without on_message, run drops what the filter
+                writes with printf; run_file prints it.
 
         Raises:
             ScriptError: a fault of the filter, with its line.
             FileError: it cannot be read.
         """
         self._file = file
-        self._engine = _Engine(on_message, on_output, on_message_box)
+        self._over_file = False
+        self._is_heard = not (on_message is on_output is on_message_box is None)
+        self._engine = _Engine(on_message or self._print_message, on_output, on_message_box)
         for name, value in (variables or {}).items():
             self.set_variable(name, value)
         with self._engine.lock:
@@ -210,10 +215,10 @@ class Filter:
             Stopped: a callback, or stop in another thread, ended the run.
         """
         output, length = c_void_p(), c_size_t()
+        # Guarding Ctrl-C takes longer than a small record; without callbacks there is hardly a place to lose it.
+        call = self._engine.run if self._is_heard else self._engine.call
         with self._engine.lock:
-            self._engine.run(
-                library.karst_filter_record, *_library.text_in(record), byref(output), byref(length), file=self._file
-            )
+            call(library.karst_filter_record, *_library.text_in(record), byref(output), byref(length), file=self._file)
             return text_at(output.value, length.value)
 
     def run_file(self, file: File, *, on_progress: Progress | None = None, on_skipped: Skipped | None = None) -> None:
@@ -243,7 +248,11 @@ class Filter:
             # Set in any case: it is where Ctrl-C is noticed.
             self._engine.hear("on_progress", _library.ProgressCallback, progress, 1)
             self._engine.hear("on_skipped", _library.SkippedCallback, passed_over)
-            self._engine.run(library.karst_filter_file, *_library.file_in(file), file=self._file)
+            self._over_file = True
+            try:
+                self._engine.run(library.karst_filter_file, *_library.file_in(file), file=self._file)
+            finally:
+                self._over_file = False
 
     def set_variable(self, name: str, value: str) -> None:
         """Gives a text variable a value that outlasts the runs. A filter uses it without declaring it.
@@ -272,6 +281,10 @@ class Filter:
     def close(self) -> None:
         """Frees the filter. It cannot be used any more."""
         self._engine.close()
+
+    def _print_message(self, text: str) -> None:
+        if self._over_file:
+            _print(text)
 
     def __enter__(self) -> Filter:
         return self

@@ -62,11 +62,11 @@ def _load() -> ctypes.CDLL:
     name = os.environ.get("KARST_LIBRARY") or "libkarst.so.0"
     try:
         library = ctypes.CDLL(name)
-    except OSError as error:
-        raise ImportError(f"cannot load {name} ({error}); KARST_LIBRARY may name the file") from error
-    for function, (result, arguments) in _FUNCTIONS.items():
-        entry = getattr(library, "karst_" + function)
-        entry.restype, entry.argtypes = result, arguments
+        for function, (result, arguments) in _FUNCTIONS.items():
+            entry = getattr(library, "karst_" + function)
+            entry.restype, entry.argtypes = result, arguments
+    except (OSError, AttributeError) as error:  # not there, or an older one
+        raise ImportError(f"cannot use {name} ({error}); KARST_LIBRARY may name the file") from error
     return library
 
 
@@ -97,7 +97,8 @@ def bytes_of(function: Any, handle: int) -> bytes:
 
 
 def text_of(function: Any, handle: int) -> str:
-    return bytes_of(function, handle).decode("utf-8")
+    # A message may name a file whose name is no UTF-8.
+    return bytes_of(function, handle).decode("utf-8", "backslashreplace")
 
 
 def text_in(text: str) -> tuple[bytes, int]:

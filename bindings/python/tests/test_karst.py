@@ -79,11 +79,12 @@ class Run(Case):
         self.assertIn(caught.exception.line, (3, 4))  # noticed at the end of its line
         self.assertIn("nothing_of_the_kind", caught.exception.message)
         self.assertTrue(str(caught.exception).startswith(f"{script}:{caught.exception.line}: "))
+        asked: list[str] = []
         with self.assertRaises(karst.FileError) as missing:
-            karst.run(self.folder / "missing.pro")
+            karst.run(self.folder / "missing.pro", on_message_box=asked.append)
         self.assertEqual((missing.exception.line, missing.exception.file), (0, str(self.folder / "missing.pro")))
-        with self.assertRaises(karst.TextError):
-            karst.run(os.fsdecode(b"\xff.pro"))
+        with self.assertRaisesRegex(karst.FileError, r"\\xff"):
+            karst.run(os.fsdecode(b"\xff.pro"), on_message_box=asked.append)
 
     def test_an_exception_of_a_callback_ends_the_run(self) -> None:
         script = self.source("a.pro", 'printf("a")\nloop 1\nendloop\n')
@@ -113,7 +114,7 @@ class Filter(Case):
             karst.Filter(self.source("a.flt", 'Record\n{\n\tField 200\n\t{\n'))
         self.assertGreater(caught.exception.line, 0)
         with self.assertRaises(karst.FileError):
-            karst.Filter("missing.flt")
+            karst.Filter("missing.flt", on_message_box=lambda text: None)
 
     def test_variables_outlast_runs(self) -> None:
         path = self.source("a.flt", 'Record\n{\n\tseen << "x"\n\tsoutput = seen\n}\n')
@@ -160,9 +161,8 @@ class Filter(Case):
 
     def test_is_stopped_from_another_thread(self) -> None:
         started = threading.Event()
-        endless = karst.Filter(
-            self.source("a.flt", 'Record\n{\n\tprintf("a")\n\tloop 1\n\tendloop\n}\n'), on_message=lambda text: started.set()
-        )
+        path = self.source("a.flt", 'Record\n{\n\tprintf("a")\n\tloop 1\n\tendloop\n}\n')
+        endless = karst.Filter(path, on_message=lambda text: started.set())
 
         def stop() -> None:
             started.wait()
@@ -196,9 +196,16 @@ class RunFile(Case):
         path = self.source("a.flt", 'Record\n{\n\tprintf("%s", _RECORD)\n}\nFinal\n{\n\tprintf("end")\n}\n')
         self.filter = karst.Filter(path, on_message=self.lines.append)
 
+    def test_prints_by_default(self) -> None:
+        path = self.source("b.flt", 'Record\n{\n\tprintf(".")\n\tfnprintf("stdout", ":")\n}\n')
+        with contextlib.redirect_stdout(io.StringIO()) as printed, karst.Filter(path) as dots:
+            dots.run_file("books.iso")
+            dots.run(RECORD)
+        self.assertEqual((printed.getvalue().count("."), printed.getvalue().count(":")), (32, 33))
+
     def test_progress(self) -> None:
-        calls: list[tuple[int, int, int]] = []
-        self.filter.run_file("books.iso", on_progress=lambda *numbers: calls.append((numbers[0], numbers[1], numbers[2])))
+        calls: list[tuple[int, ...]] = []
+        self.filter.run_file("books.iso", on_progress=lambda *numbers: calls.append(numbers))
         size = os.path.getsize("books.iso")
         self.assertEqual((calls[0], calls[-1]), ((0, size, 0), (size, size, 32)))
         self.assertEqual("".join(self.lines), "".join(karst.records("books.iso")) + "end")
@@ -219,7 +226,8 @@ class RunFile(Case):
         self.assertEqual("".join(self.lines), "".join(karst.records("books.iso")) + "end")
 
     def test_ctrl_c_is_not_lost_while_the_library_works(self) -> None:
-        text = "int a\nloop a < 300\nint b\nloop b < 30000\nb = b + 1\nendloop\na = a + 1\nprintf(\"a\")\nendloop\n"
+        inner = "b = 0\nloop b < 30000\nb = b + 1\nendloop\n"
+        text = f'int a\nint b\nloop a < 300\n{inner}a = a + 1\nprintf("a")\nendloop\n'
         script = self.source("a.pro", text)
         started = threading.Event()
 
@@ -256,7 +264,8 @@ class Records(Case):
         with karst.records(damaged, on_skipped=lambda offset, raw, reason: pieces.append((offset, raw))) as reader:
             pieces.extend((found.offset, found.raw) for found in reader)
             self.assertEqual(reader.position, reader.size)
-        self.assertEqual(b"".join(raw for _, raw in sorted(pieces)).replace(b"\n", b""), damaged.read_bytes().replace(b"\n", b""))
+        whole = b"".join(raw for _, raw in sorted(pieces))
+        self.assertEqual(whole.replace(b"\n", b""), damaged.read_bytes().replace(b"\n", b""))
 
     def test_fields(self) -> None:
         first = next(karst.records("books.iso"))
@@ -288,7 +297,7 @@ class Module(Case):
         environment = os.environ | {"KARST_LIBRARY": "/nowhere/libkarst.so"}
         done = subprocess.run([sys.executable, "-c", "import karst"], env=environment, capture_output=True, text=True)
         self.assertEqual(done.returncode, 1)
-        self.assertRegex(done.stderr, "ImportError: cannot load /nowhere/libkarst.so .*KARST_LIBRARY")
+        self.assertRegex(done.stderr, "ImportError: cannot use /nowhere/libkarst.so .*KARST_LIBRARY")
 
     def test_examples_of_the_readme(self) -> None:
         page = pathlib.Path("README.md").read_text(encoding="utf-8")

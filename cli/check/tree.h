@@ -36,7 +36,8 @@ class BlockTree {
   size_t Head() const { return 0; }
   size_t Tail() const { return tail_; }
   size_t Chains() const { return chain_count_; }
-  bool OldStyle() const { return record_count_ == 0; }
+  // Without a Record block; a stop between blocks keeps the engine from finding that out.
+  bool OldStyle() const { return record_count_ == 0 && !stopped_; }
   // A stop between blocks has a value that only running code can tell.
   bool StopHasCode() const { return stop_has_code_; }
   // The engine would refuse to build the tree.

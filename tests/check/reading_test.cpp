@@ -1,9 +1,11 @@
-// The checker's tokens are the engine's, over every source of the case files.
+// The checker's tokens and blocks are the engine's, over every source of the case files.
 #include <gtest/gtest.h>
 
 #include <vector>
 
 #include "check/lexer.h"
+#include "check/tree.h"
+#include "marc/marctree.h"
 #include "script/code.h"
 #include "support/case_file.h"
 #include "support/places.h"
@@ -80,6 +82,56 @@ TEST(CheckLexer, ReadsTheTokensThatTheEngineReads) {
     ++compared;
   }
   EXPECT_GT(compared, 400u);
+}
+
+// A line for each block: its depth, its type, and as much of its name as the engine keeps.
+std::string LineOfBlock(size_t depth, int type, std::string_view name) {
+  return std::string(depth * 2, ' ') + std::to_string(type) + " [" + std::string(name) + "]\n";
+}
+
+std::string EngineTree(const CCell* cell, size_t depth) {
+  std::string lines;
+  for (; cell; cell = cell->pNext) {
+    const bool named = cell->nType >= kCellField && cell->nType <= kCellChain;
+    lines += LineOfBlock(depth, cell->nType, named ? cell->szName : "");
+    if (cell->nType != kCellChain) lines += EngineTree(cell->pFirstChild, depth + 1);
+  }
+  return lines;
+}
+
+std::string CheckerTree(const BlockTree& tree, size_t block, size_t depth) {
+  std::string lines;
+  for (; block != kNoCell; block = tree.At(block).next) {
+    const size_t kept = tree.IsType(block, kCellField) ? 4 : tree.IsType(block, kCellSubField) ? 3 : 5;
+    lines += LineOfBlock(depth, tree.At(block).type, tree.At(block).name.substr(0, kept));
+    lines += CheckerTree(tree, tree.At(block).first, depth + 1);
+  }
+  return lines;
+}
+
+TEST(CheckTree, HasTheBlocksThatTheEngineBuilds) {
+  const TempFolder folder;
+  size_t compared = 0;
+  for (const Case& test_case : ReadAllCases(SourcePath("tests/cases"))) {
+    if (!test_case.filter) continue;
+    SCOPED_TRACE(test_case.place);
+    const std::string bytes = InputBytes(*test_case.filter);
+    Findings findings;
+    const TokenList list(SourceText{bytes, Charset::kGbk, false}, findings);
+    const BlockTree tree(list, findings);
+    CMARCTree engine;
+    try {
+      engine.nCodeLen = engine.ChangeCode(bytes.data(), static_cast<int>(bytes.size()), &engine.lpCodeBuffer);
+      engine.BuildMARCTree();
+    } catch (const CError&) {
+      continue;  // what is refused is looked at in other tests
+    }
+    EXPECT_EQ(CheckerTree(tree, tree.Head(), 0), EngineTree(engine.m_pheadcell, 0));
+    EXPECT_EQ(tree.OldStyle(), engine.m_bOldStyle == 1);
+    EXPECT_FALSE(tree.Refused());
+    ++compared;
+  }
+  EXPECT_GT(compared, 50u);
 }
 
 }  // namespace

@@ -299,13 +299,13 @@ class TokenList::Scanner {
   bool Character() {
     if (ByteAt(at_ + 2) == '\'') return AddHere(CHARCONST, 0, at_ + 3);
     if (ByteAt(at_ + 3) == '\'' && ByteAt(at_ + 2) != 0) return AddHere(CHARCONST, 0, at_ + 4);
-    // Up to the quote that was meant to close it, if that is near.
+    // Up to the quote that was meant to close it, if that is near: a text in the wrong quotes.
     const std::string_view near = code_.substr(at_, 12);
     const size_t quote = near.find_first_of("'\r", 1);
     const bool closed = quote != std::string_view::npos && near[quote] == '\'';
     const size_t length = closed ? quote + 1 : 1;
     findings_.Add(Rule::kBadCharacter, list_.OriginOf(at_), {near.substr(0, length)});
-    return AddHere(CHARCONST, 0, at_ + length);
+    return AddHere(closed ? STRING : CHARCONST, 0, at_ + length);
   }
 
   // Told once, and then taken for what it was meant to be.

@@ -74,6 +74,7 @@ enum class Rule : uint8_t {
   kLogicOperator,
   kDivisionByZero,
   kDropped,
+  kLiteralAlone,
   kWordWithoutEffect,
   // Calls.
   kUnknownFunction,

@@ -78,7 +78,9 @@ void Statements::BeginsWithName(const Token& name) {
 
 void Statements::Assignment(const Token& name) {
   Type value = Type::kText;
-  if (reader_.Read().cls != STRING) {
+  if (reader_.Read().cls == STRING) {
+    behind_literal_ = reader_.Position();
+  } else {
     reader_.GiveBack();
     value = reader_.Expression();
   }
@@ -168,6 +170,9 @@ void Statements::Declare(const Token& name, Type type) {
 void Statements::Dropped(const Token& token) {
   if (told_dropped_ == token.line) return;
   told_dropped_ = token.line;
+  if (token.Is('+') && reader_.IndexOf(token) == behind_literal_) {
+    return reader_.Report(Rule::kLiteralAlone, token, {token.text});
+  }
   reader_.Report(Rule::kDropped, token, {token.cls == STRING ? std::string_view("\"...\"") : token.text});
 }
 

@@ -93,6 +93,7 @@ class Statements {
   uint32_t then_line_ = 0;   // the line of the brace that closed it
   bool lost_order_ = false;  // scopes may be open or closed in another way than the text shows
   std::optional<uint32_t> told_dropped_;
+  size_t behind_literal_ = 0;  // the token behind a literal that was the whole of a value
   std::unordered_set<std::string> labels_seen_;
 };
 

@@ -31,6 +31,7 @@ std::string ReplaceFile(const std::string& path, std::string_view bytes) {
   const std::unique_ptr<char, FreeText> real(realpath(path.c_str(), nullptr));
   struct stat old;
   if (!real || stat(real.get(), &old) != 0) return std::strerror(errno);
+  if (!S_ISREG(old.st_mode)) return "it is no regular file";
   std::string fresh = std::string(real.get()) + ".XXXXXX";
   const int file = mkstemp(fresh.data());
   if (file < 0) return std::strerror(errno);

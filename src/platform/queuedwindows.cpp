@@ -91,10 +91,11 @@ HWND QueuedWindows::CreateWindow(const WindowPlan& plan) {
 void QueuedWindows::ShowWindow(HWND window, int how) {
   WindowState* state = Find(window);
   if (!state) return;
-  const bool appears = how != 0 && !std::exchange(state->visible, how != 0);
-  Tell(*state);
+  const bool was_visible = std::exchange(state->visible, how != 0);
   // A frame that appears is told its size and becomes the active one.
-  if (!appears || state->parent) return;
+  const bool appears = state->visible && !was_visible && !state->parent;
+  Tell(*state);
+  if (!appears) return;
   SendSize(window);
   SetFocus(window);
 }

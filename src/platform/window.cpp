@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "platform/charset.h"
 
@@ -19,38 +20,35 @@ class WindowTable {
   HWND Add(std::unique_ptr<Window> window, HWND parent, int id) {
     std::lock_guard lock(mutex_);
     const HWND handle = reinterpret_cast<HWND>(++last_handle_);
-    windows_.emplace(handle, Entry{std::move(window), parent, id, false});
+    windows_[handle] = Entry{std::move(window), parent, id, {}, false};
+    if (Entry* above = Get(parent)) above->children.push_back(handle);
     return handle;
   }
   std::shared_ptr<Window> Find(HWND handle) {
     std::lock_guard lock(mutex_);
-    const auto found = windows_.find(handle);
-    return found == windows_.end() ? nullptr : found->second.window;
+    const Entry* entry = Get(handle);
+    return entry ? entry->window : nullptr;
   }
   HWND ParentOf(HWND handle) {
     std::lock_guard lock(mutex_);
-    const auto found = windows_.find(handle);
-    return found == windows_.end() ? nullptr : found->second.parent;
-  }
-  // The oldest child of `parent` that `wanted` (its id) holds for.
-  template <typename Wanted>
-  HWND FindChild(HWND parent, Wanted wanted) {
-    std::lock_guard lock(mutex_);
-    HWND oldest = nullptr;
-    for (const auto& [handle, entry] : windows_) {
-      if (entry.parent == parent && wanted(entry) && (!oldest || handle < oldest)) oldest = handle;
-    }
-    return oldest;
+    const Entry* entry = Get(handle);
+    return entry ? entry->parent : nullptr;
   }
   HWND FindChild(HWND parent, int id) {
-    return FindChild(parent, [id](const Entry& entry) { return entry.id == id; });
+    std::lock_guard lock(mutex_);
+    const Entry* above = Get(parent);
+    if (!above) return nullptr;
+    const auto has_id = [&](HWND child) { return windows_[child].id == id; };
+    const auto found = std::find_if(above->children.begin(), above->children.end(), has_id);
+    return found == above->children.end() ? nullptr : *found;
   }
   bool Destroy(HWND handle) {
     const std::shared_ptr<Window> window = BeginDestroying(handle);
     if (!window) return false;
     window->OnDestroy();
-    const auto any = [](const Entry& entry) { return !entry.falls; };
-    while (const HWND child = FindChild(handle, any)) Destroy(child);
+    while (const HWND child = FirstChild(handle)) {
+      if (!Destroy(child)) Detach(child);
+    }
     Remove(handle);
     return true;
   }
@@ -58,21 +56,44 @@ class WindowTable {
  private:
   struct Entry {
     std::shared_ptr<Window> window;
-    HWND parent;
-    int id;
-    bool falls;  // is being destroyed
+    HWND parent = nullptr;
+    int id = 0;
+    std::vector<HWND> children;
+    bool falls = false;  // is being destroyed
   };
+
+  // To be called under the lock.
+  Entry* Get(HWND handle) {
+    const auto found = windows_.find(handle);
+    return found == windows_.end() ? nullptr : &found->second;
+  }
+  void LeaveParent(HWND handle) {
+    const Entry* entry = Get(handle);
+    Entry* above = entry ? Get(entry->parent) : nullptr;
+    if (above) std::erase(above->children, handle);
+  }
 
   std::shared_ptr<Window> BeginDestroying(HWND handle) {
     std::lock_guard lock(mutex_);
-    const auto found = windows_.find(handle);
-    if (found == windows_.end() || found->second.falls) return nullptr;
-    found->second.falls = true;
-    return found->second.window;
+    Entry* entry = Get(handle);
+    if (!entry || entry->falls) return nullptr;
+    entry->falls = true;
+    return entry->window;
   }
-  // The window itself falls outside the lock: its destructor may use the table.
+  HWND FirstChild(HWND handle) {
+    std::lock_guard lock(mutex_);
+    const Entry* entry = Get(handle);
+    return entry && !entry->children.empty() ? entry->children.front() : nullptr;
+  }
+  // A child whose own destruction is under way, further up in the calls, is left to that.
+  void Detach(HWND handle) {
+    std::lock_guard lock(mutex_);
+    LeaveParent(handle);
+  }
+  // The caller holds the window: it falls outside the lock, since its destructor may use the table.
   void Remove(HWND handle) {
     std::lock_guard lock(mutex_);
+    LeaveParent(handle);
     windows_.erase(handle);
   }
 
@@ -124,7 +145,7 @@ bool DestroyWindow(HWND handle) { return Table().Destroy(handle); }
 
 HWND GetParent(HWND handle) { return Table().ParentOf(handle); }
 
-HWND GetChild(HWND parent, int id) { return parent ? Table().FindChild(parent, id) : nullptr; }
+HWND GetChild(HWND parent, int id) { return Table().FindChild(parent, id); }
 
 MessageLong SendMessage(HWND handle, unsigned message, MessageWord w, MessageLong l) {
   const std::shared_ptr<Window> window = Table().Find(handle);

@@ -1,0 +1,32 @@
+// What a file of records can be: its format, its charset, the kind of record in it; and the names of these.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+namespace karst::cli {
+
+enum class RecordFormat { kAuto, kIso2709, kInternal, kMarcXml, kLines };
+enum class RecordCharset { kAuto, kGbk, kUtf8 };
+// Where a record says in which charset it is: nowhere, in byte 9 of the leader, in 100 $a.
+enum class Flavour { kAuto, kNone, kMarc21, kUnimarc };
+
+// "auto", "iso2709", "internal", "marcxml", "lines".
+std::string_view NameOf(RecordFormat format);
+// "auto", "gbk", "utf-8".
+std::string_view NameOf(RecordCharset charset);
+std::string_view NameOf(Flavour flavour);
+// The ways back, in any case of letters; nothing for another name.
+std::optional<RecordFormat> FormatByName(std::string_view name);
+std::optional<RecordCharset> CharsetByName(std::string_view name);
+std::optional<Flavour> FlavourByName(std::string_view name);
+
+// The format that the end of a file name stands for, ".gz" behind it or not; kAuto if it stands for none.
+RecordFormat FormatOfFileName(std::string_view name);
+bool EndsInGz(std::string_view name);
+
+// The format that the first bytes of a file (not compressed) speak for. kIso2709 stands for the internal form too: the
+// reader tells these apart record by record. kAuto if there is nothing but white space.
+RecordFormat FormatOfContent(std::string_view head);
+
+}  // namespace karst::cli

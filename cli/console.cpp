@@ -17,6 +17,8 @@ constexpr FileHandle kStdOutHandle = 1;  // any handle but -1 tells the engine t
 // The stream's callback carries no pointer, so it finds the console here.
 Console* the_console = nullptr;
 
+thread_local OutputLog* diverted = nullptr;
+
 // A reader at a terminal sees each text at once; a file or a pipe gets blocks.
 Writer::Buffering BufferingOf(int file) { return isatty(file) ? Writer::Buffering::kNone : Writer::Buffering::kBlocks; }
 
@@ -35,8 +37,7 @@ Console::Console(const Options& options)
                                                 &messages_line_, RequestStop);
     messages_ = messages_writer_.get();
   }
-  control_ =
-      AddWindow(std::make_unique<ForwardingTextControl>([this](std::string_view text) { messages_->WriteGbk(text); }));
+  control_ = AddWindow(std::make_unique<ForwardingTextControl>([this](std::string_view text) { WriteControl(text); }));
   SetMessageBoxHandler([this](HWND, const char* text, const char*, unsigned) { return AnswerBox(text); });
   the_console = this;
 }
@@ -47,8 +48,37 @@ Console::~Console() {
   DestroyWindow(control_);
 }
 
+void Console::Divert(OutputLog* log) { diverted = log; }
+
+OutputLog* Console::Diverted() { return diverted; }
+
+void Console::Replay(const OutputLog& log, const std::function<void(const NamedText&)>& deliver) {
+  log.ForEach([&](const OutputLog::Entry& entry) { BringOut(entry, deliver); });
+}
+
+void Console::BringOut(const OutputLog::Entry& entry, const std::function<void(const NamedText&)>& deliver) {
+  switch (entry.kind) {
+    case OutputLog::Kind::kControl: messages_->WriteGbk(entry.bytes); break;
+    case OutputLog::Kind::kStdOut: output_.WriteGbk(entry.bytes); break;
+    case OutputLog::Kind::kNamed: deliver({entry.name, entry.bytes, false}); break;
+    case OutputLog::Kind::kNamedConverted: deliver({entry.name, entry.bytes, true}); break;
+    case OutputLog::Kind::kShown: Show(entry.bytes); break;
+    case OutputLog::Kind::kNotice: SayOnce(entry.name, entry.bytes); break;
+    case OutputLog::Kind::kBox: AnswerBox(entry.bytes); break;
+  }
+}
+
+void Console::WriteControl(std::string_view text) {
+  if (diverted) return diverted->Add(OutputLog::Kind::kControl, text);
+  messages_->WriteGbk(text);
+}
+
 int Console::AnswerBox(std::string_view text) {
   constexpr int kOk = 1;
+  if (diverted) {
+    diverted->Add(OutputLog::Kind::kBox, text);
+    return kOk;
+  }
   Show(Displayed(text) + "\n");
   if (!error_is_terminal_ || !isatty(STDIN_FILENO)) return kOk;
   Show("[Enter] ");
@@ -70,8 +100,13 @@ void Console::Connect(CFuncArray& engine) {
 }
 
 int32_t Console::WriteStdOut(FileHandle, const char* bytes, int32_t count, uint32_t) {
+  const std::string_view text(bytes, static_cast<size_t>(count));
+  if (diverted) {
+    diverted->Add(OutputLog::Kind::kStdOut, text);
+    return count;
+  }
   Writer& output = the_console->output_;
-  output.WriteGbk({bytes, static_cast<size_t>(count)});
+  output.WriteGbk(text);
   return output.Failure() == 0 ? count : -1;
 }
 
@@ -86,7 +121,13 @@ void Console::Say(std::string_view text) {
   Show(line);
 }
 
+void Console::SayOnce(std::string_view key, std::string_view text) {
+  if (diverted) return diverted->Add(OutputLog::Kind::kNotice, text, key);
+  if (said_once_.emplace(key).second) Say(text);
+}
+
 void Console::Show(std::string_view lines) {
+  if (diverted) return diverted->Add(OutputLog::Kind::kShown, lines);
   output_.Flush();
   messages_->Flush();
   error_.StartLine();

@@ -1,19 +1,23 @@
 // Where everything goes that a run says: standard output, standard error, and the output control among them.
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 
 #include "builtins/funcarray.h"
+#include "jobs/output_log.h"
 #include "options.h"
 #include "output_file.h"
 #include "writer.h"
 
 namespace karst::cli {
 
-// One for the whole process. Texts that reach the output control and the stream "stdout" come out in the order in
-// which they were written, and nothing else reaches standard output.
+// One for the whole process, and for one thread, but for the threads whose output is diverted. Texts that reach the
+// output control and the stream "stdout" come out in the order in which they were written, and nothing else reaches
+// standard output.
 class Console {
  public:
   // HostError if the file for messages cannot be made.
@@ -29,11 +33,20 @@ class Console {
   void Say(std::string_view text);
   // Lines as they are. Everything written so far comes out ahead of them.
   void Show(std::string_view lines);
+  // A line of the program's own that comes once for each `key`.
+  void SayOnce(std::string_view key, std::string_view text);
   // A text in GBK, as standard error wants it.
   std::string Displayed(std::string_view gbk) const;
   // Text that stays until something else is written; a line of its own where standard error is no terminal.
   void ShowProgress(const std::string& text);
   void WipeProgress();
+
+  // From here on all that this thread brings to the console goes to `log` (null: out again), as if it had come out: a
+  // message box is answered at once. The log outlives the diversion.
+  static void Divert(OutputLog* log);
+  static OutputLog* Diverted();
+  // Brings out what a log holds; texts for files go to `deliver`.
+  void Replay(const OutputLog& log, const std::function<void(const NamedText&)>& deliver);
 
   bool ErrorIsTerminal() const { return error_is_terminal_; }
   Encoding TextEncoding() const { return encoding_; }
@@ -42,6 +55,8 @@ class Console {
   bool Finish();
 
  private:
+  void BringOut(const OutputLog::Entry& entry, const std::function<void(const NamedText&)>& deliver);
+  void WriteControl(std::string_view text);
   static int32_t WriteStdOut(FileHandle handle, const char* bytes, int32_t count, uint32_t param);
   // Shows a text, and waits for Enter where there is somebody to press it. Gives the answer of an OK button.
   int AnswerBox(std::string_view text);
@@ -62,6 +77,16 @@ class Console {
   std::unique_ptr<Writer> messages_writer_;
   Writer* messages_ = nullptr;
   HWND control_ = nullptr;
+  std::set<std::string, std::less<>> said_once_;
+};
+
+// A diversion of this thread's output for as long as the object lives.
+class Diversion {
+ public:
+  explicit Diversion(OutputLog& log) { Console::Divert(&log); }
+  Diversion(const Diversion&) = delete;
+  Diversion& operator=(const Diversion&) = delete;
+  ~Diversion() { Console::Divert(nullptr); }
 };
 
 }  // namespace karst::cli

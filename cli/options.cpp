@@ -4,7 +4,10 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <algorithm>
+#include <charconv>
 #include <cstdio>
+#include <thread>
 
 #include "exit_status.h"
 
@@ -45,6 +48,7 @@ struct RawOptions {
   Options options;
   std::string encoding;
   std::string progress = "auto";
+  std::string jobs = "1";
 };
 
 void AddCommonOptions(CLI::App& app, RawOptions& raw) {
@@ -81,6 +85,27 @@ void AddRun(CLI::App& app, RawOptions& raw) {
   run->callback([&raw] { raw.options.verb = Verb::kRun; });
 }
 
+// LIMIT: so many threads at most.
+constexpr unsigned kMostJobs = 64;
+
+// 0 if the text is no number of threads.
+int JobsOf(const std::string& text) {
+  if (text == "auto") return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, kMostJobs));
+  unsigned jobs = 0;
+  const auto [end, fault] = std::from_chars(text.data(), text.data() + text.size(), jobs);
+  const bool good = fault == std::errc() && end == text.data() + text.size() && jobs <= kMostJobs;
+  return good ? static_cast<int>(jobs) : 0;
+}
+
+void AddJobs(CLI::App& filter, RawOptions& raw) {
+  const auto fault = [](const std::string& text) {
+    return JobsOf(text) > 0 ? "" : text + " is no number from 1 to " + std::to_string(kMostJobs);
+  };
+  filter.add_option("-j,--jobs", raw.jobs, "Run the records, which the filter must not tie together, on N threads")
+      ->check(CLI::Validator(fault, ""))
+      ->option_text("N|auto");
+}
+
 void AddFilter(CLI::App& app, RawOptions& raw) {
   CLI::App* filter = app.add_subcommand("filter", "Run a filter over files of records");
   filter->add_option("FILTER", raw.options.program, "The filter (.flt)")->required()->option_text(" ");
@@ -94,6 +119,7 @@ void AddFilter(CLI::App& app, RawOptions& raw) {
       ->option_text("always|never|auto");
   filter->add_option("--rejects", raw.options.rejects, "Keep the raw bytes of what is no record in FILE")
       ->option_text("FILE");
+  AddJobs(*filter, raw);
   filter->add_flag("-q,--quiet", raw.options.quiet, "No summary and no progress");
   filter->footer(kFilterExample);
   filter->callback([&raw] { raw.options.verb = Verb::kFilter; });
@@ -126,6 +152,7 @@ void AddCheck(CLI::App& app, RawOptions& raw) {
 Options Finished(RawOptions& raw) {
   Options options = std::move(raw.options);
   options.encoding = raw.encoding.empty() ? LocaleEncoding() : EncodingByName(raw.encoding);
+  options.jobs = JobsOf(raw.jobs);
   if (raw.progress == "always") options.progress = ProgressMode::kAlways;
   if (raw.progress == "never" || options.quiet) options.progress = ProgressMode::kNever;
   return options;

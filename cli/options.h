@@ -18,6 +18,7 @@ struct Options {
   Encoding encoding = Encoding::kUtf8;  // of standard output, standard error and the names below
   std::string messages = "stdout";      // "stdout", "stderr" or a file name: where the output control goes
   ProgressMode progress = ProgressMode::kAuto;
+  int jobs = 1;                        // engines that share the records
   bool quiet = false;                  // no summary, no progress
   std::string rejects;                 // file for the passed-over bytes; empty: none
   std::string program;                 // the script or filter

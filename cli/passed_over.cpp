@@ -25,11 +25,6 @@ PassedOver::PassedOver(Console& console, const Options& options)
                                       &rejects_line_, RequestStop);
 }
 
-void PassedOver::Listen(CMARCTree& tree) {
-  stretches_.clear();
-  tree.OnSkippedRecord([this](const SkippedRecord& skipped) { Take(skipped); });
-}
-
 void PassedOver::Take(const SkippedRecord& skipped) {
   if (rejects_) rejects_->WriteRaw(skipped.bytes);
   // A long stretch comes in pieces, each right behind the other.
@@ -47,18 +42,16 @@ std::string PassedOver::CountsText(uint64_t records, uint64_t stretches, uint64_
   return text;
 }
 
-void PassedOver::Summarize(const CMARCTree& tree, const std::string& name) {
-  const CMARCFile* file = tree.RecordFile();
-  if (!file) return;
+void PassedOver::Summarize(const ReadState& reached, uint64_t size, const std::string& name) {
   ++files_;
-  total_records_ += file->RecordCount();
-  total_stretches_ += file->SkippedCount();
-  total_bytes_ += file->SkippedBytes();
+  total_records_ += reached.records;
+  total_stretches_ += reached.passed_over;
+  total_bytes_ += reached.passed_bytes;
   if (quiet_) return;
-  std::string text = name + ": " + CountsText(file->RecordCount(), file->SkippedCount(), file->SkippedBytes());
-  if (file->RepairedCount() > 0) text += ", " + std::to_string(file->RepairedCount()) + " repaired";
-  if (file->BytePosition() < file->ByteSize()) {
-    text += "; read up to byte " + std::to_string(file->BytePosition()) + " of " + std::to_string(file->ByteSize());
+  std::string text = name + ": " + CountsText(reached.records, reached.passed_over, reached.passed_bytes);
+  if (reached.repaired > 0) text += ", " + std::to_string(reached.repaired) + " repaired";
+  if (reached.position < size) {
+    text += "; read up to byte " + std::to_string(reached.position) + " of " + std::to_string(size);
   }
   console_.Say(text);
   std::string places;
@@ -66,8 +59,8 @@ void PassedOver::Summarize(const CMARCTree& tree, const std::string& name) {
     places += "  at byte " + std::to_string(stretch.offset) + ", " + Counted(stretch.size, "byte") + ": " +
               console_.Displayed(stretch.reason) + "\n";
   }
-  if (file->SkippedCount() > stretches_.size()) {
-    places += "  and " + std::to_string(file->SkippedCount() - stretches_.size()) + " more\n";
+  if (reached.passed_over > stretches_.size()) {
+    places += "  and " + std::to_string(reached.passed_over - stretches_.size()) + " more\n";
   }
   if (!places.empty()) console_.Show(places);
 }

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "console.h"
-#include "marc/marctree.h"
+#include "filter/record_source.h"
 #include "output_file.h"
 
 namespace karst::cli {
@@ -17,10 +17,13 @@ class PassedOver {
  public:
   PassedOver(Console& console, const Options& options);
 
-  // Listens to one run.
-  void Listen(CMARCTree& tree);
-  // After a run: a line with the counts, and the first places that were passed over.
-  void Summarize(const CMARCTree& tree, const std::string& name);
+  // Ahead of each run.
+  void BeginRun() { stretches_.clear(); }
+  // A stretch, in the order of reading.
+  void Take(const SkippedRecord& skipped);
+  // After a run over a file of `size` bytes (0: not known): a line with the counts, and the first places that were
+  // passed over.
+  void Summarize(const ReadState& reached, uint64_t size, const std::string& name);
   // After all runs: the sums, if there was more than one run.
   void SummarizeAll();
   // False, with a message, if a reject was lost.
@@ -33,7 +36,6 @@ class PassedOver {
     std::string reason;
   };
 
-  void Take(const SkippedRecord& skipped);
   std::string CountsText(uint64_t records, uint64_t stretches, uint64_t bytes) const;
 
   Console& console_;

@@ -38,31 +38,19 @@ std::string ProgressText(uint64_t position, uint64_t size, uint64_t records, dou
   return text + ("  " + MinutesAndSeconds(seconds * (1 - share) / share) + " left");
 }
 
-Progress::Progress(Console& console, ProgressMode mode, CMARCTree& tree, std::string label)
-    : console_(console), tree_(tree), label_(std::move(label)), always_(mode == ProgressMode::kAlways) {
-  if (mode == ProgressMode::kNever || (!always_ && !console.ErrorIsTerminal())) return;
-  next_ = start_ + (always_ ? Clock::duration::zero() : kFirstAfter);
-  tree_.m_pfnProgress = OnRecord;
-  tree_.m_pProgressArg = this;
+Progress::Progress(Console& console, ProgressMode mode, std::string label)
+    : console_(console), label_(std::move(label)), wanted_(mode != ProgressMode::kNever) {
+  const bool always = mode == ProgressMode::kAlways;
+  if (!always && !console.ErrorIsTerminal()) wanted_ = false;
+  next_ = start_ + (always ? Clock::duration::zero() : kFirstAfter);
 }
 
-Progress::~Progress() {
-  tree_.m_pfnProgress = nullptr;
-  console_.WipeProgress();
-}
+Progress::~Progress() { console_.WipeProgress(); }
 
-int Progress::OnRecord(void* self) {
-  static_cast<Progress*>(self)->Update();
-  return 0;
-}
-
-void Progress::Update() {
-  const auto now = Clock::now();
-  const CMARCFile* file = tree_.RecordFile();
-  if (now < next_ || !file) return;
+void Progress::Show(const ReadState& reached, uint64_t size, Clock::time_point now) {
   next_ = now + (console_.ErrorIsTerminal() ? Clock::duration(kTerminalPause) : Clock::duration(kLinePause));
   const double seconds = std::chrono::duration<double>(now - start_).count();
-  console_.ShowProgress(label_ + ProgressText(file->BytePosition(), file->ByteSize(), file->RecordCount(), seconds));
+  console_.ShowProgress(label_ + ProgressText(reached.position, size, reached.records, seconds));
 }
 
 }  // namespace karst::cli

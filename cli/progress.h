@@ -5,28 +5,41 @@
 #include <string>
 
 #include "console.h"
-#include "marc/marctree.h"
+#include "filter/record_source.h"
 
 namespace karst::cli {
 
 class Progress {
  public:
-  // Hooks itself to the tree; the tree must not run once the object is gone. `label` goes ahead of each text.
-  Progress(Console& console, ProgressMode mode, CMARCTree& tree, std::string label);
+  // `label` goes ahead of each text.
+  Progress(Console& console, ProgressMode mode, std::string label);
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
   ~Progress();
 
+  // Shows where the reading of `records` stands, if it is time for that. To be called at every record; costs a look at
+  // the clock, or nothing where no progress is wanted.
+  void Update(const RecordSource& records) {
+    if (wanted_) ShowIfDue([&] { return records.State(); }, records.ByteSize());
+  }
+  // The same with a state that was kept.
+  void Update(const ReadState& reached, uint64_t size) {
+    if (wanted_) ShowIfDue([&] { return reached; }, size);
+  }
+
  private:
   using Clock = std::chrono::steady_clock;
 
-  static int OnRecord(void* self);
-  void Update();
+  template <typename State>
+  void ShowIfDue(const State& state, uint64_t size) {
+    const auto now = Clock::now();
+    if (now >= next_) Show(state(), size, now);
+  }
+  void Show(const ReadState& reached, uint64_t size, Clock::time_point now);
 
   Console& console_;
-  CMARCTree& tree_;
   std::string label_;
-  bool always_ = false;
+  bool wanted_;
   Clock::time_point start_ = Clock::now();
   Clock::time_point next_;
 };

@@ -24,6 +24,7 @@ RecordDatabase::RecordDatabase(const std::string& name, const std::string& file,
 }
 
 bool RecordDatabase::Find(const RecordQuery& query, std::vector<char>& record, Console& console) {
+  const std::lock_guard lock(mutex_);
   if (!records_ && !Load(console)) return false;
   const KeyIndex* index = IndexOf(query.place);
   const uint32_t number = index ? index->Find(query.text) : KeyIndex::kNone;
@@ -90,22 +91,32 @@ int32_t RecordDatabases::Fetch(const char* name, const char* query, std::vector<
 
 int32_t RecordDatabases::FetchOne(std::string_view name, std::string_view query, std::vector<char>& record) {
   const auto database = databases_.find(name);
-  if (database == databases_.end()) return Refuse(told_unknown_, name, "unknown (no --database has this name)");
+  if (database == databases_.end()) return Refuse("unknown", name, "unknown (no --database has this name)");
   // Not tried again: the next look-up would read the whole file only to fail once more.
-  if (told_failed_.contains(name)) return -1;
+  if (const std::string failure = FailureOf(name); !failure.empty()) return Refuse("failed", name, failure);
   const auto read = ReadQuery(query);
-  if (!read)
-    return Refuse(told_unreadable_, name, "\"" + console_->Displayed(query) + "\" is no TAG=text or TAG$code=text");
+  if (!read) {
+    return Refuse("unreadable", name, "\"" + console_->Displayed(query) + "\" is no TAG=text or TAG$code=text");
+  }
   // The engine is told by the result alone: nothing is thrown through it.
   try {
     return database->second->Find(*read, record, *console_) ? 0 : -1;
   } catch (const std::exception& error) {
-    return Refuse(told_failed_, name, error.what());
+    const std::lock_guard lock(failed_mutex_);
+    failed_.emplace(name, error.what());
+    return Refuse("failed", name, error.what());
   }
 }
 
-int32_t RecordDatabases::Refuse(ToldNames& told, std::string_view name, const std::string& fault) {
-  if (told.emplace(name).second) console_->Say("database " + console_->Displayed(name) + ": " + fault);
+std::string RecordDatabases::FailureOf(std::string_view name) {
+  const std::lock_guard lock(failed_mutex_);
+  const auto failed = failed_.find(name);
+  return failed == failed_.end() ? "" : failed->second;
+}
+
+int32_t RecordDatabases::Refuse(std::string_view kind, std::string_view name, const std::string& fault) {
+  const std::string key = std::string(kind) + " " + std::string(name);
+  console_->SayOnce(key, "database " + console_->Displayed(name) + ": " + fault);
   return -1;
 }
 

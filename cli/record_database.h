@@ -3,8 +3,8 @@
 
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,7 +20,7 @@ namespace karst::cli {
 
 // One file. It is read at the first look-up, once, so that it may be a pipe; and what a script does to it later does
 // not change the answers. For each tag or subfield asked for, the records are indexed once; a look-up after that costs
-// the same in a file of any size. Stretches that are no record are passed over.
+// the same in a file of any size. Stretches that are no record are passed over. Any thread may look up.
 class RecordDatabase {
  public:
   // HostError if the file cannot be read.
@@ -38,6 +38,7 @@ class RecordDatabase {
 
   std::string name_;
   InputFile file_;
+  std::mutex mutex_;                    // for all below
   std::optional<RecordSpool> records_;  // empty until the file was read to its end
   std::map<std::string, KeyIndex, std::less<>> indexes_;
 };
@@ -58,18 +59,17 @@ class RecordDatabases {
   static void Connect(CFuncArray& engine) { engine.GetRcdCallBack = Fetch; }
 
  private:
-  using ToldNames = std::set<std::string, std::less<>>;
-
   static int32_t Fetch(const char* name, const char* query, std::vector<char>* record, uint32_t, CString*);
   int32_t FetchOne(std::string_view name, std::string_view query, std::vector<char>& record);
-  // Says it, once for each name: a script asks in a loop. Gives -1.
-  int32_t Refuse(ToldNames& told, std::string_view name, const std::string& fault);
+  // Says it, once for each name and kind of fault: a script asks in a loop. Gives -1.
+  int32_t Refuse(std::string_view kind, std::string_view name, const std::string& fault);
+  // Why the database could not be read, empty if it could.
+  std::string FailureOf(std::string_view name);
 
   std::map<std::string, std::unique_ptr<RecordDatabase>, std::less<>> databases_;  // by name in GBK
-  ToldNames told_unknown_;
-  ToldNames told_unreadable_;
-  ToldNames told_failed_;
   Console* console_ = nullptr;
+  std::mutex failed_mutex_;
+  std::map<std::string, std::string, std::less<>> failed_;  // why these databases cannot be used
 };
 
 }  // namespace karst::cli

@@ -4,24 +4,28 @@
 // the very moment hides it. So a timer repeats the request until the run has ended.
 #include "stop_request.h"
 
+#include <algorithm>
+#include <array>
+#include <atomic>
 #include <csignal>
 #include <ctime>
-
-#include <atomic>
+#include <stdexcept>
 
 namespace karst::cli {
 namespace {
 
 constexpr long kRepeatNanoseconds = 10'000'000;
 
-std::atomic<CRunable*> running{nullptr};
+std::array<std::atomic<CRunable*>, kMostEngines> running{};
 std::atomic<bool> requested{false};
 std::atomic<int> stop_signal{0};
 timer_t repeat_timer;
 std::atomic<bool> has_timer{false};
 
 void StopRunning() {
-  if (CRunable* engine = running.load()) engine->Stop();
+  for (const auto& place : running) {
+    if (CRunable* engine = place.load()) engine->Stop();
+  }
 }
 
 void SetTimer(long nanoseconds) {
@@ -54,14 +58,17 @@ bool IsIgnored(int signal) {
 
 }  // namespace
 
-StoppableRun::StoppableRun(CRunable& engine) {
-  running.store(&engine);
+StoppableRun::StoppableRun(CRunable& engine) : place_(0) {
+  while (place_ < kMostEngines && running[place_].load()) ++place_;
+  if (place_ == kMostEngines) throw std::length_error("too many engines");
+  running[place_].store(&engine);
   if (requested.load()) RequestStop();
 }
 
 StoppableRun::~StoppableRun() {
-  SetTimer(0);
-  running.store(nullptr);
+  running[place_].store(nullptr);
+  const bool last = std::all_of(running.begin(), running.end(), [](const auto& place) { return !place.load(); });
+  if (last) SetTimer(0);
 }
 
 void InstallSignalHandlers() {

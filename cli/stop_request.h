@@ -5,13 +5,20 @@
 
 namespace karst::cli {
 
-// The engine that a stop reaches, as long as the object lives. One at a time.
+// LIMIT: so many engines can be stopped at a time.
+constexpr int kMostEngines = 72;
+
+// An engine that a stop reaches, as long as the object lives. Objects are made and destroyed on the thread that gets
+// the signals: a handler may look at the engine at any moment.
 class StoppableRun {
  public:
   explicit StoppableRun(CRunable& engine);
   StoppableRun(const StoppableRun&) = delete;
   StoppableRun& operator=(const StoppableRun&) = delete;
   ~StoppableRun();
+
+ private:
+  int place_;
 };
 
 // From here on SIGINT, SIGTERM and SIGHUP ask the engine to stop; the second signal of a kind ends the process at

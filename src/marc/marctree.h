@@ -103,6 +103,12 @@ class KARST_API CMARCTree : public CScript {
   int RunMARCTree(CMARCStream* stream);
   int RunWholeTreeOldStyle(const char* lpszMARCFile);
   int RunMARCTreeOldStyle(CMARCStream* stream);
+  // RunMARCTree in steps, for a host that deals the records out to several objects: RunUntilRecords starts a run and goes
+  // through the top-level cells ahead of the first Record cell, which it gives; null if there is none, or after a stop
+  // request. Then RunRecord, in this object or in others; then RunBehindRecords, which ends the run. They are for the
+  // present style alone, with a tree that was built.
+  CCell* RunUntilRecords();
+  void RunBehindRecords();
   // The piece's result; -1 is told on the host's output.
   int RunRootStart(CCell* cell);
   // The piece's result.
@@ -160,6 +166,7 @@ class KARST_API CMARCTree : public CScript {
   bool OpenRecordFile(const char* name);
   void ReportProgress(const CMARCStream* stream);
   int RunTopLevel(CMARCStream* stream);
+  void RunTopLevelCell(CCell* cell);
   bool RunRecordCells(CCell* first, const char* record, int& result);
   bool RunRecordCell(CCell* cell, const char* record, int& result);
   int RunOldStyle(CMARCStream* stream, bool reporting);
@@ -167,6 +174,7 @@ class KARST_API CMARCTree : public CScript {
 
   std::unique_ptr<karst::RecordWalk> walk_;
   uint32_t built_generation_ = 0;  // the code that the tree was built from
+  int variables_before_ = 0;       // the size of the table when the run began
   std::unique_ptr<CMARCFile> record_file_;
   karst::SkippedRecordHandler skipped_handler_;
 };

@@ -149,22 +149,32 @@ int CMARCTree::RunMARCTree(CMARCStream* stream) {
 
 int CMARCTree::RunTopLevel(CMARCStream* stream) {
   const RunInTable run(*this);
-  const int variables_before = static_cast<int>(m_Cells.size());
-  StartRun();
-  bool records_done = false;
-  for (CCell* cell = m_pheadcell; cell && !IsStop(); cell = cell->pNext) {
-    if (cell->nType == karst::kCellStart) {
-      RunRootStart(cell);
-    } else if (cell->nType == karst::kCellFinal) {
-      RunRootFinal(cell);
-    } else if (cell->nType == karst::kCellRecord && !records_done) {
-      records_done = true;
-      RunRecord(cell, stream);
-    }
-  }
-  End();
-  ClearSomeVars(variables_before);
+  if (CCell* const records = RunUntilRecords()) RunRecord(records, stream);
+  RunBehindRecords();
   return 0;
+}
+
+CCell* CMARCTree::RunUntilRecords() {
+  variables_before_ = static_cast<int>(m_Cells.size());
+  StartRun();
+  for (CCell* cell = m_pheadcell; cell && !IsStop(); cell = cell->pNext) {
+    if (cell->nType == karst::kCellRecord) return cell;
+    RunTopLevelCell(cell);
+  }
+  return nullptr;
+}
+
+void CMARCTree::RunBehindRecords() {
+  CCell* cell = m_pheadcell;
+  while (cell && cell->nType != karst::kCellRecord) cell = cell->pNext;
+  for (; cell && !IsStop(); cell = cell->pNext) RunTopLevelCell(cell);
+  End();
+  ClearSomeVars(variables_before_);
+}
+
+void CMARCTree::RunTopLevelCell(CCell* cell) {
+  if (cell->nType == karst::kCellStart) RunRootStart(cell);
+  if (cell->nType == karst::kCellFinal) RunRootFinal(cell);
 }
 
 int CMARCTree::RunRootStart(CCell* cell) {

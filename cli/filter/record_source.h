@@ -1,0 +1,39 @@
+// The records of one file as a run reads them, and how far the reading has come.
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "input_file.h"
+#include "outside/cartulary.h"
+
+namespace karst::cli {
+
+// Where a reading stands.
+struct ReadState {
+  uint64_t records = 0;       // given
+  uint64_t passed_over = 0;   // stretches
+  uint64_t passed_bytes = 0;  // bytes in these
+  uint64_t repaired = 0;      // records given after a repair
+  uint64_t position = 0;      // bytes of the file
+};
+
+class RecordSource : public CMARCStream {
+ public:
+  // `hook` is called ahead of each record.
+  void AheadOfEach(std::function<void()> hook) { hook_ = std::move(hook); }
+  void OnSkippedRecord(SkippedRecordHandler handler) { file_.OnSkippedRecord(std::move(handler)); }
+  ReadState State() const;
+  uint64_t ByteSize() const { return file_.ByteSize(); }  // 0 where the source has no size
+
+  int Open(const CString& name) override;
+  int Close() override { return file_.Close(); }
+  int NextRecord(CString& record) override;
+  const char* GetCurRec() override { return file_.GetCurRec(); }
+
+ private:
+  CMARCFile file_;
+  std::function<void()> hook_;
+};
+
+}  // namespace karst::cli

@@ -1,0 +1,209 @@
+// The verbs "filter" and "tree": a filter is loaded and its tree built; then it runs over record files, or is shown.
+// The steps and the messages on the output control are those of the library's own entry point.
+#include "error_display.h"
+#include "exit_status.h"
+#include "filter/named_files.h"
+#include "filter/record_source.h"
+#include "input_file.h"
+#include "jobs/shared_run.h"
+#include "passed_over.h"
+#include "progress.h"
+#include "record_database.h"
+#include "standard_input.h"
+#include "stop_request.h"
+#include "verbs.h"
+
+namespace karst::cli {
+namespace {
+
+// Runs `body`, which gives a result, and reports what it throws. A failed run is -1.
+template <class Body>
+int Guarded(Console& console, CMARCTree& tree, const InputFile& filter, const Body& body) {
+  try {
+    return body();
+  } catch (const HostError&) {
+    throw;
+  } catch (const CError& error) {
+    return ReportScriptError(console, tree, filter, error.what());
+  } catch (const char* text) {
+    return ReportScriptError(console, tree, filter, text);
+  } catch (...) {
+    return ReportScriptError(console, tree, filter, ToGbk("未知错误...").c_str());
+  }
+}
+
+// The filter's code and its tree. -1 if there is no tree to run; the reason has been told.
+int LoadTree(Console& console, CMARCTree& tree, const InputFile& filter) {
+  if (tree.ReadCodeFromFile(filter.ForLibrary(), 0) == -1) {
+    tree.eprintf(ToGbk("文件[%s]打开错误").c_str(), filter.ForLibrary());
+    const std::string reason = filter.WhyUnreadable();
+    console.Say("cannot read " + filter.Shown() + (reason.empty() ? "" : ": " + reason));
+    return -1;
+  }
+  if (tree.IsStop()) return 0;
+  const int result = tree.BuildMARCTree();
+  if (result == -1) console.Say(filter.Shown() + ": the filter ended with the result -1 while it was built");
+  return result;
+}
+
+void ExplainUnreadable(Console& console, const InputFile& records) {
+  const std::string reason = records.WhyUnreadable();
+  console.Say("cannot read " + records.Shown() + (reason.empty() ? "" : ": " + reason));
+}
+
+// One filter over one record file.
+class FileRun {
+ public:
+  FileRun(const Options& options, Console& console, const InputFile& filter, PassedOver& passed_over)
+      : options_(options),
+        console_(console),
+        filter_(filter),
+        passed_over_(passed_over),
+        stoppable_(tree_),
+        files_(tree_, console) {
+    tree_.Initial();
+    console.Connect(tree_);
+    RecordDatabases::Connect(tree_);
+  }
+
+  int Run(const InputFile& records) {
+    const int result = Guarded(console_, tree_, filter_, [&] {
+      const int built = LoadTree(console_, tree_, filter_);
+      has_tree_ = built != -1;
+      if (built == -1 || tree_.IsStop()) return built;
+      return RunOver(records);
+    });
+    if (options_.jobs == 1) reached_ = records_.State();
+    if (is_open_) passed_over_.Summarize(reached_, records_.ByteSize(), records.Shown());
+    return result;
+  }
+
+  // False: the filter itself is at fault, and would be for every record file.
+  bool HasTree() const { return has_tree_; }
+  // False if something that goes to files was lost, which was told.
+  bool OutputIsWhole() const { return files_.Whole(); }
+  // After a run by several engines: what records changed that each engine has for itself.
+  const std::vector<std::string>& Changes() const { return changes_; }
+
+ private:
+  int RunOver(const InputFile& records) {
+    is_open_ = records_.Open(records.ForLibrary()) != -1;
+    if (!is_open_) return RefuseRecords(records);
+    passed_over_.BeginRun();
+    Progress progress(console_, options_.progress, options_.records.size() > 1 ? records.Shown() + "  " : "");
+    const int result = options_.jobs > 1 ? RunShared(progress) : RunAlone(progress);
+    if (result == -1) console_.Say(filter_.Shown() + ": the filter ended with the result -1");
+    return result;
+  }
+
+  // An error of the script in the one style of filters and a result in the other; either way no place in the filter is
+  // at fault.
+  int RefuseRecords(const InputFile& records) {
+    if (tree_.m_bOldStyle) {
+      CString text;
+      text.Format(ToGbk("文件'%s'打开失败...").c_str(), records.ForLibrary());
+      WriteErrorMessage(tree_, text);
+    }
+    ExplainUnreadable(console_, records);
+    return -1;
+  }
+
+  int RunAlone(Progress& progress) {
+    records_.OnSkippedRecord([this](const SkippedRecord& skipped) { passed_over_.Take(skipped); });
+    records_.AheadOfEach([&] { progress.Update(records_); });
+    return tree_.RunMARCTree(&records_);
+  }
+
+  int RunShared(Progress& progress) {
+    SharedRun run({console_, filter_, tree_, records_, passed_over_, progress, files_}, options_.jobs);
+    int result = 0;
+    try {
+      result = run.Run();
+    } catch (...) {
+      reached_ = run.Reached();
+      return Guarded(console_, run.FailedEngine(), filter_, []() -> int { throw; });
+    }
+    reached_ = run.Reached();
+    changes_ = run.Changes();
+    return result;
+  }
+
+  const Options& options_;
+  Console& console_;
+  const InputFile& filter_;
+  PassedOver& passed_over_;
+  CMARCTree tree_;
+  const StoppableRun stoppable_;
+  NamedFiles files_;
+  RecordSource records_;
+  bool has_tree_ = false;
+  bool is_open_ = false;
+  ReadState reached_;
+  std::vector<std::string> changes_;
+};
+
+class FilterRuns {
+ public:
+  FilterRuns(const Options& options, Console& console)
+      : options_(options),
+        console_(console),
+        filter_(options.program, options.encoding),
+        passed_over_(console, options) {}
+
+  int RunAll() {
+    int first_failure = 0;
+    bool goes_on = true;
+    for (size_t i = 0; i < options_.records.size() && goes_on && !StopRequested(); ++i) {
+      const int status = RunOne(options_.records[i], goes_on);
+      if (first_failure == 0) first_failure = status;
+    }
+    passed_over_.SummarizeAll();
+    return passed_over_.Finish() && output_is_whole_ ? first_failure : kOutputFailed;
+  }
+
+ private:
+  int RunOne(const std::string& name, bool& has_tree) {
+    if (name == "-") PrepareStandardInput();
+    const InputFile records(name == "-" ? InputFile::kStandardInput : name, options_.encoding);
+    FileRun run(options_, console_, filter_, passed_over_);
+    const int status = StatusOf(run.Run(records));
+    has_tree = run.HasTree();
+    output_is_whole_ = output_is_whole_ && run.OutputIsWhole();
+    WarnOfChanges(run.Changes());
+    return status;
+  }
+
+  // The user said that the records are independent; what is seen here says that they may not be.
+  void WarnOfChanges(const std::vector<std::string>& names) {
+    if (names.empty()) return;
+    std::string list;
+    for (const std::string& name : names) list += (list.empty() ? "" : ", ") + console_.Displayed(name);
+    console_.SayOnce("changes", filter_.Shown() + ": records change " + list +
+                                    "; with --jobs each thread has its own, and the closing code sees none of it");
+  }
+
+  const Options& options_;
+  Console& console_;
+  const InputFile filter_;
+  PassedOver passed_over_;
+  bool output_is_whole_ = true;
+};
+
+}  // namespace
+
+int RunFilter(const Options& options, Console& console) { return FilterRuns(options, console).RunAll(); }
+
+int ShowTree(const Options& options, Console& console) {
+  const InputFile filter(options.program, options.encoding);
+  CMARCTree tree;
+  tree.Initial();
+  console.Connect(tree);
+  RecordDatabases::Connect(tree);
+  const StoppableRun stoppable(tree);
+  return StatusOf(Guarded(console, tree, filter, [&] {
+    const int built = LoadTree(console, tree, filter);
+    return built == -1 || tree.IsStop() ? built : tree.DumpMARCTree();
+  }));
+}
+
+}  // namespace karst::cli

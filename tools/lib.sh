@@ -48,7 +48,7 @@ need_packages() {
 
 # What the library, the program and the tests need.
 need_build_packages() {
-  need_packages g++ cmake ninja-build make pkg-config libcli11-dev libgtest-dev libgmock-dev python3
+  need_packages g++ cmake ninja-build make pkg-config libcli11-dev libgtest-dev libgmock-dev python3 libxml2-dev zlib1g-dev
 }
 
 # What the checks behind the tests need on top of that.

@@ -13,6 +13,7 @@
 #include "outside/internalrecord.h"
 #include "outside/isorecord.h"
 #include "outside/recordtext.h"
+#include "platform/export.h"
 
 namespace karst {
 
@@ -25,7 +26,7 @@ struct RecordReaderLimits {
 
 enum class ReadResult : int { kRecord = 0, kEnd = 1, kPassedOver = 2, kFailed = -1 };
 
-class RecordReader {
+class KARST_API RecordReader {
  public:
   explicit RecordReader(std::unique_ptr<ByteSource> source, RecordReaderLimits limits = {});
 

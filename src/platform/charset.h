@@ -23,7 +23,7 @@ struct GbkCharacter {
 
 // The character at the head of `gbk`, which is not empty. A lead byte that is followed by no trail byte (0x40 to 0xFE
 // without 0x7F) is no character and one byte long.
-GbkCharacter DecodeGbk(std::string_view gbk);
+KARST_API GbkCharacter DecodeGbk(std::string_view gbk);
 // True if every byte belongs to a GBK character.
 KARST_API bool IsValidGbk(std::string_view gbk);
 // GBK to UTF-8. What is no character becomes U+FFFD.
@@ -35,7 +35,9 @@ KARST_API bool Utf8ToGbk(std::string_view utf8, std::string& gbk, size_t* bad_of
 void AppendUtf8(std::string& utf8, char32_t code);
 // The code point at the head of `utf8`, which is not empty, and its length in bytes; kNoCharacter and 1 if the bytes
 // are no UTF-8.
-GbkCharacter DecodeUtf8(std::string_view utf8);
+KARST_API GbkCharacter DecodeUtf8(std::string_view utf8);
+// Adds a code point, one of Unicode, in UTF-8.
+KARST_API void AppendUtf8(std::string& out, char32_t code);
 
 // Converts GBK to the charset `to` (any that the C library knows, case ignored) into `target`. A character with no
 // place there becomes "&#N;" with its decimal code point; with `transliterate` a near text of ASCII characters is

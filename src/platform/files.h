@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "platform/bytestring.h"
+#include "platform/export.h"
 
 namespace karst {
 
@@ -34,20 +35,20 @@ FileHandle OpenWithStyle(const char* name, unsigned style);
 FileHandle OpenExistingForWriting(const char* name);
 // Creates a file, or empties an existing one, for writing.
 FileHandle CreateForWriting(const char* name);
-FileHandle OpenForReading(const char* name);
+KARST_API FileHandle OpenForReading(const char* name);
 // Opens for writing at the file's end, and makes the file if there is none. The position is the handle's own: a later
 // SeekFile moves it, and another writer's bytes do not.
 FileHandle OpenForAppending(const char* name);
 // 0, or -1 for a handle that names no open file.
-int CloseFile(FileHandle file);
+KARST_API int CloseFile(FileHandle file);
 // The new position from the start, or -1.
 int64_t SeekFile(FileHandle file, int64_t offset, SeekFrom from);
 // Bytes read; 0 at the end; -1 on failure. Reads on until `count` bytes came or the data ended.
-int64_t ReadFile(FileHandle file, char* target, size_t count);
+KARST_API int64_t ReadFile(FileHandle file, char* target, size_t count);
 // Bytes written, all of `bytes` unless the device is full; -1 on failure.
 int64_t WriteFile(FileHandle file, std::string_view bytes);
 // The file's size, -1 on failure or where there is none (a pipe).
-int64_t FileSize(FileHandle file);
+KARST_API int64_t FileSize(FileHandle file);
 // Cuts the file at the current position. 0 or -1.
 int TruncateHere(FileHandle file);
 // 0 if a file was removed, else -1.

@@ -1,0 +1,89 @@
+// The names of formats and charsets, and what tells the formats apart.
+#include "records/record_format.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <utility>
+
+namespace karst::cli {
+namespace {
+
+template <class Value, size_t kCount>
+using Names = std::array<std::pair<Value, std::string_view>, kCount>;
+
+constexpr Names<RecordFormat, 5> kFormats = {{{RecordFormat::kAuto, "auto"},
+                                              {RecordFormat::kIso2709, "iso2709"},
+                                              {RecordFormat::kInternal, "internal"},
+                                              {RecordFormat::kMarcXml, "marcxml"},
+                                              {RecordFormat::kLines, "lines"}}};
+constexpr Names<RecordCharset, 3> kCharsets = {
+    {{RecordCharset::kAuto, "auto"}, {RecordCharset::kGbk, "gbk"}, {RecordCharset::kUtf8, "utf-8"}}};
+constexpr Names<Flavour, 4> kFlavours = {
+    {{Flavour::kAuto, "auto"}, {Flavour::kNone, "none"}, {Flavour::kMarc21, "marc21"}, {Flavour::kUnimarc, "unimarc"}}};
+constexpr Names<RecordFormat, 9> kEndings = {{{RecordFormat::kIso2709, ".iso"},
+                                              {RecordFormat::kIso2709, ".iso2709"},
+                                              {RecordFormat::kIso2709, ".mrc"},
+                                              {RecordFormat::kIso2709, ".marc"},
+                                              {RecordFormat::kInternal, ".internal"},
+                                              {RecordFormat::kMarcXml, ".xml"},
+                                              {RecordFormat::kMarcXml, ".marcxml"},
+                                              {RecordFormat::kLines, ".lines"},
+                                              {RecordFormat::kLines, ".txt"}}};
+constexpr std::string_view kGzEnding = ".gz";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kWhiteSpace = " \t\r\n";
+
+char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+std::string Lowered(std::string_view text) {
+  std::string lowered(text);
+  std::transform(text.begin(), text.end(), lowered.begin(), Lower);
+  return lowered;
+}
+
+template <class Value, size_t kCount>
+std::string_view NameIn(const Names<Value, kCount>& names, Value value) {
+  const auto found = std::find_if(names.begin(), names.end(), [&](const auto& name) { return name.first == value; });
+  return found->second;
+}
+
+template <class Value, size_t kCount>
+std::optional<Value> ValueIn(const Names<Value, kCount>& names, std::string_view name) {
+  const std::string wanted = Lowered(name);
+  const auto found = std::find_if(names.begin(), names.end(), [&](const auto& pair) { return pair.second == wanted; });
+  return found == names.end() ? std::nullopt : std::optional<Value>(found->first);
+}
+
+}  // namespace
+
+std::string_view NameOf(RecordFormat format) { return NameIn(kFormats, format); }
+std::string_view NameOf(RecordCharset charset) { return NameIn(kCharsets, charset); }
+std::string_view NameOf(Flavour flavour) { return NameIn(kFlavours, flavour); }
+std::optional<RecordFormat> FormatByName(std::string_view name) { return ValueIn(kFormats, name); }
+std::optional<RecordCharset> CharsetByName(std::string_view name) { return ValueIn(kCharsets, name); }
+std::optional<Flavour> FlavourByName(std::string_view name) { return ValueIn(kFlavours, name); }
+
+bool EndsInGz(std::string_view name) { return Lowered(name).ends_with(kGzEnding); }
+
+RecordFormat FormatOfFileName(std::string_view name) {
+  if (EndsInGz(name)) name.remove_suffix(kGzEnding.size());
+  const std::string lowered = Lowered(name);
+  for (const auto& [format, ending] : kEndings) {
+    if (lowered.ends_with(ending)) return format;
+  }
+  return RecordFormat::kAuto;
+}
+
+RecordFormat FormatOfContent(std::string_view head) {
+  if (head.starts_with("\xFF\xFE") || head.starts_with("\xFE\xFF")) return RecordFormat::kMarcXml;
+  if (head.starts_with(kByteOrderMark)) head.remove_prefix(kByteOrderMark.size());
+  head.remove_prefix(std::min(head.find_first_not_of(kWhiteSpace), head.size()));
+  if (head.empty()) return RecordFormat::kAuto;
+  if (head.front() == '<') return RecordFormat::kMarcXml;
+  const bool leader_line =
+      head.starts_with("LDR") && (head.size() == 3 || kWhiteSpace.find(head[3]) != std::string_view::npos);
+  return leader_line ? RecordFormat::kLines : RecordFormat::kIso2709;
+}
+
+}  // namespace karst::cli

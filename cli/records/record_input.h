@@ -15,6 +15,7 @@
 namespace karst::cli {
 
 class RecordFileReader;
+class RecordParser;
 
 struct RecordInputOptions {
   RecordFormat format = RecordFormat::kAuto;     // kAuto: found out from the first bytes
@@ -79,6 +80,11 @@ class RecordInput : public CMARCStream {
   bool IsCompressed() const;
 
  private:
+  void Begin();
+  int Opened(bool good);
+  void Take(CString& record);
+  const RecordParser* Parser() const;
+
   RecordInputOptions options_;
   std::unique_ptr<RecordFileReader> reader_;
   SkippedRecordHandler on_skipped_;

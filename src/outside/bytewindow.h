@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/export.h"
+
 namespace karst {
 
 class ByteSource {
@@ -16,7 +18,7 @@ class ByteSource {
   virtual int64_t Read(char* target, size_t count) = 0;
 };
 
-class ByteWindow {
+class KARST_API ByteWindow {
  public:
   ByteWindow(std::unique_ptr<ByteSource> source, size_t first_size) : source_(std::move(source)), bytes_(first_size) {}
 

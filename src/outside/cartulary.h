@@ -24,7 +24,7 @@ constexpr size_t kTagLength = 3;
 // Walks the fields of a record text, or the fields embedded in a field text, in order, with no search from the start
 // for each. Field i of the walk is what MARC_GetField (or MARC_GetNestedField) gives for the empty name and index i.
 // The views point into the text given, which ends at its first NUL.
-class FieldCursor {
+class KARST_API FieldCursor {
  public:
   static FieldCursor OverRecord(std::string_view record);
   static FieldCursor OverEmbedded(std::string_view field);
@@ -41,7 +41,7 @@ class FieldCursor {
 
 // Walks the subfields of a text in order: mark, code, data. Subfield i is what MARC_GetSubField gives for the empty
 // name and index i.
-class SubfieldCursor {
+class KARST_API SubfieldCursor {
  public:
   explicit SubfieldCursor(std::string_view text);
   bool Next(std::string_view& subfield);

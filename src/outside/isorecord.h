@@ -11,11 +11,12 @@
 #include <vector>
 
 #include "outside/recordtext.h"
+#include "platform/export.h"
 
 namespace karst {
 
 // True if all of `tag` is printable ASCII, the blank included.
-bool IsPrintableTag(std::string_view tag);
+KARST_API bool IsPrintableTag(std::string_view tag);
 
 class IsoRecord {
  public:

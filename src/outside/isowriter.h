@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/export.h"
+
 namespace karst {
 
 // Fields whose tag begins with "-" belong to the system that keeps the record.
@@ -57,7 +59,7 @@ class IsoLayout {
 };
 
 // Appends the ISO 2709 form of a record to `target`. Another result than kNone leaves `target` as it is.
-IsoFault AppendIsoRecord(std::string_view record, LocalFields local, std::string& target);
+KARST_API IsoFault AppendIsoRecord(std::string_view record, LocalFields local, std::string& target);
 
 // Writes the last `width` decimal digits of `number`, zero-filled. SPEED: inline, so that a known width needs no loop.
 inline void WriteDigits(uint64_t number, char* target, size_t width) {

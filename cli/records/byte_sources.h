@@ -1,0 +1,55 @@
+// Where the bytes of a record file come from: a file of the file layer; what gzip has compressed; text in another
+// charset than UTF-8. Each stands on the one before it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "outside/bytewindow.h"
+#include "platform/bytestring.h"
+
+namespace karst::cli {
+
+// What the reader of a chain of sources wants to know when the sources themselves are gone.
+struct SourceState {
+  uint64_t size = 0;      // bytes of the file, 0 where it is not known
+  uint64_t position = 0;  // bytes of it that were read; of what is compressed, those that were used
+  bool compressed = false;
+  std::string fault;  // why a read failed, in UTF-8
+};
+using SharedSourceState = std::shared_ptr<SourceState>;
+
+// `name` is GBK. Null if it is no file that can be read; the fault then says why, as far as the system tells.
+std::unique_ptr<ByteSource> OpenFileSource(const CString& name, const SharedSourceState& state);
+
+// Gives the first bytes of another source without taking them from it.
+class PeekSource : public ByteSource {
+ public:
+  explicit PeekSource(std::unique_ptr<ByteSource> source) : source_(std::move(source)) {}
+  // At least `count` bytes unless there are fewer; one portion of the source is enough. Null if the source fails.
+  const std::string* Peek(size_t count);
+  const std::string* Head() const { return &head_; }
+  int64_t Read(char* target, size_t count) override;
+
+ private:
+  std::unique_ptr<ByteSource> source_;
+  std::string head_;
+  size_t given_ = 0;
+  bool ended_ = false;
+};
+
+bool LooksCompressed(std::string_view head);
+
+// Uncompresses; several compressed stretches may stand one behind the other. Damage, a missing end and other bytes
+// behind the end are failures, behind all that could be read in front of them.
+std::unique_ptr<ByteSource> MakeGzipSource(std::unique_ptr<ByteSource> source, const SharedSourceState& state);
+
+// Text of `charset` in UTF-8. Null if the system does not know the charset. Bytes that do not belong to it are a
+// failure.
+std::unique_ptr<ByteSource> MakeTextSource(std::unique_ptr<ByteSource> source, const std::string& charset,
+                                           const SharedSourceState& state);
+
+}  // namespace karst::cli

@@ -1,0 +1,50 @@
+// RecordFileReader: the records of a file as they are in it, whatever its format and whether it is compressed.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "records/byte_sources.h"
+#include "records/record_format.h"
+#include "records/record_parser.h"
+
+namespace karst::cli {
+
+class RecordFileReader {
+ public:
+  // `charset` counts for MARCXML only, whose text is always given in UTF-8: kGbk for a file that does not say so
+  // itself.
+  RecordFileReader(RecordFormat format, RecordCharset charset) : format_(format), charset_(charset) {}
+
+  // As RecordInput has them. False with a fault.
+  bool Open(const CString& name);
+  bool OpenSource(std::unique_ptr<ByteSource> source, uint64_t size);
+  void Close() { parser_->Close(); }
+  const std::string& Fault() const { return state_->fault; }
+
+  // kFailed: the file cannot be read on, and Fault says why.
+  ReadResult Next(const SkippedRecordHandler& handler);
+  // The parser tells all of the record and the counts; null while nothing was opened.
+  const RecordParser* Parser() const { return parser_.get(); }
+  // The charset of the record given last: what is known of the file, or what its text looks like.
+  RecordCharset GuessCurrentCharset();
+
+  // What was found out at Open.
+  RecordFormat Format() const { return format_; }
+  bool IsCompressed() const { return state_->compressed; }
+  // Bytes of the file as it lies on the disk.
+  uint64_t Size() const { return state_->size; }
+  uint64_t Position() const;
+
+ private:
+  bool Begin(std::unique_ptr<ByteSource> source);
+  bool MakeParser(std::unique_ptr<PeekSource> source, const std::string& head);
+
+  RecordFormat format_;
+  RecordCharset charset_;
+  RecordCharset before_ = RecordCharset::kAuto;  // what the records so far were
+  SharedSourceState state_ = std::make_shared<SourceState>();
+  std::unique_ptr<RecordParser> parser_;
+};
+
+}  // namespace karst::cli

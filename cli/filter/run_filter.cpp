@@ -91,7 +91,11 @@ class FileRun {
     if (!is_open_) return RefuseRecords(records);
     passed_over_.BeginRun();
     Progress progress(console_, options_.progress, options_.records.size() > 1 ? records.Shown() + "  " : "");
-    const int result = options_.jobs > 1 ? RunShared(progress) : RunAlone(progress);
+    return options_.jobs > 1 ? RunShared(progress) : Told(RunAlone(progress));
+  }
+
+  // A failure that no error explains.
+  int Told(int result) {
     if (result == -1) console_.Say(filter_.Shown() + ": the filter ended with the result -1");
     return result;
   }
@@ -116,16 +120,15 @@ class FileRun {
 
   int RunShared(Progress& progress) {
     SharedRun run({console_, filter_, tree_, records_, passed_over_, progress, files_}, options_.jobs);
-    int result = 0;
     try {
-      result = run.Run();
+      const int result = Told(run.Run());
+      reached_ = run.Reached();
+      changes_ = run.Changes();
+      return result;
     } catch (...) {
       reached_ = run.Reached();
       return Guarded(console_, run.FailedEngine(), filter_, []() -> int { throw; });
     }
-    reached_ = run.Reached();
-    changes_ = run.Changes();
-    return result;
   }
 
   const Options& options_;

@@ -6,6 +6,7 @@
 
 namespace karst::cli {
 
+constexpr int kNotAllRead = 1;  // a verb around records: something was passed over, or could not be read or written
 constexpr int kWrongUsage = 2;
 constexpr int kOutputFailed = 74;  // standard output, the messages or the rejects could not be written
 constexpr int kSignalBase = 128;   // plus the signal's number

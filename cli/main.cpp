@@ -30,6 +30,10 @@ int RunVerb(const Options& options, Console& console) {
     case Verb::kFilter: return RunFilter(options, console);
     case Verb::kTree: return ShowTree(options, console);
     case Verb::kCheck: return CheckSources(options, console);
+    case Verb::kConvert: return ConvertRecords(options, console);
+    case Verb::kShow: return ShowRecords(options, console);
+    case Verb::kCount: return CountRecords(options, console);
+    case Verb::kSplit: return SplitRecords(options, console);
   }
   return kWrongUsage;
 }

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "exit_status.h"
+#include "records/record_verbs.h"
 
 namespace karst::cli {
 namespace {
@@ -182,6 +183,7 @@ std::variant<Options, int> ParseOptions(int argc, char** argv) {
   AddFilter(app, raw);
   AddTree(app, raw);
   AddCheck(app, raw);
+  AddRecordVerbs(app, raw.options, raw.encoding);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& answer) {

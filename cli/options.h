@@ -7,10 +7,11 @@
 
 #include "check/options.h"
 #include "encoding.h"
+#include "records/tool_options.h"
 
 namespace karst::cli {
 
-enum class Verb { kRun, kFilter, kTree, kCheck };
+enum class Verb { kRun, kFilter, kTree, kCheck, kConvert, kShow, kCount, kSplit };
 enum class ProgressMode { kAuto, kAlways, kNever };
 
 struct Options {
@@ -25,6 +26,7 @@ struct Options {
   std::vector<std::string> databases;  // "NAME=FILE" each, neither part empty
   std::vector<std::string> records;    // record files; "-" is standard input
   CheckOptions check;
+  RecordToolOptions record_tools;
 };
 
 // The options, or the exit status where nothing is to be run: help and version go to standard output with 0; wrong

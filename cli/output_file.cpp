@@ -16,7 +16,9 @@ namespace {
 
 bool SameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
 
-bool IsInput(const struct stat& target, const Options& options) {
+}  // namespace
+
+bool IsReadByRun(const struct stat& target, const Options& options) {
   struct stat input;
   if (stat(SystemName(options.program, options.encoding).c_str(), &input) == 0 && SameFile(target, input)) return true;
   for (const std::string& option : options.databases) {
@@ -30,8 +32,6 @@ bool IsInput(const struct stat& target, const Options& options) {
   return false;
 }
 
-}  // namespace
-
 OutputFile::OutputFile(const std::string& name, const Options& options) {
   constexpr mode_t kMode = 0666;
   descriptor_ = open(SystemName(name, options.encoding).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kMode);
@@ -40,7 +40,7 @@ OutputFile::OutputFile(const std::string& name, const Options& options) {
     throw HostError(kOutputFailed, "cannot write " + name + ": " + std::strerror(errno));
   }
   if (!S_ISREG(target.st_mode)) return;
-  if (IsInput(target, options)) throw HostError(kWrongUsage, name + " is read by this run; it is left as it was");
+  if (IsReadByRun(target, options)) throw HostError(kWrongUsage, name + " is read by this run; it is left as it was");
   if (ftruncate(descriptor_, 0) != 0) {
     throw HostError(kOutputFailed, "cannot empty " + name + ": " + std::strerror(errno));
   }

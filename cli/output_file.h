@@ -5,7 +5,12 @@
 
 #include "options.h"
 
+struct stat;
+
 namespace karst::cli {
+
+// True if this is one of the files that the run reads.
+bool IsReadByRun(const struct stat& file, const Options& options);
 
 class OutputFile {
  public:

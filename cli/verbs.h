@@ -12,6 +12,12 @@ int RunFilter(const Options& options, Console& console);
 int ShowTree(const Options& options, Console& console);
 int CheckSources(const Options& options, Console& console);
 
+// 0, or kNotAllRead.
+int ConvertRecords(const Options& options, Console& console);
+int ShowRecords(const Options& options, Console& console);
+int CountRecords(const Options& options, Console& console);
+int SplitRecords(const Options& options, Console& console);
+
 // The exit status for a run's result: its low 8 bits.
 constexpr int StatusOf(int result) { return result & 0xFF; }
 

@@ -9,24 +9,31 @@
 namespace karst::cli {
 namespace {
 
-std::string_view LocalName(const char* name) {
-  const std::string_view whole(name);
-  const size_t colon = whole.find(':');
-  return colon == std::string_view::npos ? whole : whole.substr(colon + 1);
-}
-
 bool IsBlank(std::string_view text) { return text.find_first_not_of(" \t\r\n") == std::string_view::npos; }
 
-// The name and value of an attribute, in turn, ended by a null, as the parser has them.
-std::string Attribute(const xmlChar** attributes, std::string_view name, std::string_view otherwise = "") {
-  for (; attributes && attributes[0]; attributes += 2) {
-    if (LocalName(reinterpret_cast<const char*>(attributes[0])) != name) continue;
-    std::string value;
-    AppendFromXml(attributes[1] ? reinterpret_cast<const char*>(attributes[1]) : "", value);
-    return value;
+// The attributes of one element as the parser has them: five pointers each, the first to its name, the last two to the
+// begin and the end of its value.
+class Attributes {
+ public:
+  Attributes(const xmlChar** first, int count) : first_(first), count_(count) {}
+
+  std::string Value(std::string_view name, std::string_view otherwise = "") const {
+    constexpr int kPointers = 5;
+    for (int i = 0; i < count_; ++i) {
+      const xmlChar** attribute = first_ + i * kPointers;
+      if (reinterpret_cast<const char*>(attribute[0]) != name) continue;
+      std::string value;
+      AppendFromXml({reinterpret_cast<const char*>(attribute[3]), static_cast<size_t>(attribute[4] - attribute[3])},
+                    value);
+      return value;
+    }
+    return std::string(otherwise);
   }
-  return std::string(otherwise);
-}
+
+ private:
+  const xmlChar** first_;
+  int count_;
+};
 
 // Puts a record together from what the parser tells.
 class RecordBuilder {
@@ -48,10 +55,13 @@ class RecordBuilder {
   static xmlSAXHandler Handler() {
     xmlSAXHandler handler{};
     handler.initialized = XML_SAX2_MAGIC;
-    handler.startElement = [](void* self, const xmlChar* name, const xmlChar** attributes) {
-      static_cast<RecordBuilder*>(self)->Start(reinterpret_cast<const char*>(name), attributes);
+    handler.startElementNs = [](void* self, const xmlChar* name, const xmlChar*, const xmlChar*, int, const xmlChar**,
+                                int count, int, const xmlChar** attributes) {
+      static_cast<RecordBuilder*>(self)->Start(reinterpret_cast<const char*>(name), Attributes(attributes, count));
     };
-    handler.endElement = [](void* self, const xmlChar*) { static_cast<RecordBuilder*>(self)->End(); };
+    handler.endElementNs = [](void* self, const xmlChar*, const xmlChar*, const xmlChar*) {
+      static_cast<RecordBuilder*>(self)->End();
+    };
     handler.characters = handler.ignorableWhitespace =
         handler.cdataBlock = [](void* self, const xmlChar* text, int length) {
           static_cast<RecordBuilder*>(self)->Text({reinterpret_cast<const char*>(text), static_cast<size_t>(length)});
@@ -72,8 +82,7 @@ class RecordBuilder {
     fault_ = "XML有错：" + message;
   }
 
-  void Start(const char* name, const xmlChar** attributes) {
-    const std::string_view local = LocalName(name);
+  void Start(std::string_view local, const Attributes& attributes) {
     text_.clear();
     if (place_ == Place::kOutside && local == "record") {
       place_ = Place::kRecord;
@@ -84,20 +93,20 @@ class RecordBuilder {
       place_ = Place::kControlfield;
     } else if (place_ == Place::kRecord && local == "datafield") {
       StartField(attributes);
-      AddByte(Attribute(attributes, "ind1", " "), "指示符");
-      AddByte(Attribute(attributes, "ind2", " "), "指示符");
+      AddByte(attributes.Value("ind1", " "), "指示符");
+      AddByte(attributes.Value("ind2", " "), "指示符");
       place_ = Place::kDatafield;
     } else if (place_ == Place::kDatafield && local == "subfield") {
       fields_ += kSubfieldMark;
-      AddByte(Attribute(attributes, "code"), "子字段标识符");
+      AddByte(attributes.Value("code"), "子字段标识符");
       place_ = Place::kSubfield;
     } else if (fault_.empty()) {
       fault_ = "记录内不能有元素<" + std::string(local) + ">";
     }
   }
 
-  void StartField(const xmlChar** attributes) {
-    const std::string tag = Attribute(attributes, "tag");
+  void StartField(const Attributes& attributes) {
+    const std::string tag = attributes.Value("tag");
     if (fault_.empty() && (tag.size() != kTagLength || !IsPrintableTag(tag))) fault_ = "字段号不是三个可见字符";
     fields_ += tag;
   }

@@ -1,0 +1,149 @@
+// RecordSink: the other name, the compression, the renaming.
+#include "records/record_sink.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <vector>
+
+#include "exit_status.h"
+#include "input_file.h"
+#include "output_file.h"
+#include "writer.h"
+
+namespace karst::cli {
+namespace {
+
+constexpr mode_t kPermissions = 07777;
+constexpr mode_t kNewFile = 0666;
+
+mode_t ModeOfNewFile() {
+  const mode_t mask = umask(0);
+  umask(mask);
+  return kNewFile & ~mask;
+}
+
+}  // namespace
+
+class RecordSink::Compressor {
+ public:
+  explicit Compressor(RecordSink& sink) : sink_(sink), output_(size_t{64} << 10) {
+    constexpr int kGzip = 16 + MAX_WBITS;
+    constexpr int kMemory = 8;
+    if (deflateInit2(&stream_, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kGzip, kMemory, Z_DEFAULT_STRATEGY) != Z_OK) {
+      throw std::bad_alloc();
+    }
+  }
+  ~Compressor() { deflateEnd(&stream_); }
+  Compressor(const Compressor&) = delete;
+  Compressor& operator=(const Compressor&) = delete;
+
+  void Write(std::string_view bytes, int flush) {
+    constexpr size_t kMost = size_t{1} << 30;
+    do {
+      const std::string_view part = bytes.substr(0, kMost);
+      bytes.remove_prefix(part.size());
+      stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(part.data()));
+      stream_.avail_in = static_cast<uInt>(part.size());
+      do {
+        stream_.next_out = output_.data();
+        stream_.avail_out = static_cast<uInt>(output_.size());
+        deflate(&stream_, flush);
+        sink_.WriteOut({reinterpret_cast<char*>(output_.data()), output_.size() - stream_.avail_out});
+      } while (stream_.avail_out == 0);
+    } while (!bytes.empty());
+  }
+
+ private:
+  RecordSink& sink_;
+  z_stream stream_{};
+  std::vector<Bytef> output_;
+};
+
+RecordSink::RecordSink(const std::string& name, bool compressed, const Options& options) : shown_(name) {
+  if (name == "-") {
+    shown_ = "standard output";
+    descriptor_ = STDOUT_FILENO;
+  } else {
+    path_ = SystemName(name, options.encoding);
+    Open(options);
+  }
+  if (compressed) compressor_ = std::make_unique<Compressor>(*this);
+}
+
+RecordSink::~RecordSink() {
+  if (!path_.empty() && descriptor_ >= 0) close(descriptor_);
+  if (!temporary_.empty()) unlink(temporary_.c_str());
+}
+
+void RecordSink::Open(const Options& options) {
+  struct stat target;
+  if (stat(path_.c_str(), &target) != 0) {
+    if (errno != ENOENT) Fail(errno);
+    return OpenTemporary(ModeOfNewFile());
+  }
+  if (S_ISDIR(target.st_mode)) Fail(EISDIR);
+  if (IsReadByRun(target, options) && S_ISREG(target.st_mode)) {
+    throw HostError(kWrongUsage, shown_ + " is read by this run; it is left as it was");
+  }
+  // A link stays one: the file behind it gets the new text.
+  std::error_code unresolved;
+  const auto resolved = std::filesystem::canonical(path_, unresolved);
+  if (!unresolved) path_ = resolved;
+  if (S_ISREG(target.st_mode)) {
+    if (access(path_.c_str(), W_OK) != 0) Fail(errno);
+    return OpenTemporary(target.st_mode & kPermissions);
+  }
+  descriptor_ = open(path_.c_str(), O_WRONLY | O_CLOEXEC);
+  if (descriptor_ < 0) Fail(errno);
+}
+
+void RecordSink::OpenTemporary(unsigned mode) {
+  const size_t slash = path_.rfind('/');
+  const size_t name = slash == std::string::npos ? 0 : slash + 1;
+  std::string pattern = path_.substr(0, name) + ".karst-XXXXXX";
+  descriptor_ = mkostemp(pattern.data(), O_CLOEXEC);
+  if (descriptor_ < 0) Fail(errno);
+  temporary_ = pattern;
+  if (fchmod(descriptor_, mode) != 0) Fail(errno);
+}
+
+void RecordSink::Write(std::string_view bytes) {
+  if (compressor_) {
+    compressor_->Write(bytes, Z_NO_FLUSH);
+  } else {
+    WriteOut(bytes);
+  }
+}
+
+void RecordSink::WriteOut(std::string_view bytes) {
+  const int error = WriteAll(descriptor_, bytes);
+  if (error != 0) Fail(error);
+}
+
+void RecordSink::Commit() {
+  if (compressor_) compressor_->Write({}, Z_FINISH);
+  compressor_.reset();
+  if (path_.empty()) return;
+  const int descriptor = descriptor_;
+  descriptor_ = -1;
+  if (close(descriptor) != 0) Fail(errno);
+  if (temporary_.empty()) return;
+  if (std::rename(temporary_.c_str(), path_.c_str()) != 0) Fail(errno);
+  temporary_.clear();
+}
+
+void RecordSink::Fail(int error) const {
+  // A constructor that throws is not followed by its destructor.
+  if (!temporary_.empty()) unlink(temporary_.c_str());
+  const std::string reason = error == EPIPE ? "its reader is gone" : std::strerror(error);
+  throw HostError(kOutputFailed, "cannot write " + shown_ + ": " + reason);
+}
+
+}  // namespace karst::cli

@@ -1,0 +1,62 @@
+// RecordWalk: one reader for each file.
+#include "records/record_walk.h"
+
+#include "exit_status.h"
+#include "input_file.h"
+#include "standard_input.h"
+#include "stop_request.h"
+
+namespace karst::cli {
+
+void RecordWalk::Read(const std::string& name, const Use& use) {
+  if (name == "-") PrepareStandardInput();
+  const InputFile file(name == "-" ? InputFile::kStandardInput : name, options_.encoding);
+  RecordFileReader reader(options_.record_tools.from, options_.record_tools.from_charset);
+  passed_.BeginRun();
+  reached_ = {};
+  refused_ = refused_bytes_ = 0;
+  bool readable = reader.Open(file.ForLibrary());
+  has_opened_ = has_opened_ || readable;
+  format_ = reader.Format();
+  bool more = readable;
+  while (more && !StopRequested()) readable = Step(reader, use, more);
+  if (!readable) {
+    const std::string reason = reader.Fault().empty() ? file.WhyUnreadable() : reader.Fault();
+    console_.Say("cannot read " + file.Shown() + (reason.empty() ? "" : ": " + reason));
+    all_read_ = false;
+  }
+  const RecordParser* parser = reader.Parser();
+  if (!parser) return;
+  reached_ = {parser->RecordCount() - refused_, parser->SkippedCount() + refused_,
+              parser->SkippedBytes() + refused_bytes_, parser->RepairedCount(), reader.Position()};
+  if (reached_.passed_over > 0) all_read_ = false;
+  // What is behind the last record of a whole file does not count.
+  if (summaries_) passed_.Summarize(reached_, more || !readable ? reader.Size() : 0, file.Shown());
+}
+
+// False if the file cannot be read on.
+bool RecordWalk::Step(RecordFileReader& reader, const Use& use, bool& more) {
+  const RecordParser& parser = *reader.Parser();
+  const uint64_t repaired = parser.RepairedCount();
+  const ReadResult result = reader.Next([this](const SkippedRecord& skipped) { passed_.Take(skipped); });
+  more = result == ReadResult::kRecord || result == ReadResult::kPassedOver;
+  if (result == ReadResult::kRecord) {
+    more = use({parser.Text(), parser.RawBytes(), parser.RecordOffset(), parser.RecordCount(),
+                parser.RepairedCount() != repaired, &reader});
+  }
+  return result != ReadResult::kFailed;
+}
+
+void RecordWalk::Refuse(const WalkedRecord& record, const std::string& reason) {
+  ++refused_;
+  refused_bytes_ += record.raw.size();
+  passed_.Take({record.offset, record.raw, reason.c_str()});
+}
+
+int RecordWalk::Finish() {
+  if (summaries_) passed_.SummarizeAll();
+  if (!passed_.Finish()) return kOutputFailed;
+  return all_read_ ? 0 : kNotAllRead;
+}
+
+}  // namespace karst::cli

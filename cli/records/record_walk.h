@@ -1,0 +1,58 @@
+// RecordWalk: the record files of a command line, read in order, with the account of what is no record.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "passed_over.h"
+#include "records/record_file_reader.h"
+
+namespace karst::cli {
+
+// The record at which a walk stands.
+struct WalkedRecord {
+  std::string_view text;     // internal form, in the charset of the file, NUL-terminated
+  std::string_view raw;      // its bytes in the file
+  uint64_t offset;           // of these
+  uint64_t number;           // in its file, from 1
+  bool repaired;             // the text is not what the bytes say
+  RecordFileReader* reader;  // of its file
+};
+
+class RecordWalk {
+ public:
+  RecordWalk(const Options& options, Console& console)
+      : options_(options), console_(console), passed_(console, options) {}
+
+  // Calls `use` for each record of a file until it gives false. Tells when the file cannot be read, or not to its end.
+  using Use = std::function<bool(const WalkedRecord&)>;
+  void Read(const std::string& name, const Use& use);
+  // Counts and keeps the record at hand as one that was passed over; `reason` is GBK.
+  void Refuse(const WalkedRecord& record, const std::string& reason);
+  // What has become of the file read last.
+  const ReadState& Reached() const { return reached_; }
+  RecordFormat Format() const { return format_; }
+  // False as long as not one file could be opened.
+  bool HasOpened() const { return has_opened_; }
+
+  // For the verbs that tell about each file in their own way.
+  void LeaveOutSummaries() { summaries_ = false; }
+  // After all files: the sums and the exit status, 0 or another.
+  int Finish();
+
+ private:
+  bool Step(RecordFileReader& reader, const Use& use, bool& more);
+
+  const Options& options_;
+  Console& console_;
+  PassedOver passed_;
+  ReadState reached_;
+  RecordFormat format_ = RecordFormat::kAuto;
+  uint64_t refused_ = 0;
+  uint64_t refused_bytes_ = 0;
+  bool summaries_ = true;
+  bool has_opened_ = false;
+  bool all_read_ = true;
+};
+
+}  // namespace karst::cli

@@ -1,0 +1,4 @@
+#include "verbs.h"
+namespace karst::cli {
+int ShowRecords(const Options&, Console&) { return 0; }
+}

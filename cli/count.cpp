@@ -20,8 +20,7 @@ std::string Line(const ReadState& counts, const std::string& name) {
 }  // namespace
 
 int CountRecords(const Options& options, Console& console) {
-  RecordWalk walk(options, console);
-  walk.LeaveOutSummaries();
+  RecordWalk walk(options, console, RecordWalk::Summaries::kNone);
   RecordSink output("-", false, options);
   ReadState sum;
   for (const std::string& name : options.records) {

@@ -31,7 +31,8 @@ void RecordWalk::Read(const std::string& name, const Use& use) {
               parser->SkippedBytes() + refused_bytes_, parser->RepairedCount(), reader.Position()};
   if (reached_.passed_over > 0) all_read_ = false;
   // What is behind the last record of a whole file does not count.
-  if (summaries_) passed_.Summarize(reached_, more || !readable ? reader.Size() : 0, file.Shown());
+  const bool told = summaries_ == Summaries::kOfFaults ? reached_.passed_over > 0 : summaries_ == Summaries::kAll;
+  if (told) passed_.Summarize(reached_, more || !readable ? reader.Size() : 0, file.Shown());
 }
 
 // False if the file cannot be read on.
@@ -54,7 +55,7 @@ void RecordWalk::Refuse(const WalkedRecord& record, const std::string& reason) {
 }
 
 int RecordWalk::Finish() {
-  if (summaries_) passed_.SummarizeAll();
+  if (summaries_ == Summaries::kAll) passed_.SummarizeAll();
   if (!passed_.Finish()) return kOutputFailed;
   return all_read_ ? 0 : kNotAllRead;
 }

@@ -21,8 +21,9 @@ struct WalkedRecord {
 
 class RecordWalk {
  public:
-  RecordWalk(const Options& options, Console& console)
-      : options_(options), console_(console), passed_(console, options) {}
+  enum class Summaries { kAll, kOfFaults, kNone };
+  RecordWalk(const Options& options, Console& console, Summaries summaries = Summaries::kAll)
+      : options_(options), console_(console), passed_(console, options), summaries_(summaries) {}
 
   // Calls `use` for each record of a file until it gives false. Tells when the file cannot be read, or not to its end.
   using Use = std::function<bool(const WalkedRecord&)>;
@@ -35,8 +36,6 @@ class RecordWalk {
   // False as long as not one file could be opened.
   bool HasOpened() const { return has_opened_; }
 
-  // For the verbs that tell about each file in their own way.
-  void LeaveOutSummaries() { summaries_ = false; }
   // After all files: the sums and the exit status, 0 or another.
   int Finish();
 
@@ -46,11 +45,11 @@ class RecordWalk {
   const Options& options_;
   Console& console_;
   PassedOver passed_;
+  Summaries summaries_;
   ReadState reached_;
   RecordFormat format_ = RecordFormat::kAuto;
   uint64_t refused_ = 0;
   uint64_t refused_bytes_ = 0;
-  bool summaries_ = true;
   bool has_opened_ = false;
   bool all_read_ = true;
 };

@@ -1,5 +1,8 @@
 // Reading one element of MARCXML, by libxml2 as it goes.
 #include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+
+#include <memory>
 
 #include "outside/cartulary.h"
 #include "outside/isorecord.h"
@@ -39,9 +42,7 @@ class Attributes {
 class RecordBuilder {
  public:
   std::string Build(std::string_view element, std::string& record) {
-    xmlSAXHandler handler = Handler();
-    const int error = xmlSAXUserParseMemory(&handler, this, element.data(), static_cast<int>(element.size()));
-    if (error != 0 && fault_.empty()) fault_ = "XML有错";
+    if (!Parse(element) && fault_.empty()) fault_ = "XML有错";
     if (fault_.empty() && leader_.size() != kHeaderLength) fault_ = "头标不是24个字节";
     if (fault_.empty() && HasForbidden(leader_, std::string_view("\0\x1D", 2))) fault_ = kBadByte;
     record = leader_ + fields_ + kRecordEnd;
@@ -51,6 +52,22 @@ class RecordBuilder {
  private:
   enum class Place { kOutside, kRecord, kLeader, kControlfield, kDatafield, kSubfield };
   static constexpr const char* kBadByte = "有不能写入记录的控制符";
+
+  // Entities are put in, since the parser leaves a "&" in an attribute as a reference otherwise; there are none but
+  // those of XML itself, for an element alone declares none.
+  bool Parse(std::string_view element) {
+    struct Free {
+      void operator()(xmlParserCtxt* parser) const { xmlFreeParserCtxt(parser); }
+    };
+    const std::unique_ptr<xmlParserCtxt, Free> parser(
+        xmlCreateMemoryParserCtxt(element.data(), static_cast<int>(element.size())));
+    if (!parser) return false;
+    xmlCtxtUseOptions(parser.get(), XML_PARSE_NOENT | XML_PARSE_NONET);
+    *parser->sax = Handler();
+    parser->userData = this;
+    xmlParseDocument(parser.get());
+    return parser->wellFormed;
+  }
 
   static xmlSAXHandler Handler() {
     xmlSAXHandler handler{};

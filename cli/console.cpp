@@ -26,6 +26,7 @@ Writer::Buffering BufferingOf(int file) { return isatty(file) ? Writer::Bufferin
 
 Console::Console(const Options& options)
     : encoding_(options.encoding),
+      stream_charset_(options.output_charset),
       messages_name_(options.messages),
       error_is_terminal_(isatty(STDERR_FILENO)),
       output_(STDOUT_FILENO, encoding_, BufferingOf(STDOUT_FILENO), LineOf(STDOUT_FILENO), RequestStop),
@@ -58,8 +59,8 @@ void Console::Replay(const OutputLog& log, const std::function<void(const NamedT
 
 void Console::BringOut(const OutputLog::Entry& entry, const std::function<void(const NamedText&)>& deliver) {
   switch (entry.kind) {
-    case OutputLog::Kind::kControl: messages_->WriteGbk(entry.bytes); break;
-    case OutputLog::Kind::kStdOut: output_.WriteGbk(entry.bytes); break;
+    case OutputLog::Kind::kControl: BringOutControl(entry.bytes); break;
+    case OutputLog::Kind::kStdOut: BringOutStream(entry.bytes); break;
     case OutputLog::Kind::kNamed: deliver({entry.name, entry.bytes, false}); break;
     case OutputLog::Kind::kNamedConverted: deliver({entry.name, entry.bytes, true}); break;
     case OutputLog::Kind::kShown: Show(entry.bytes); break;
@@ -70,7 +71,28 @@ void Console::BringOut(const OutputLog::Entry& entry, const std::function<void(c
 
 void Console::WriteControl(std::string_view text) {
   if (diverted) return diverted->Add(OutputLog::Kind::kControl, text);
+  BringOutControl(text);
+}
+
+void Console::BringOutControl(std::string_view text) {
+  if (messages_ == &output_) FinishStream();
   messages_->WriteGbk(text);
+}
+
+void Console::BringOutStream(std::string_view text) {
+  if (stream_charset_ == RecordCharset::kAuto) return output_.WriteGbk(text);
+  if (stream_charset_ == RecordCharset::kGbk) return output_.WriteRaw(text);
+  std::string utf8;
+  stream_.Convert(text, utf8);
+  output_.WriteRaw(utf8);
+}
+
+// What the stream holds back comes out ahead of what is written by another way.
+void Console::FinishStream() {
+  if (stream_charset_ != RecordCharset::kUtf8) return;
+  std::string utf8;
+  stream_.Finish(utf8);
+  if (!utf8.empty()) output_.WriteRaw(utf8);
 }
 
 int Console::AnswerBox(std::string_view text) {
@@ -105,9 +127,8 @@ int32_t Console::WriteStdOut(FileHandle, const char* bytes, int32_t count, uint3
     diverted->Add(OutputLog::Kind::kStdOut, text);
     return count;
   }
-  Writer& output = the_console->output_;
-  output.WriteGbk(text);
-  return output.Failure() == 0 ? count : -1;
+  the_console->BringOutStream(text);
+  return the_console->output_.Failure() == 0 ? count : -1;
 }
 
 std::string Console::Displayed(std::string_view gbk) const {
@@ -151,6 +172,7 @@ void Console::WipeProgress() {
 }
 
 bool Console::Finish() {
+  FinishStream();
   output_.Finish();
   messages_->Finish();
   const bool output_whole = ReportFailure(output_, "standard output");

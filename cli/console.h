@@ -11,6 +11,7 @@
 #include "jobs/output_log.h"
 #include "options.h"
 #include "output_file.h"
+#include "records/reversible.h"
 #include "writer.h"
 
 namespace karst::cli {
@@ -57,6 +58,9 @@ class Console {
  private:
   void BringOut(const OutputLog::Entry& entry, const std::function<void(const NamedText&)>& deliver);
   void WriteControl(std::string_view text);
+  void BringOutControl(std::string_view text);
+  void BringOutStream(std::string_view text);
+  void FinishStream();
   static int32_t WriteStdOut(FileHandle handle, const char* bytes, int32_t count, uint32_t param);
   // Shows a text, and waits for Enter where there is somebody to press it. Gives the answer of an OK button.
   int AnswerBox(std::string_view text);
@@ -65,6 +69,8 @@ class Console {
   bool ReportFailure(const Writer& writer, std::string_view name);
 
   Encoding encoding_;
+  RecordCharset stream_charset_;  // of "stdout"; kAuto: encoding_
+  ReversibleUtf8Stream stream_;
   std::string messages_name_;
   bool error_is_terminal_;
   LineState terminal_line_;

@@ -50,6 +50,8 @@ struct RawOptions {
   std::string encoding;
   std::string progress = "auto";
   std::string jobs = "1";
+  std::string records_charset = "auto";
+  std::string output_charset = "auto";
 };
 
 void AddCommonOptions(CLI::App& app, RawOptions& raw) {
@@ -77,13 +79,28 @@ void AddDatabases(CLI::App& app, RawOptions& raw) {
       ->allow_extra_args(false);
 }
 
+void AddRecordsCharset(CLI::App& app, RawOptions& raw) {
+  app.add_option("--records-charset", raw.records_charset, "Charset of record files (default: found out)")
+      ->check(CLI::IsMember({"gbk", "utf-8", "auto"}, CLI::ignore_case))
+      ->option_text("gbk|utf-8|auto");
+}
+
 void AddRun(CLI::App& app, RawOptions& raw) {
   CLI::App* run = app.add_subcommand("run", "Run a script");
   run->add_option("SCRIPT", raw.options.program, "The script (.pro)")->required()->option_text(" ");
   AddCommonOptions(*run, raw);
   AddDatabases(*run, raw);
+  AddRecordsCharset(*run, raw);
   run->footer(kRunExample);
   run->callback([&raw] { raw.options.verb = Verb::kRun; });
+}
+
+void AddOutputCharset(CLI::App& filter, RawOptions& raw) {
+  filter
+      .add_option("--output-charset", raw.output_charset,
+                  "Charset of what fnprintf and FnCat write (default: as it is)")
+      ->check(CLI::IsMember({"gbk", "utf-8"}, CLI::ignore_case))
+      ->option_text("gbk|utf-8");
 }
 
 // LIMIT: so many threads at most.
@@ -115,6 +132,8 @@ void AddFilter(CLI::App& app, RawOptions& raw) {
       ->option_text(" ");
   AddCommonOptions(*filter, raw);
   AddDatabases(*filter, raw);
+  AddRecordsCharset(*filter, raw);
+  AddOutputCharset(*filter, raw);
   filter->add_option("--progress", raw.progress, "Show progress on standard error (default: auto, on a terminal)")
       ->check(CLI::IsMember({"always", "never", "auto"}))
       ->option_text("always|never|auto");
@@ -154,6 +173,8 @@ Options Finished(RawOptions& raw) {
   Options options = std::move(raw.options);
   options.encoding = raw.encoding.empty() ? LocaleEncoding() : EncodingByName(raw.encoding);
   options.jobs = JobsOf(raw.jobs);
+  options.records_charset = *CharsetByName(raw.records_charset);
+  options.output_charset = *CharsetByName(raw.output_charset);
   if (raw.progress == "always") options.progress = ProgressMode::kAlways;
   if (raw.progress == "never" || options.quiet) options.progress = ProgressMode::kNever;
   return options;

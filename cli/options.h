@@ -7,6 +7,7 @@
 
 #include "check/options.h"
 #include "encoding.h"
+#include "records/record_format.h"
 #include "records/tool_options.h"
 
 namespace karst::cli {
@@ -19,12 +20,14 @@ struct Options {
   Encoding encoding = Encoding::kUtf8;  // of standard output, standard error and the names below
   std::string messages = "stdout";      // "stdout", "stderr" or a file name: where the output control goes
   ProgressMode progress = ProgressMode::kAuto;
-  int jobs = 1;                        // engines that share the records
-  bool quiet = false;                  // no summary, no progress
-  std::string rejects;                 // file for the passed-over bytes; empty: none
-  std::string program;                 // the script or filter
-  std::vector<std::string> databases;  // "NAME=FILE" each, neither part empty
-  std::vector<std::string> records;    // record files; "-" is standard input
+  RecordCharset records_charset = RecordCharset::kAuto;  // of all record files; kAuto: found out for each record
+  RecordCharset output_charset = RecordCharset::kAuto;   // of what a filter writes by name; kAuto: left as it is
+  int jobs = 1;                                          // engines that share the records
+  bool quiet = false;                                    // no summary, no progress
+  std::string rejects;                                   // file for the passed-over bytes; empty: none
+  std::string program;                                   // the script or filter
+  std::vector<std::string> databases;                    // "NAME=FILE" each, neither part empty
+  std::vector<std::string> records;                      // record files; "-" is standard input
   CheckOptions check;
   RecordToolOptions record_tools;
 };

@@ -2,7 +2,7 @@
 #include "record_database.h"
 
 #include "exit_status.h"
-#include "outside/cartulary.h"
+#include "records/record_input.h"
 #include "stop_request.h"
 
 namespace karst::cli {
@@ -17,8 +17,8 @@ RecordDatabases* the_databases = nullptr;
 
 }  // namespace
 
-RecordDatabase::RecordDatabase(const std::string& name, const std::string& file, Encoding encoding)
-    : name_(name), file_(file, encoding) {
+RecordDatabase::RecordDatabase(const std::string& name, const std::string& file, const Options& options)
+    : name_(name), file_(file, options.encoding), charset_(options.records_charset) {
   const std::string reason = file_.WhyUnreadable();
   if (!reason.empty()) RefuseOption(name + "=" + file, "cannot read " + file + ": " + reason);
 }
@@ -34,7 +34,7 @@ bool RecordDatabase::Find(const RecordQuery& query, std::vector<char>& record, C
 }
 
 bool RecordDatabase::Load(Console& console) {
-  CMARCFile file;
+  RecordInput file({.charset = charset_});
   if (file.Open(file_.ForLibrary()) == -1) throw std::runtime_error("cannot read " + file_.Shown());
   RecordSpool records;
   int result = 0;
@@ -45,7 +45,7 @@ bool RecordDatabase::Load(Console& console) {
   records.Finish();
   if (result == -1) {
     console.Say("database " + name_ + ": " + file_.Shown() + " cannot be read behind byte " +
-                std::to_string(file.BytePosition()));
+                std::to_string(file.BytePosition()) + ": " + file.Failure());
   }
   if (file.SkippedCount() > 0) {
     console.Say("database " + name_ + ": records read: " + std::to_string(file.RecordCount()) + ", passed over: " +
@@ -77,7 +77,7 @@ RecordDatabases::RecordDatabases(const Options& options) {
     }
     auto& database = databases_[gbk_name];
     if (database) RefuseOption(option, "the name is given twice");
-    database = std::make_unique<RecordDatabase>(name, option.substr(sign + 1), options.encoding);
+    database = std::make_unique<RecordDatabase>(name, option.substr(sign + 1), options);
   }
   the_databases = this;
 }

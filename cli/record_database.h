@@ -24,7 +24,7 @@ namespace karst::cli {
 class RecordDatabase {
  public:
   // HostError if the file cannot be read.
-  RecordDatabase(const std::string& name, const std::string& file, Encoding encoding);
+  RecordDatabase(const std::string& name, const std::string& file, const Options& options);
 
   // Puts the first record that matches, as NUL-terminated text, at the start of `record`, which grows if need be. False
   // if there is none, or if the run is to stop. `console` gets what the reading has to tell. std::exception if the
@@ -38,6 +38,7 @@ class RecordDatabase {
 
   std::string name_;
   InputFile file_;
+  RecordCharset charset_;
   std::mutex mutex_;                    // for all below
   std::optional<RecordSpool> records_;  // empty until the file was read to its end
   std::map<std::string, KeyIndex, std::less<>> indexes_;

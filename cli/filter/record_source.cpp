@@ -4,20 +4,21 @@
 namespace karst::cli {
 
 ReadState RecordSource::State() const {
-  return {file_.RecordCount(), file_.SkippedCount(), file_.SkippedBytes(), file_.RepairedCount(), file_.BytePosition()};
+  return {input_.RecordCount(), input_.SkippedCount(), input_.SkippedBytes(), input_.RepairedCount(),
+          input_.BytePosition()};
 }
 
 int RecordSource::Open(const CString& name) {
-  const int result = file_.Open(name);
-  stream_size = file_.stream_size;
+  const int result = input_.Open(name);
+  stream_size = input_.stream_size;
   stream_position = 0;
   return result;
 }
 
 int RecordSource::NextRecord(CString& record) {
   if (hook_) hook_();
-  const int result = file_.NextRecord(record);
-  stream_position = file_.stream_position;
+  const int result = input_.NextRecord(record);
+  stream_position = input_.stream_position;
   return result;
 }
 

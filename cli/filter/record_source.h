@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "input_file.h"
-#include "outside/cartulary.h"
+#include "records/record_input.h"
 
 namespace karst::cli {
 
@@ -20,19 +20,23 @@ struct ReadState {
 
 class RecordSource : public CMARCStream {
  public:
+  explicit RecordSource(RecordCharset charset) : input_({.charset = charset}) {}
+
   // `hook` is called ahead of each record.
   void AheadOfEach(std::function<void()> hook) { hook_ = std::move(hook); }
-  void OnSkippedRecord(SkippedRecordHandler handler) { file_.OnSkippedRecord(std::move(handler)); }
+  void OnSkippedRecord(SkippedRecordHandler handler) { input_.OnSkippedRecord(std::move(handler)); }
   ReadState State() const;
-  uint64_t ByteSize() const { return file_.ByteSize(); }  // 0 where the source has no size
+  uint64_t ByteSize() const { return input_.ByteSize(); }  // 0 where the source has no size
+  // Why the file cannot be opened, or read on; empty if it can. UTF-8.
+  const std::string& Failure() const { return input_.Failure(); }
 
   int Open(const CString& name) override;
-  int Close() override { return file_.Close(); }
+  int Close() override { return input_.Close(); }
   int NextRecord(CString& record) override;
-  const char* GetCurRec() override { return file_.GetCurRec(); }
+  const char* GetCurRec() override { return input_.GetCurRec(); }
 
  private:
-  CMARCFile file_;
+  RecordInput input_;
   std::function<void()> hook_;
 };
 

@@ -46,8 +46,9 @@ int LoadTree(Console& console, CMARCTree& tree, const InputFile& filter) {
   return result;
 }
 
-void ExplainUnreadable(Console& console, const InputFile& records) {
-  const std::string reason = records.WhyUnreadable();
+void ExplainUnreadable(Console& console, const InputFile& records, const std::string& failure) {
+  const std::string found = records.WhyUnreadable();
+  const std::string& reason = found.empty() ? failure : found;
   console.Say("cannot read " + records.Shown() + (reason.empty() ? "" : ": " + reason));
 }
 
@@ -60,22 +61,28 @@ class FileRun {
         filter_(filter),
         passed_over_(passed_over),
         stoppable_(tree_),
-        files_(tree_, console) {
+        files_(tree_, console, options.output_charset),
+        records_(options.records_charset) {
     tree_.Initial();
     console.Connect(tree_);
     RecordDatabases::Connect(tree_);
   }
 
   int Run(const InputFile& records) {
-    const int result = Guarded(console_, tree_, filter_, [&] {
+    int result = Guarded(console_, tree_, filter_, [&] {
       const int built = LoadTree(console_, tree_, filter_);
       has_tree_ = built != -1;
       if (built == -1 || tree_.IsStop()) return built;
       return RunOver(records);
     });
+    files_.Finish();
     if (options_.jobs == 1) reached_ = records_.State();
-    if (is_open_) passed_over_.Summarize(reached_, records_.ByteSize(), records.Shown());
-    return result;
+    if (!is_open_) return result;
+    passed_over_.Summarize(reached_, records_.ByteSize(), records.Shown());
+    if (records_.Failure().empty()) return result;
+    // Records were lost, whatever the filter made of the rest.
+    ExplainUnreadable(console_, records, records_.Failure());
+    return -1;
   }
 
   // False: the filter itself is at fault, and would be for every record file.
@@ -108,7 +115,7 @@ class FileRun {
       text.Format(ToGbk("文件'%s'打开失败...").c_str(), records.ForLibrary());
       WriteErrorMessage(tree_, text);
     }
-    ExplainUnreadable(console_, records);
+    ExplainUnreadable(console_, records, records_.Failure());
     return -1;
   }
 

@@ -129,13 +129,13 @@ const Case kCases[] = {
      {"MsgBox(\"start\")", "Record", "{", kUneven, "printf(\"%d\\n\", _RECORDCOUNT)", "if _RECORDCOUNT % 400 == 1",
       "printf(\"%d\", MsgBox(_RECORD))", "}"}},
     {"look-ups, found and refused",
-     {"Record", "{", "string found", "if ZebGetRcd(\"books\", \"001=N\" + _RECORDCOUNT, &found) == 0",
+     {"Record", "{", "string found", "if ZebGetRcd(\"books\", (\"001=N\" + _RECORDCOUNT), &found) == 0",
       "printf(\"%d: %s\\n\", _RECORDCOUNT, found)", "if _RECORDCOUNT == 2000",
       "printf(\"%d\", ZebGetRcd(\"none\", \"001=1\", &found))", "if _RECORDCOUNT > 2500",
-      "ZebGetRcd(\"books\", \"N\" + _RECORDCOUNT, &found)", "}"}},
+      "ZebGetRcd(\"books\", (\"N\" + _RECORDCOUNT), &found)", "}"}},
     {"tables that only the code ahead of the records fills",
-     {"int names = DBCreate(1)", "DBWrite(names, \"作者\", 0, 5, \"x\")", "Record", "{", "string text", "int n",
-      "DBSearch(names, \"作者\", 0, &n, &text)", "printf(\"%d%s\", n, text)", "}", "printf(\"%d\", n)"}},
+     {"int names = DBCreate(1)", "string last", "int number", "DBWrite(names, \"作者\", 0, 5, \"x\")", "Record", "{", "string text", "int n",
+      "DBSearch(names, \"作者\", 0, &n, &text)", "printf(\"%d%s\", n, text)", "}", "int m = DBRead(names, 0, &last, 0, &number)", "printf(\"%d%s\", m, last)"}},
 };
 
 TEST_F(Jobs, LeaveWhatOneEngineLeaves) {

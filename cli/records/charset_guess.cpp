@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "platform/charset.h"
+#include "records/ascii.h"
 #include "records/charset_marks.h"
 
 namespace karst::cli {
@@ -20,10 +21,8 @@ std::optional<unsigned> EvidenceOfUtf8(std::string_view text, bool open) {
   constexpr size_t kLongestCut = 3;
   unsigned evidence = 0;
   for (size_t at = 0; at < text.size();) {
-    if (static_cast<unsigned char>(text[at]) < 0x80) {
-      ++at;
-      continue;
-    }
+    at += AsciiLength(text.substr(at));
+    if (at == text.size()) break;
     const GbkCharacter character = DecodeUtf8(text.substr(at));
     if (character.code == kNoCharacter) {
       if (open && text.size() - at <= kLongestCut) break;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/charset.h"
+#include "records/ascii.h"
 #include "records/numeric_reference.h"
 
 namespace karst::cli {
@@ -97,45 +98,41 @@ void PutReferenceInUtf8(std::string_view spelt, const NumericReference& referenc
   }
 }
 
-bool IsAscii(char byte) { return static_cast<unsigned char>(byte) < 0x80; }
-
-// SPEED: characters of GBK and ASCII go through a table into a buffer that is large enough; what is none of these is
-// left to the caller. Gives the number of bytes of `gbk` that were converted.
+// SPEED: characters of GBK and ASCII go through a table into a small buffer. What is none of these ends it, and is left
+// to the caller, as is what the buffer has no room for. Gives the number of bytes of `gbk` that were converted.
 size_t ConvertPlainGbk(std::string_view gbk, std::string& utf8) {
+  constexpr size_t kChunk = 2048;
+  char buffer[2 * kChunk + kLongestUtf8];
   const Tables& tables = TheTables();
-  const size_t before = utf8.size();
-  utf8.resize(before + gbk.size() * 2 + 8);
-  const char* from = gbk.data();
-  const char* const end = from + gbk.size();
-  char* to = utf8.data() + before;
-  while (from < end) {
-    uint64_t eight;
-    while (end - from >= 8 && (std::memcpy(&eight, from, 8), (eight & 0x8080808080808080u) == 0)) {
-      std::memcpy(to, &eight, 8);
-      from += 8;
-      to += 8;
-    }
-    while (from < end && IsAscii(*from)) *to++ = *from++;
-    while (end - from >= 2 && !IsAscii(*from)) {
+  gbk = gbk.substr(0, kChunk);
+  char* to = buffer;
+  size_t at = 0;
+  while (at < gbk.size()) {
+    const size_t ascii = AsciiLength(gbk.substr(at));
+    std::memcpy(to, gbk.data() + at, ascii);
+    to += ascii;
+    at += ascii;
+    const size_t start = at;
+    for (; at + 1 < gbk.size() && !IsAsciiByte(gbk[at]); at += 2) {
       const Utf8Bytes& bytes =
-          tables.ToUtf8(static_cast<unsigned char>(from[0]) * 256u + static_cast<unsigned char>(from[1]));
+          tables.ToUtf8(static_cast<unsigned char>(gbk[at]) * 256u + static_cast<unsigned char>(gbk[at + 1]));
       if (bytes.length == 0) break;
       std::memcpy(to, bytes.bytes.data(), kLongestUtf8);
       to += bytes.length;
-      from += 2;
     }
-    if (from < end && !IsAscii(*from)) break;
+    if (at == start) break;
   }
-  utf8.resize(static_cast<size_t>(to - utf8.data()));
-  return static_cast<size_t>(from - gbk.data());
+  utf8.append(buffer, static_cast<size_t>(to - buffer));
+  return at;
 }
 
 // Text without references.
 uint64_t PlainToUtf8(std::string_view gbk, std::string& utf8) {
   uint64_t bad = 0;
   while (!gbk.empty()) {
-    gbk.remove_prefix(ConvertPlainGbk(gbk, utf8));
-    if (gbk.empty()) break;
+    const size_t plain = ConvertPlainGbk(gbk, utf8);
+    gbk.remove_prefix(plain);
+    if (plain > 0) continue;
     const Utf8Bytes& single = TheTables().ToUtf8(static_cast<unsigned char>(gbk[0]));
     if (single.length > 0) {
       utf8.append(single.bytes.data(), single.length);
@@ -152,9 +149,9 @@ uint64_t PlainToGbk(std::string_view utf8, std::string& gbk) {
   const Tables& tables = TheTables();
   uint64_t missing = 0;
   for (size_t at = 0; at < utf8.size();) {
-    const size_t start = at;
-    while (at < utf8.size() && IsAscii(utf8[at])) ++at;
-    gbk.append(utf8.substr(start, at - start));
+    const size_t ascii = AsciiLength(utf8.substr(at));
+    gbk.append(utf8.substr(at, ascii));
+    at += ascii;
     if (at == utf8.size()) break;
     const GbkCharacter character = DecodeUtf8(utf8.substr(at));
     const uint16_t place = character.code == kNoCharacter ? uint16_t{0} : tables.ToGbk(character.code);
@@ -186,10 +183,8 @@ size_t OpenReference(std::string_view text) {
 // Where a character begins whose second byte is still to come.
 size_t OpenCharacter(std::string_view gbk) {
   for (size_t at = 0; at < gbk.size();) {
-    if (IsAscii(gbk[at])) {
-      ++at;
-      continue;
-    }
+    at += AsciiLength(gbk.substr(at));
+    if (at == gbk.size()) break;
     if (at + 1 == gbk.size()) return at;
     at += DecodeGbk(gbk.substr(at)).length;
   }
@@ -224,10 +219,8 @@ void ReversibleUtf8Stream::Finish(std::string& utf8) {
 
 bool IsValidUtf8(std::string_view text) {
   for (size_t at = 0; at < text.size();) {
-    if (IsAscii(text[at])) {
-      ++at;
-      continue;
-    }
+    at += AsciiLength(text.substr(at));
+    if (at == text.size()) break;
     const GbkCharacter character = DecodeUtf8(text.substr(at));
     if (character.code == kNoCharacter) return false;
     at += character.length;

@@ -134,8 +134,9 @@ const Case kCases[] = {
       "printf(\"%d\", ZebGetRcd(\"none\", \"001=1\", &found))", "if _RECORDCOUNT > 2500",
       "ZebGetRcd(\"books\", (\"N\" + _RECORDCOUNT), &found)", "}"}},
     {"tables that only the code ahead of the records fills",
-     {"int names = DBCreate(1)", "string last", "int number", "DBWrite(names, \"作者\", 0, 5, \"x\")", "Record", "{", "string text", "int n",
-      "DBSearch(names, \"作者\", 0, &n, &text)", "printf(\"%d%s\", n, text)", "}", "int m = DBRead(names, 0, &last, 0, &number)", "printf(\"%d%s\", m, last)"}},
+     {"int names = DBCreate(1)", "string last", "int number", "DBWrite(names, \"作者\", 0, 5, \"x\")", "Record", "{",
+      "string text", "int n", "DBSearch(names, \"作者\", 0, &n, &text)", "printf(\"%d%s\", n, text)", "}",
+      "int m = DBRead(names, 0, &last, 0, &number)", "printf(\"%d%s\", m, last)"}},
 };
 
 TEST_F(Jobs, LeaveWhatOneEngineLeaves) {

@@ -77,8 +77,9 @@ class GzipSource : public ByteSource {
   // Zeros may fill up the last block of a medium.
   bool BeginStretch() {
     if (*stream_.next_in != 0) {
+      constexpr Bytef kFirstMark = 0x1F;
       between_ = false;
-      return !padded_ && inflateReset(&stream_) == Z_OK;
+      return !padded_ && *stream_.next_in == kFirstMark && inflateReset(&stream_) == Z_OK;
     }
     padded_ = true;
     while (stream_.avail_in > 0 && *stream_.next_in == 0) {

@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <map>
 
@@ -192,6 +194,30 @@ TEST_F(Jobs, SeveralFilesAndStandardInputAreRunsOfTheirOwn) {
     EXPECT_EQ(results.back().output, results.front().output) << jobs;
     EXPECT_EQ(results.back().error, results.front().error) << jobs;
   }
+}
+
+// --- Several processes
+
+// The command of the documents, with small blocks.
+TEST_F(Jobs, ProcessesUnderParallelGiveTheSame) {
+  const std::string filter =
+      Lines({"Record", "{", "Field \"001\"", "{", "fnprintf(\"stdout\", \"%s\\n\", _FIELD)", "}", "}"});
+  const Traces one = Run(filter, "1");
+  WriteWhole("count.flt", Lines({"int n", "Record", "{", "n = n + 1", "}", "fnprintf(\"stdout\", \"%d\\n\", n)"}));
+  const auto parallel = [](const std::string& name) {
+    const std::string command = "bash -c \"parallel -j 2 -k --pipe --recend $'\\x1d' --block 60k '" +
+                                std::string(ProgramPath()) + "' filter -q " + name + " - < records\"";
+    FILE* const pipe = popen(command.c_str(), "r");
+    std::string output;
+    char buffer[4096];
+    for (size_t count; (count = fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, count);
+    EXPECT_EQ(pclose(pipe), 0);
+    return output;
+  };
+  EXPECT_TRUE(parallel("f.flt") == one.output);
+  // There were several processes, each with closing code of its own.
+  const std::string counts = parallel("count.flt");
+  EXPECT_GT(std::count(counts.begin(), counts.end(), '\n'), 3);
 }
 
 // --- What threads cannot give

@@ -33,7 +33,8 @@ constexpr const char* kRunExample =
 constexpr const char* kFilterExample =
     "Examples:\n"
     "  karst filter --messages stderr --rejects bad.mrc titles.flt books.mrc > titles.txt\n"
-    "  zcat books.mrc.gz | karst filter titles.flt -";
+    "  zcat books.mrc.gz | karst filter titles.flt -\n"
+    "  karst filter --jobs auto --output-charset utf-8 checks.flt books.xml";
 
 constexpr const char* kTreeExample =
     "Example:\n"

@@ -79,7 +79,7 @@ class FileRun {
     if (options_.jobs == 1) reached_ = records_.State();
     if (!is_open_) return result;
     passed_over_.Summarize(reached_, records_.ByteSize(), records.Shown());
-    if (records_.Failure().empty()) return result;
+    if (ended_early_ || records_.Failure().empty()) return result;
     // Records were lost, whatever the filter made of the rest.
     ExplainUnreadable(console_, records, records_.Failure());
     return -1;
@@ -130,10 +130,12 @@ class FileRun {
     try {
       const int result = Told(run.Run());
       reached_ = run.Reached();
+      ended_early_ = !run.RanAll();
       changes_ = run.Changes();
       return result;
     } catch (...) {
       reached_ = run.Reached();
+      ended_early_ = true;
       return Guarded(console_, run.FailedEngine(), filter_, []() -> int { throw; });
     }
   }
@@ -148,6 +150,7 @@ class FileRun {
   RecordSource records_;
   bool has_tree_ = false;
   bool is_open_ = false;
+  bool ended_early_ = false;  // ahead of what the reader has read
   ReadState reached_;
   std::vector<std::string> changes_;
 };

@@ -42,6 +42,8 @@ class SharedRun {
   // FailedEngine() is the engine.
   int Run();
   CMARCTree& FailedEngine() { return *failed_engine_; }
+  // True if the run came to the end of the records, and not to one at which it ended.
+  bool RanAll() const { return !ended_; }
   // How far the reading had come at the last record that ran.
   const ReadState& Reached() const { return reached_; }
   // The variables and tables that records changed, after a run that came to its end.

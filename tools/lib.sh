@@ -48,8 +48,8 @@ need_packages() {
 
 # What the library, the program and the tests need.
 need_build_packages() {
-  need_packages g++ cmake ninja-build make pkg-config libcli11-dev libgtest-dev libgmock-dev python3 libxml2-dev zlib1g-dev
-  need_packages g++ cmake ninja-build pkg-config libcli11-dev libxml2-dev zlib1g-dev libgtest-dev libgmock-dev parallel
+  need_packages g++ cmake ninja-build make pkg-config libcli11-dev libxml2-dev zlib1g-dev libgtest-dev libgmock-dev \
+    parallel python3
 }
 
 # What the checks behind the tests need on top of that.

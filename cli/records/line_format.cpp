@@ -17,6 +17,7 @@ constexpr std::string_view kLeaderTag = "LDR";
 constexpr std::string_view kEscapedLeaderTag = "\\x4CDR";
 constexpr size_t kIndicators = 2;
 constexpr char kEscape = '\\';
+constexpr char kBlankIndicator = '_';
 constexpr char kDelete = 0x7F;
 
 bool HasIndicators(std::string_view tag) { return !tag.starts_with("00") && !tag.starts_with("-0"); }
@@ -66,13 +67,13 @@ class LineWriter {
     const char byte = rest[0];
     if (static_cast<unsigned char>(byte) >= 0x80) return utf8_ ? WriteUtf8(rest) : WriteGbk(rest);
     if (byte == ' ') {
-      Put(indicator ? "#" : outermost ? "\\s" : " ");
+      Put(indicator ? "_" : outermost ? "\\s" : " ");
     } else if (byte == kSubfieldMark) {
       out_ += '$';
     } else if (static_cast<unsigned char>(byte) < ' ' || byte == kDelete) {
       Spell(rest.substr(0, 1));
     } else {
-      if (byte == kEscape || byte == '$' || (indicator && byte == '#')) out_ += kEscape;
+      if (byte == kEscape || byte == '$' || (indicator && byte == kBlankIndicator)) out_ += kEscape;
       out_ += byte;
     }
     return 1;
@@ -147,7 +148,7 @@ class LineReader {
   bool TakeEscape(std::string& out) {
     const char code = rest_.size() > 1 ? rest_[1] : '\0';
     if (code == 'x') return TakeSpelt(out);
-    if (std::string_view("\\$#s").find(code) == std::string_view::npos) return false;
+    if (std::string_view("\\$_s").find(code) == std::string_view::npos) return false;
     out += code == 's' ? ' ' : code;
     rest_.remove_prefix(2);
     return true;
@@ -170,7 +171,7 @@ class LineReader {
 Fault TakeAll(LineReader& reader, size_t indicators, std::string& out) {
   const size_t start = out.size();
   while (!reader.AtEnd()) {
-    if (out.size() - start < indicators && reader.Peek() == '#') {
+    if (out.size() - start < indicators && reader.Peek() == kBlankIndicator) {
       reader.Skip();
       out += ' ';
     } else if (!reader.Take(out)) {

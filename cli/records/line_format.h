@@ -2,12 +2,12 @@
 //
 //   LDR 00312nam0 2200133   450\s
 //   001 KS00000001
-//   100 ##$a20240102d2008    em y0chiy0110    ea
-//   200 1#$a书名$f作者
+//   100 __$a20240102d2008    em y0chiy0110    ea
+//   200 1_$a书名$f作者
 //
 // A line that begins with LDR and a blank begins a record; its 24 bytes are the leader. Every other line is a field:
-// the tag of three characters, a blank, the field's bytes. Empty lines mean nothing. "$" is the mark of a subfield; "#"
-// as an indicator is a blank. "\" begins what cannot stand for itself: "\\", "\$", "\#", "\s" a blank at the begin or
+// the tag of three characters, a blank, the field's bytes. Empty lines mean nothing. "$" is the mark of a subfield; "_"
+// as an indicator is a blank. "\" begins what cannot stand for itself: "\\", "\$", "\_", "\s" a blank at the begin or
 // the end of a field, and "\xHH" any byte, so each control character and each byte that belongs to no character.
 #pragma once
 

@@ -62,7 +62,7 @@ TEST(LineForm, SpellsWhatAnEditorWouldLose) {
                                                      "1 \x1F"
                                                      "a\xCA\xE9\xC3\xFB $5\x1F"
                                                      "f\x81\x5C\xFF"},
-                                                    {"300", "# "},
+                                                    {"300", "_ "},
                                                     {"301", ""},
                                                     {"LDR", "00\r\n"},
                                                     {"9 9",
@@ -71,8 +71,8 @@ TEST(LineForm, SpellsWhatAnEditorWouldLose) {
   const std::string lines =
       "LDR 00312nam0 2200133   450\\s\n"
       "001 \\sa\\\\b\\s\n"
-      "200 1#$a\xCA\xE9\xC3\xFB \\$5$f\x81\x5C\\xFF\n"
-      "300 \\##\n"
+      "200 1_$a\xCA\xE9\xC3\xFB \\$5$f\x81\x5C\\xFF\n"
+      "300 \\__\n"
       "301\n"
       "\\x4CDR 00\\x0D\\x0A\n"
       "9\\s9 \\x1Bx\n"
@@ -90,7 +90,7 @@ TEST(LineForm, ReadsWhatAnEditorHasMadeOfIt) {
                                                        "aT"},
                                                       {"300", ""}});
   for (const std::string text : {
-           "LDR 00312nam0 2200133   450\\s\r\n001 x   \r\n\r\n200 1#$aT\r\n300 \r\n\r\n\r\n",
+           "LDR 00312nam0 2200133   450\\s\r\n001 x   \r\n\r\n200 1_$aT\r\n300 \r\n\r\n\r\n",
            "\xEF\xBB\xBF\n\nLDR 00312nam0 2200133   450\\s\n001 x\n\n200 1 $a\\x54\n300",
        }) {
     for (const size_t portion : {size_t{1}, SIZE_MAX}) {
@@ -111,7 +111,7 @@ TEST(LineForm, TellsWhatIsWrongAndGoesOn) {
       {"LDR 00312nam0 2200133   45\n001 x\n", "第1行：头标不是24个字节"},
       {"LDR\n001 x\n", "第1行：头标不是24个字节"},
       {"LDR 00312nam0 2200133   450\\s\n001 x\n\n20\n", "第4行：字段号不是三个可见字符"},
-      {"LDR 00312nam0 2200133   450\\s\n2001#$aT\n", "第2行：字段号后面没有空格"},
+      {"LDR 00312nam0 2200133   450\\s\n2001_$aT\n", "第2行：字段号后面没有空格"},
       {"LDR 00312nam0 2200133   450\\s\n200 \\q\n", "第2行：“\\”后面不对"},
       {"LDR 00312nam0 2200133   450\\s\n200 \\x1\n", "第2行：“\\”后面不对"},
       {"LDR 00312nam0 2200133   450\\s\n200 a\\\n", "第2行：“\\”后面不对"},

@@ -72,7 +72,7 @@ class RecordMaker {
     static constexpr std::string_view kTags[] = {"001", "100", "200", "-01", "LDR", "9 9", "$$$", "\\\\\\", "<&>"};
     std::vector<IsoField> fields;
     for (size_t count = Below(6); count > 0; --count) {
-      const std::string indicators = Below(3) == 0 ? "" : Below(2) == 0 ? "1 " : "##";
+      const std::string indicators = Below(3) == 0 ? "" : Below(2) == 0 ? "1 " : Below(2) == 0 ? "##" : "__";
       fields.push_back({std::string(kTags[Below(std::size(kTags))]), indicators + Text()});
     }
     return InternalText(Below(4) == 0 ? " 0795nam0#2200265$\\ 450 " : "00795nam0 2200265   450 ", fields);

@@ -134,8 +134,7 @@ TEST(CInterface, RunsScripts) {
   std::string boxes;
   karst_on_message_box(
       engine, [](void* user, const char* text, size_t length) { return Collect(user, text, length), 1; }, &boxes);
-  EXPECT_EQ(engine.RunScript("string s = \"x\"\nMsgBox(s)\n", nullptr), KARST_OK)
-      << karst_error_text(engine, nullptr);
+  EXPECT_EQ(engine.RunScript("string s = \"x\"\nMsgBox(s)\n", nullptr), KARST_OK) << karst_error_text(engine, nullptr);
   EXPECT_EQ(boxes, "x");
 }
 

@@ -10,17 +10,17 @@
 #include "platform/export.h"
 #include "platform/windowsystem.h"
 
-class CHyperWindow {
+class KARST_API CHyperWindow {
  public:
   CHyperWindow() = default;
   CHyperWindow(const CHyperWindow&) = delete;
   CHyperWindow& operator=(const CHyperWindow&) = delete;
   // Takes the frame with it. The parent of a host's own control is told that there is no window any more.
-  KARST_API virtual ~CHyperWindow();
+  virtual ~CHyperWindow();
 
   // Keeps the command (null: the empty one) in the place of an earlier one, and ends a wait for it. To be called on
   // the script's thread.
-  KARST_API void SetCmd(const char* lpszCmd);
+  void SetCmd(const char* lpszCmd);
 
   HWND m_hFrame = nullptr;    // null: the host's own control stands in a window of the host
   HWND m_hControl = nullptr;  // the hypertext control

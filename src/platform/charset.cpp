@@ -208,19 +208,6 @@ class Encoder {
 
 }  // namespace
 
-void AppendUtf8(std::string& out, char32_t code) {
-  const auto tail = [code](int shift) { return static_cast<char>(0x80 | (code >> shift & 0x3F)); };
-  if (code < 0x80) {
-    out += static_cast<char>(code);
-  } else if (code < 0x800) {
-    out += {static_cast<char>(0xC0 | code >> 6), tail(0)};
-  } else if (code < 0x10000) {
-    out += {static_cast<char>(0xE0 | code >> 12), tail(6), tail(0)};
-  } else {
-    out += {static_cast<char>(0xF0 | code >> 18), tail(12), tail(6), tail(0)};
-  }
-}
-
 GbkCharacter DecodeGbk(std::string_view gbk) {
   const auto first = static_cast<unsigned char>(gbk[0]);
   if (first < 0x80) return {first, 1};

@@ -81,7 +81,7 @@ void Reader::CheckCall(const Token& name, const std::vector<Argument>& arguments
   const int row = functions_.FindKernelFunction(key.c_str(), &handler, nullptr, 0);
   if (row < 0) return Report(Rule::kUnknownFunction, name, {name.text});
   const Signature& signature = kSignatures[static_cast<size_t>(row)];
-  if (signature.lacking) return Report(Rule::kFunctionLacking, name, {name.text});
+  if (!handler) return Report(Rule::kFunctionLacking, name, {name.text});
   CheckCount(name, signature, arguments.size());
   for (size_t i = 0; i < arguments.size(); ++i) {
     if (!IsUnused(signature, i, arguments)) CheckArgument(signature, i, arguments[i]);

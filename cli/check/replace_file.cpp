@@ -32,6 +32,7 @@ std::string ReplaceFile(const std::string& path, std::string_view bytes) {
   struct stat old;
   if (!real || stat(real.get(), &old) != 0) return std::strerror(errno);
   if (!S_ISREG(old.st_mode)) return "it is no regular file";
+  if (access(real.get(), W_OK) != 0) return std::strerror(errno);  // a new file could take its name all the same
   std::string fresh = std::string(real.get()) + ".XXXXXX";
   const int file = mkstemp(fresh.data());
   if (file < 0) return std::strerror(errno);

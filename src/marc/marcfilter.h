@@ -26,8 +26,8 @@
 // only what the last one left stays, so that the object does not grow. A host that wants each record to run as if it
 // were the first calls CloseAfterError behind an error.
 //
-// Never shows anything: what the filter prints is dropped. An object serves one thread at a time; two objects do not
-// touch each other.
+// Errors come as text only, and what the filter prints is dropped. An object serves one thread at a time; two objects
+// do not touch each other.
 //
 // CHOICE: no copies. An interpreter with its variables half way through a run has no copy that would make sense.
 class KARST_API CMARCFilter : public CMARCTree {

@@ -35,14 +35,6 @@ std::string_view LocaleName() {
   return {};
 }
 
-void AppendEscaped(std::string_view bytes, std::string& text) {
-  for (const char byte : bytes) {
-    char escaped[5];
-    std::snprintf(escaped, sizeof escaped, "\\x%02X", static_cast<unsigned char>(byte));
-    text += escaped;
-  }
-}
-
 // How many bytes at the start of `gbk` are refused together: a pair that has the shape of a character but stands for
 // none is one unit, so that the characters behind it keep their boundaries. An ASCII byte is never taken along.
 size_t RefusedLength(std::string_view gbk) {
@@ -58,6 +50,14 @@ size_t Utf8Length(char lead) {
 }
 
 }  // namespace
+
+void AppendEscaped(std::string_view bytes, std::string& text) {
+  for (const char byte : bytes) {
+    char escaped[5];
+    std::snprintf(escaped, sizeof escaped, "\\x%02X", static_cast<unsigned char>(byte));
+    text += escaped;
+  }
+}
 
 Encoding EncodingByName(std::string_view name) { return Normalized(name) == "gbk" ? Encoding::kGbk : Encoding::kUtf8; }
 

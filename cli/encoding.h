@@ -35,6 +35,9 @@ class Utf8Stream {
   char lead_byte_ = 0;         // first half of a character whose second half is still to come
 };
 
+// Adds each byte as \xHH with its value.
+void AppendEscaped(std::string_view bytes, std::string& text);
+
 // A whole text.
 std::string ToUtf8(std::string_view gbk);
 // False if the bytes are no UTF-8 or a character has no place in GBK; each such character is then "〓" in `gbk`.

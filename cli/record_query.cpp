@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "outside/cartulary.h"
+#include "records/field_shape.h"
 
 namespace karst::cli {
 namespace {
@@ -11,7 +12,6 @@ namespace {
 constexpr std::string_view kWhiteSpace = " \t\r\n\v\f";
 constexpr char kCodeMark = '$';
 constexpr size_t kPlaceWithCode = kTagLength + 2;
-constexpr size_t kIndicators = 2;
 
 // In GBK no second byte of a character is white space.
 std::string_view Trimmed(std::string_view text) {
@@ -36,8 +36,6 @@ std::string_view TakeUntil(std::string_view& text, char end) {
   text.remove_prefix(std::min(piece.size() + 1, text.size()));
   return piece;
 }
-
-bool HasIndicators(std::string_view tag) { return !tag.starts_with("00") && !tag.starts_with("-0"); }
 
 void UseSubfields(std::string_view field, char code, const std::function<void(std::string_view)>& use) {
   TakeUntil(field, kSubfieldMark);

@@ -8,6 +8,7 @@
 #include "outside/cartulary.h"
 #include "outside/isorecord.h"
 #include "platform/charset.h"
+#include "records/field_shape.h"
 #include "records/reversible.h"
 
 namespace karst::cli {
@@ -15,12 +16,9 @@ namespace {
 
 constexpr std::string_view kLeaderTag = "LDR";
 constexpr std::string_view kEscapedLeaderTag = "\\x4CDR";
-constexpr size_t kIndicators = 2;
 constexpr char kEscape = '\\';
 constexpr char kBlankIndicator = '_';
 constexpr char kDelete = 0x7F;
-
-bool HasIndicators(std::string_view tag) { return !tag.starts_with("00") && !tag.starts_with("-0"); }
 
 // Characters of UTF-8 that editors hide or take for the end of a line.
 bool IsHidden(char32_t code) { return code < 0xA0 || code == 0x2028 || code == 0x2029 || code == 0xFEFF; }
@@ -94,13 +92,7 @@ class LineWriter {
     return bytes.size();
   }
   void Put(std::string_view text) { out_ += text; }
-  void Spell(std::string_view bytes) {
-    static constexpr char kDigits[] = "0123456789ABCDEF";
-    for (const char byte : bytes) {
-      const auto value = static_cast<unsigned char>(byte);
-      out_ += {kEscape, 'x', kDigits[value >> 4], kDigits[value & 15]};
-    }
-  }
+  void Spell(std::string_view bytes) { AppendEscaped(bytes, out_); }
 
   std::string& out_;
   bool utf8_;

@@ -4,14 +4,15 @@
 #include <algorithm>
 #include <iterator>
 
+#include "encoding.h"
 #include "outside/cartulary.h"
 #include "platform/charset.h"
+#include "records/field_shape.h"
 
 namespace karst::cli {
 namespace {
 
 constexpr size_t kIndent = 7;  // tag, blank, indicators, blank
-constexpr size_t kIndicators = 2;
 constexpr std::string_view kPlain = "\x1B[0m";
 constexpr std::string_view kBold = "\x1B[1m";
 constexpr std::string_view kTagColour = "\x1B[36m";
@@ -35,16 +36,6 @@ bool IsIn(const Range (&ranges)[kCount], char32_t code) {
 }
 
 bool IsControl(char32_t code) { return code < 0x20 || (code >= 0x7F && code < 0xA0); }
-
-std::string Spelt(std::string_view bytes) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string spelt;
-  for (const char byte : bytes) {
-    const auto value = static_cast<unsigned char>(byte);
-    spelt += {'\\', 'x', kDigits[value >> 4], kDigits[value & 15]};
-  }
-  return spelt;
-}
 
 // The data of the first field 001, empty if there is none.
 std::string_view ControlNumber(std::string_view record) {
@@ -93,7 +84,7 @@ void RecordDisplay::AppendHead(std::string_view record, uint64_t number) {
 
 void RecordDisplay::AppendField(std::string_view field) {
   const std::string_view tag = field.substr(0, kTagLength);
-  const bool has_indicators = !tag.starts_with("00") && !tag.starts_with("-0") && tag != "LDR";
+  const bool has_indicators = HasIndicators(tag) && tag != "LDR";
   const std::string_view indicators = field.substr(tag.size(), has_indicators ? kIndicators : 0);
   Colour(kTagColour);
   Put(tag);
@@ -131,7 +122,8 @@ void RecordDisplay::Put(std::string_view text) {
     const GbkCharacter character = DecodeUtf8(text);
     const std::string_view bytes = text.substr(0, character.length);
     if (character.code == kNoCharacter || IsControl(character.code)) {
-      const std::string spelt = Spelt(bytes);
+      std::string spelt;
+      AppendEscaped(bytes, spelt);
       PutCharacter(spelt, spelt.size());
     } else {
       PutCharacter(bytes, ColumnsOf(character.code));

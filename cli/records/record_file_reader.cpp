@@ -3,18 +3,13 @@
 
 #include <algorithm>
 
+#include "records/ascii.h"
 #include "records/charset_guess.h"
 
 namespace karst::cli {
 namespace {
 
 constexpr size_t kHead = 4096;
-
-std::string Lowered(std::string_view text) {
-  std::string lowered(text);
-  for (char& c : lowered) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  return lowered;
-}
 
 // The encoding that the XML declaration at the head of a file names, empty if it names none.
 std::string DeclaredCharset(std::string_view head) {
@@ -30,7 +25,7 @@ std::string DeclaredCharset(std::string_view head) {
   const size_t quote = declaration.find_first_of("\"'");
   if (quote == head.npos) return "";
   const size_t close = declaration.find(declaration[quote], quote + 1);
-  return Lowered(declaration.substr(quote + 1, close == head.npos ? 0 : close - quote - 1));
+  return LoweredAscii(declaration.substr(quote + 1, close == head.npos ? 0 : close - quote - 1));
 }
 
 // Charsets whose text UTF-8 text is, too.

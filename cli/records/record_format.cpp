@@ -6,6 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "records/ascii.h"
+
 namespace karst::cli {
 namespace {
 
@@ -34,14 +36,6 @@ constexpr std::string_view kGzEnding = ".gz";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kWhiteSpace = " \t\r\n";
 
-char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-std::string Lowered(std::string_view text) {
-  std::string lowered(text);
-  std::transform(text.begin(), text.end(), lowered.begin(), Lower);
-  return lowered;
-}
-
 template <class Value, size_t kCount>
 std::string_view NameIn(const Names<Value, kCount>& names, Value value) {
   const auto found = std::find_if(names.begin(), names.end(), [&](const auto& name) { return name.first == value; });
@@ -50,7 +44,7 @@ std::string_view NameIn(const Names<Value, kCount>& names, Value value) {
 
 template <class Value, size_t kCount>
 std::optional<Value> ValueIn(const Names<Value, kCount>& names, std::string_view name) {
-  const std::string wanted = Lowered(name);
+  const std::string wanted = LoweredAscii(name);
   const auto found = std::find_if(names.begin(), names.end(), [&](const auto& pair) { return pair.second == wanted; });
   return found == names.end() ? std::nullopt : std::optional<Value>(found->first);
 }
@@ -64,11 +58,11 @@ std::optional<RecordFormat> FormatByName(std::string_view name) { return ValueIn
 std::optional<RecordCharset> CharsetByName(std::string_view name) { return ValueIn(kCharsets, name); }
 std::optional<Flavour> FlavourByName(std::string_view name) { return ValueIn(kFlavours, name); }
 
-bool EndsInGz(std::string_view name) { return Lowered(name).ends_with(kGzEnding); }
+bool EndsInGz(std::string_view name) { return LoweredAscii(name).ends_with(kGzEnding); }
 
 RecordFormat FormatOfFileName(std::string_view name) {
   if (EndsInGz(name)) name.remove_suffix(kGzEnding.size());
-  const std::string lowered = Lowered(name);
+  const std::string lowered = LoweredAscii(name);
   for (const auto& [format, ending] : kEndings) {
     if (lowered.ends_with(ending)) return format;
   }

@@ -2,18 +2,16 @@
 #include "records/xml_format.h"
 
 #include "outside/cartulary.h"
+#include "records/field_shape.h"
 #include "records/xml_text.h"
 
 namespace karst::cli {
 namespace {
 
-constexpr size_t kIndicators = 2;
-
 bool IsVisible(char byte) { return byte >= 0x20 && byte < 0x7F; }
 
 bool FitsDatafield(std::string_view field) {
-  if (field.starts_with("00") || field.starts_with("-0")) return false;
-  if (field.size() < kTagLength + kIndicators) return false;
+  if (!HasIndicators(field) || field.size() < kTagLength + kIndicators) return false;
   if (!IsVisible(field[kTagLength]) || !IsVisible(field[kTagLength + 1])) return false;
   const std::string_view data = field.substr(kTagLength + kIndicators);
   if (!data.empty() && data[0] != kSubfieldMark) return false;

@@ -31,8 +31,6 @@ KARST_API std::string GbkToUtf8(std::string_view gbk);
 // UTF-8 to GBK. False if a character has no place in GBK or the bytes are no UTF-8; `bad_offset` (may be null) then
 // says where, and `gbk` holds what came before.
 KARST_API bool Utf8ToGbk(std::string_view utf8, std::string& gbk, size_t* bad_offset);
-// Adds a code point to a UTF-8 text.
-void AppendUtf8(std::string& utf8, char32_t code);
 // The code point at the head of `utf8`, which is not empty, and its length in bytes; kNoCharacter and 1 if the bytes
 // are no UTF-8.
 KARST_API GbkCharacter DecodeUtf8(std::string_view utf8);

@@ -101,6 +101,7 @@ int Console::AnswerBox(std::string_view text) {
     diverted->Add(OutputLog::Kind::kBox, text);
     return kOk;
   }
+  if (box_taker_ && box_taker_(text)) return kOk;
   Show(Displayed(text) + "\n");
   if (!error_is_terminal_ || !isatty(STDIN_FILENO)) return kOk;
   Show("[Enter] ");

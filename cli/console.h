@@ -48,6 +48,9 @@ class Console {
   static OutputLog* Diverted();
   // Brings out what a log holds; texts for files go to `deliver`.
   void Replay(const OutputLog& log, const std::function<void(const NamedText&)>& deliver);
+  // Asked first with the text of a message box, in GBK. True if the user has answered it there.
+  using MessageBoxTaker = std::function<bool(std::string_view gbk)>;
+  void OnMessageBox(MessageBoxTaker taker) { box_taker_ = std::move(taker); }
 
   bool ErrorIsTerminal() const { return error_is_terminal_; }
   Encoding TextEncoding() const { return encoding_; }
@@ -83,6 +86,7 @@ class Console {
   std::unique_ptr<Writer> messages_writer_;
   Writer* messages_ = nullptr;
   HWND control_ = nullptr;
+  MessageBoxTaker box_taker_;
   std::set<std::string, std::less<>> said_once_;
 };
 

@@ -11,6 +11,7 @@
 #include "record_database.h"
 #include "stop_request.h"
 #include "verbs.h"
+#include "windows/script_windows.h"
 
 namespace karst::cli {
 namespace {
@@ -54,6 +55,7 @@ int RunToEnd(const Options& options) {
   RecordDatabases databases(options);  // ahead of the console, which empties files
   Console console(options);
   databases.TellOn(console);
+  const ScriptWindows windows(options, console);
   const int status = RunGuarded(options, console);
   if (!console.Finish()) return kOutputFailed;
   if (StopSignal() == 0) return status;

@@ -53,6 +53,7 @@ struct RawOptions {
   std::string jobs = "1";
   std::string records_charset = "auto";
   std::string output_charset = "auto";
+  std::string windows = "browser";
 };
 
 void AddCommonOptions(CLI::App& app, RawOptions& raw) {
@@ -86,12 +87,20 @@ void AddRecordsCharset(CLI::App& app, RawOptions& raw) {
       ->option_text("gbk|utf-8|auto");
 }
 
+void AddWindows(CLI::App& app, RawOptions& raw) {
+  app.add_option("--windows", raw.windows,
+                 "Where windows that a script opens are shown (default: browser, as pages in the user's browser)")
+      ->check(CLI::IsMember({"browser", "memory", "none"}))
+      ->option_text("browser|memory|none");
+}
+
 void AddRun(CLI::App& app, RawOptions& raw) {
   CLI::App* run = app.add_subcommand("run", "Run a script");
   run->add_option("SCRIPT", raw.options.program, "The script (.pro)")->required()->option_text(" ");
   AddCommonOptions(*run, raw);
   AddDatabases(*run, raw);
   AddRecordsCharset(*run, raw);
+  AddWindows(*run, raw);
   run->footer(kRunExample);
   run->callback([&raw] { raw.options.verb = Verb::kRun; });
 }
@@ -135,6 +144,7 @@ void AddFilter(CLI::App& app, RawOptions& raw) {
   AddDatabases(*filter, raw);
   AddRecordsCharset(*filter, raw);
   AddOutputCharset(*filter, raw);
+  AddWindows(*filter, raw);
   filter->add_option("--progress", raw.progress, "Show progress on standard error (default: auto, on a terminal)")
       ->check(CLI::IsMember({"always", "never", "auto"}))
       ->option_text("always|never|auto");
@@ -178,6 +188,8 @@ Options Finished(RawOptions& raw) {
   options.output_charset = *CharsetByName(raw.output_charset);
   if (raw.progress == "always") options.progress = ProgressMode::kAlways;
   if (raw.progress == "never" || options.quiet) options.progress = ProgressMode::kNever;
+  if (raw.windows == "memory") options.windows = WindowsMode::kMemory;
+  if (raw.windows == "none") options.windows = WindowsMode::kNone;
   return options;
 }
 

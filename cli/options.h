@@ -14,6 +14,7 @@ namespace karst::cli {
 
 enum class Verb { kRun, kFilter, kTree, kCheck, kConvert, kShow, kCount, kSplit };
 enum class ProgressMode { kAuto, kAlways, kNever };
+enum class WindowsMode { kBrowser, kMemory, kNone };
 
 struct Options {
   Verb verb = Verb::kRun;
@@ -28,6 +29,7 @@ struct Options {
   std::string program;                                   // the script or filter
   std::vector<std::string> databases;                    // "NAME=FILE" each, neither part empty
   std::vector<std::string> records;                      // record files; "-" is standard input
+  WindowsMode windows = WindowsMode::kBrowser;           // where windows that a script opens are shown
   CheckOptions check;
   RecordToolOptions record_tools;
 };

@@ -4,6 +4,7 @@
 #include "record_database.h"
 #include "stop_request.h"
 #include "verbs.h"
+#include "windows/script_windows.h"
 
 namespace karst::cli {
 namespace {
@@ -22,6 +23,7 @@ int RunScript(const Options& options, Console& console) {
   console.Connect(script);
   RecordDatabases::Connect(script);
   const StoppableRun stoppable(script);
+  const ScriptWindows::RunScope windows;
   try {
     const int result = script.Run(file.ForLibrary());
     if (result == -1) ExplainFailure(console, script, file);

@@ -12,6 +12,7 @@
 #include "standard_input.h"
 #include "stop_request.h"
 #include "verbs.h"
+#include "windows/script_windows.h"
 
 namespace karst::cli {
 namespace {
@@ -146,6 +147,7 @@ class FileRun {
   PassedOver& passed_over_;
   CMARCTree tree_;
   const StoppableRun stoppable_;
+  const ScriptWindows::RunScope windows_;
   NamedFiles files_;
   RecordSource records_;
   bool has_tree_ = false;

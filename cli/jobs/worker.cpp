@@ -5,6 +5,7 @@
 
 #include "exit_status.h"
 #include "filter/named_files.h"
+#include "platform/queuedwindows.h"
 #include "record_database.h"
 
 namespace karst::cli {
@@ -63,6 +64,8 @@ Worker::Worker(Console& console) : stoppable_(tree_) {
   tree_.Initial();
   console.Connect(tree_);
   RecordDatabases::Connect(tree_);
+  // Windows belong to the thread that owns the first engine; here they cannot be opened.
+  tree_.UseHyperModule(std::make_shared<HyperModule>(std::make_unique<QueuedWindows>(nullptr)));
   tree_.OnNamedOutput(NamedFiles::Divert);
 }
 

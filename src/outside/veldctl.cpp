@@ -24,7 +24,8 @@ bool IsControlCharacter(char byte) {
 }
 
 bool IsPlain(char byte) {
-  return (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || byte < 0;
+  return (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') ||
+         static_cast<unsigned char>(byte) >= 0x80;
 }
 
 std::string_view TextOrEmpty(const char* text) { return text ? text : ""; }
@@ -34,13 +35,15 @@ void AppendReference(std::string& text, char32_t code) { ((text += "&#") += std:
 std::string Escaped(std::string_view value) {
   std::string escaped;
   for (std::string_view rest = value; !rest.empty();) {
-    const size_t length = DecodeGbk(rest).length;
-    if (length == 1 && !IsPlain(rest[0])) {
-      AppendReference(escaped, static_cast<unsigned char>(rest[0]));
+    const GbkCharacter character = DecodeGbk(rest);
+    if (character.code == kNoCharacter) {
+      escaped += '?';  // half a character would take a byte of the page with it
+    } else if (character.length == 1 && !IsPlain(rest[0])) {
+      AppendReference(escaped, character.code);
     } else {
-      escaped += rest.substr(0, length);
+      escaped += rest.substr(0, character.length);
     }
-    rest.remove_prefix(length);
+    rest.remove_prefix(character.length);
   }
   return escaped;
 }

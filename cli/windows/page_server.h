@@ -1,0 +1,46 @@
+// The server that brings pages to the browser, on a loopback address only.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "windows/page_board.h"
+#include "windows/page_text.h"
+
+namespace karst::cli {
+
+// Serves what stands on the board, from threads of its own:
+//
+//   GET  /open/TICKET         once: goes on to the page that the ticket was made for
+//   GET  /SECRET/             the page around the document; shell.css and shell.js with it
+//   GET  /SECRET/events       the states of the page, as they come, as server-sent events
+//   GET  /SECRET/page/        the document
+//   GET  /SECRET/page/NAME    a file beside it
+//   POST /SECRET/report       what the user did
+//
+// Anything else, a wrong secret, and a request with another Host or Origin are refused.
+class PageServer {
+ public:
+  // A report of the user at a frame, of the kinds kLink, kForm and kEnter; called on a thread of the server. False:
+  // there are too many that nobody has taken.
+  using Taker = std::function<bool(HWND frame, PageReport report)>;
+
+  // Listens on a free port at once. HostError if it cannot.
+  PageServer(PageBoard& board, Taker taker);
+  PageServer(const PageServer&) = delete;
+  PageServer& operator=(const PageServer&) = delete;
+  // Lets the open pages see their last state, for half a second at most.
+  ~PageServer();
+
+  std::string AddressOf(const std::string& secret) const;
+  // An address that leads there once: what other users of the machine may see in the list of processes opens nothing
+  // after the browser has used it.
+  std::string TicketFor(const std::string& secret);
+
+ private:
+  class Service;
+  std::unique_ptr<Service> service_;
+};
+
+}  // namespace karst::cli

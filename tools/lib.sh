@@ -50,6 +50,8 @@ need_packages() {
 need_build_packages() {
   need_packages g++ cmake ninja-build make pkg-config libcli11-dev libxml2-dev zlib1g-dev libgtest-dev libgmock-dev \
     parallel python3
+  need_packages g++ cmake ninja-build pkg-config libcli11-dev libcpp-httplib-dev \
+    nlohmann-json3-dev libgtest-dev libgmock-dev
 }
 
 # What the checks behind the tests need on top of that.
@@ -59,6 +61,10 @@ need_check_packages() {
 # What making the Debian packages and using them needs.
 need_package_tools() {
   need_packages dpkg-dev lintian man-db bash-completion fish
+}
+# What the tests of windows need: a browser with its driver, and a font for Chinese.
+need_browser_packages() {
+  need_packages chromium chromium-driver fonts-wqy-microhei python3
 }
 need_fuzz_packages() {
   need_packages clang libclang-rt-14-dev

@@ -53,7 +53,7 @@ std::optional<PageState> PageBoard::WaitForChange(HWND frame, const std::string&
   const Viewer* waiting = FindViewer(frame, viewer);
   if (waiting == nullptr) return std::nullopt;
   const PageState& state = pages_[frame].state;
-  changed_.wait_for(lock, most, [&] { return state.version != known || IsLeaving(*waiting); });
+  changed_.wait_for(lock, most, [&] { return state.version != known || all_sent_away_ || IsLeaving(*waiting); });
   return state.version == known ? std::nullopt : std::optional(state);
 }
 
@@ -100,7 +100,15 @@ void PageBoard::Leave(HWND frame, const std::string& viewer) {
 bool PageBoard::HasLeft(HWND frame, const std::string& viewer) {
   const std::lock_guard lock(mutex_);
   const Viewer* known = FindViewer(frame, viewer);
-  return known == nullptr || IsLeaving(*known);
+  return all_sent_away_ || known == nullptr || IsLeaving(*known);
+}
+
+void PageBoard::SendAllAway() {
+  {
+    const std::lock_guard lock(mutex_);
+    all_sent_away_ = true;
+  }
+  changed_.notify_all();
 }
 
 bool PageBoard::IsConnected(const BoardPage& page) {

@@ -80,6 +80,8 @@ class PageBoard {
   // It says that it is leaving: closed, or loaded afresh.
   void Leave(HWND frame, const std::string& viewer);
   bool HasLeft(HWND frame, const std::string& viewer);
+  // From here on every viewer counts as one that leaves.
+  void SendAllAway();
   // The open windows at which nobody looks any more, though somebody did; each is given once. A viewer that comes back
   // soon enough was never away.
   std::vector<HWND> TakeDeserted();
@@ -121,6 +123,7 @@ class PageBoard {
   mutable std::condition_variable changed_;
   std::map<HWND, BoardPage> pages_;
   bool run_over_ = false;
+  bool all_sent_away_ = false;
   uint64_t last_message_ = 0;
   uint64_t answered_ = 0;
 };

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <set>
 #include <thread>
 
 #include "exit_status.h"
@@ -22,7 +23,7 @@ using httplib::Response;
 
 constexpr const char* kLoopback = "127.0.0.1";
 constexpr size_t kThreads = 32;
-constexpr size_t kMostWaiting = 64;    // LIMIT: connections that wait for a thread; a further one is closed at once
+constexpr int kMostWaiting = 64;       // LIMIT: connections that wait for a thread; a further one is closed at once
 constexpr int kMostStreams = 24;       // LIMIT: pages that follow at a time, so that threads are left for all else
 constexpr size_t kMostBody = 1 << 20;  // LIMIT: bytes of a report
 constexpr size_t kMostFileBytes = 32 << 20;  // LIMIT: bytes of a file beside a page
@@ -65,23 +66,44 @@ class BoundedPool : public httplib::ThreadPool {
   }
 
  private:
-  std::atomic<size_t> waiting_{0};
+  std::atomic<int> waiting_{0};
 };
 
 // One request a connection, so that its limits are those of the request.
 class LimitedServer : public httplib::Server {
+ public:
+  // The library's own queue of connections that are not accepted yet is shorter than what a browser opens at once.
+  void WidenQueue() { ::listen(svr_sock_, kMostWaiting); }
+  // Ends every connection, those that are still to be served included: none keeps a thread from its end.
+  void DropConnections() {
+    const std::lock_guard lock(mutex_);
+    dropping_ = true;
+    for (const socket_t socket : sockets_) shutdown(socket, SHUT_RDWR);
+  }
+
  private:
   bool process_and_close_socket(socket_t socket) override {
     bool served = false;
-    if (!turned_away) {
+    if (!turned_away && Enter(socket)) {
       Connection connection(socket);
       bool closed = false;
       served = process_request(connection, true, closed, nullptr);
       shutdown(socket, SHUT_RDWR);
+      const std::lock_guard lock(mutex_);
+      sockets_.erase(socket);
     }
     close(socket);
     return served;
   }
+  bool Enter(socket_t socket) {
+    const std::lock_guard lock(mutex_);
+    if (!dropping_) sockets_.insert(socket);
+    return !dropping_;
+  }
+
+  std::mutex mutex_;
+  std::set<socket_t> sockets_;
+  bool dropping_ = false;
 };
 
 // Signals are for the script's thread.
@@ -115,14 +137,16 @@ class PageServer::Service {
     SetRoutes();
     port_ = server_.bind_to_any_port(kLoopback);
     if (port_ <= 0) throw HostError(kOutputFailed, "no free port for the pages of windows");
+    server_.WidenQueue();
     host_ = std::string(kLoopback) + ":" + std::to_string(port_);
     thread_ = WithoutSignals([this] { return std::thread([this] { server_.listen_after_bind(); }); });
     while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   ~Service() {
     board_.WaitForNobody(kFarewell);
-    ending_.store(true);
+    board_.SendAllAway();
     server_.stop();
+    server_.DropConnections();
     thread_.join();
   }
 
@@ -248,7 +272,7 @@ class PageServer::Service {
   // One event, or a comment where there is none for a while. False ends the stream.
   bool SendNext(HWND frame, const std::string& viewer, uint64_t& known, httplib::DataSink& sink) {
     const std::optional<PageState> state = board_.WaitForChange(frame, viewer, known, kBeat);
-    if (ending_.load() || board_.HasLeft(frame, viewer)) return false;
+    if (board_.HasLeft(frame, viewer)) return false;
     std::string event = state ? "data: " + StateText(*state) + "\n\n" : ":\n\n";
     if (known == kNothingKnown) event = "retry: 500\n" + event;
     if (!sink.write(event.data(), event.size())) return false;
@@ -281,7 +305,6 @@ class PageServer::Service {
   std::string host_;
   std::thread thread_;
   std::atomic<int> streams_{0};
-  std::atomic<bool> ending_{false};
   std::mutex tickets_mutex_;
   std::map<std::string, std::string> tickets_;  // to secrets
 };

@@ -13,7 +13,7 @@ _ELEMENT = "element-6066-11e4-a52e-4f735466cecf"
 _ARGUMENTS = [
     "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
     "--disable-background-networking", "--disable-component-update", "--disable-sync",
-    "--window-size=1000,760", "--lang=zh-CN",
+    "--window-size=900,600", "--lang=zh-CN",
 ]
 
 

@@ -4,7 +4,8 @@ import time
 import unittest
 
 from karst_run import Folder, Run
-from webdriver import Browser, wait_until
+from webdriver import wait_until
+from window_case import WindowCase
 
 # What scripts begin with: wait for a command of the window, and say what came.
 PRELUDE = """string command
@@ -22,43 +23,7 @@ def page(body, title="x"):
     return f"<!DOCTYPE html><html><head><title>{title}</title></head><body>{body}</body></html>"
 
 
-class WindowTest(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.browser = Browser()
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.browser.__exit__()
-
-    def setUp(self):
-        self.home = self.browser.pages()[0]
-
-    def tearDown(self):
-        for handle in self.browser.pages():
-            if handle != self.home:
-                self.browser.go_to(handle)
-                self.browser.close_page()
-        self.browser.go_to(self.home)
-
-    def show(self, run, number=0, files_shown=1):
-        """Opens the page of a window and waits until it shows that file, counted from 1."""
-        handle = self.browser.new_page(run.address(number))
-        self.wait_for_page(files_shown)
-        return handle
-
-    def wait_for_page(self, number):
-        self.browser.leave_document()
-        wait_until(lambda: self.browser.run("return document.body.dataset.page") == str(number), f"page {number}")
-        self.browser.enter_document()
-
-    def shell(self, script):
-        self.browser.leave_document()
-        return self.browser.run(script)
-
-    def wait_for_end(self, text):
-        wait_until(lambda: self.shell("return document.getElementById('reason').textContent") == text, text)
-
+class WindowTest(WindowCase):
     def test_links_and_pages_in_gbk(self):
         first = page("<h1>第一页</h1><a id=l href='karst:open?title=红楼梦&amp;n=1'>打开</a>")
         second = page("<h1>第二页 ：{{题名}}</h1><a id=back href=' KARST:back'>返回</a>")

@@ -48,10 +48,8 @@ need_packages() {
 
 # What the library, the program and the tests need.
 need_build_packages() {
-  need_packages g++ cmake ninja-build make pkg-config libcli11-dev libxml2-dev zlib1g-dev libgtest-dev libgmock-dev \
-    parallel python3
-  need_packages g++ cmake ninja-build pkg-config libcli11-dev libcpp-httplib-dev \
-    nlohmann-json3-dev libgtest-dev libgmock-dev
+  need_packages g++ cmake ninja-build make pkg-config libcli11-dev libcpp-httplib-dev libxml2-dev nlohmann-json3-dev \
+    zlib1g-dev libgtest-dev libgmock-dev parallel python3
 }
 
 # What the checks behind the tests need on top of that.

@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <sstream>
@@ -55,12 +56,18 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
   return pointers;
 }
 
-// The parent's variables without those that name a locale, and the setup's behind them.
+bool IsSetAnew(std::string_view variable, const ChildSetup& setup) {
+  const std::string_view name = variable.substr(0, variable.find('=') + 1);
+  return std::any_of(setup.environment.begin(), setup.environment.end(),
+                     [&](const std::string& other) { return other.starts_with(name); });
+}
+
+// The parent's variables without those that name a locale or are set anew, and the setup's behind them.
 std::vector<std::string> Environment(const ChildSetup& setup) {
   std::vector<std::string> variables;
   for (char** entry = environ; *entry; ++entry) {
     const std::string_view text = *entry;
-    if (!text.starts_with("LC_") && !text.starts_with("LANG")) variables.emplace_back(text);
+    if (!text.starts_with("LC_") && !text.starts_with("LANG") && !IsSetAnew(text, setup)) variables.emplace_back(text);
   }
   variables.insert(variables.end(), setup.environment.begin(), setup.environment.end());
   return variables;

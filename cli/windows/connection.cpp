@@ -45,9 +45,15 @@ ssize_t Connection::read(char* target, size_t size) {
   return static_cast<ssize_t>(count);
 }
 
+// All of it, or a failure: the library does not ask how much was written.
 ssize_t Connection::write(const char* bytes, size_t size) {
-  if (!is_writable()) return -1;
-  return send(socket_, bytes, size, MSG_NOSIGNAL);
+  for (size_t done = 0; done < size;) {
+    if (!is_writable()) return -1;
+    const ssize_t count = send(socket_, bytes + done, size - done, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (count < 0 && errno != EAGAIN && errno != EINTR) return -1;
+    done += static_cast<size_t>(std::max<ssize_t>(count, 0));
+  }
+  return static_cast<ssize_t>(size);
 }
 
 void Connection::get_remote_ip_and_port(std::string& ip, int& port) const {

@@ -108,6 +108,7 @@ function onEnter(event) {
 
 function keep() {
   const page = view.contentDocument;
+  if (!page) return;
   const focus = page.activeElement;
   kept = {
     page: loaded.page, values: entered(page), x: view.contentWindow.scrollX, y: view.contentWindow.scrollY,

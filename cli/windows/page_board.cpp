@@ -64,6 +64,12 @@ PageBoard::Viewer* PageBoard::FindViewer(HWND frame, const std::string& viewer) 
   return found == page->second.viewers.end() ? nullptr : &found->second;
 }
 
+void PageBoard::Expect(HWND frame) {
+  const std::lock_guard lock(mutex_);
+  const auto page = pages_.find(frame);
+  if (page != pages_.end()) page->second.expected_until = Clock::now() + kReconnectTime;
+}
+
 bool PageBoard::Arrive(HWND frame, const std::string& viewer) {
   const std::lock_guard lock(mutex_);
   const auto page = pages_.find(frame);
@@ -74,6 +80,7 @@ bool PageBoard::Arrive(HWND frame, const std::string& viewer) {
   Viewer& arrived = viewers[viewer];
   ++arrived.connections;
   arrived.gone_at = {};
+  page->second.expected_until = {};
   page->second.was_seen = true;
   return true;
 }
@@ -119,7 +126,7 @@ bool PageBoard::IsConnected(const BoardPage& page) {
 bool PageBoard::IsDeserted(BoardPage& page, Clock::time_point now) {
   std::erase_if(page.viewers,
                 [&](const auto& entry) { return entry.second.connections == 0 && entry.second.gone_at <= now; });
-  return page.was_seen && page.viewers.empty();
+  return page.was_seen && page.viewers.empty() && page.expected_until <= now;
 }
 
 std::vector<HWND> PageBoard::TakeDeserted() {

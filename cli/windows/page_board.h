@@ -72,6 +72,8 @@ class PageBoard {
   std::optional<PageState> WaitForChange(HWND frame, const std::string& viewer, uint64_t known,
                                          std::chrono::milliseconds most);
 
+  // A browser has asked for the page, and is about to arrive: slow as it may be, it was never away.
+  void Expect(HWND frame);
   // Somebody looks at the page: a browser's page under the name that it gave itself. False if there are too many.
   // A name may come again, before or after it went.
   bool Arrive(HWND frame, const std::string& viewer);
@@ -108,6 +110,7 @@ class PageBoard {
     std::string secret;
     PageState state;
     std::map<std::string, Viewer> viewers;
+    Clock::time_point expected_until{};
     bool was_seen = false;
     bool was_reported = false;
   };

@@ -210,6 +210,7 @@ class PageServer::Service {
     if (route.rest == "events") return Follow(route.frame, request, response);
     if (route.rest == kPage) return SendDocument(route.frame, request, response);
     if (route.rest.starts_with(kPage)) return SendFile(route.frame, route.rest.substr(kPage.size()), response);
+    if (route.rest.empty()) board_.Expect(route.frame);
     SendShell(route.rest, response);
   }
 

@@ -1,5 +1,7 @@
 """Windows of scripts in a real browser: what the user sees, what the script gets to know of it."""
 
+import http.server
+import threading
 import time
 import unittest
 
@@ -21,6 +23,29 @@ OPEN = PRELUDE + 'w = OpenWindow("page.html")\n'
 
 def page(body, title="x"):
     return f"<!DOCTYPE html><html><head><title>{title}</title></head><body>{body}</body></html>"
+
+
+class Elsewhere(http.server.ThreadingHTTPServer):
+    """Another site, which keeps what it was asked for."""
+
+    def __init__(self):
+        self.asked = asked = []
+
+        class Handler(http.server.BaseHTTPRequestHandler):
+            def do_GET(self):
+                asked.append(self.path)
+                self.send_error(404)
+
+            def log_message(self, *_):
+                pass
+
+        super().__init__(("127.0.0.1", 0), Handler)
+        self.address = f"http://127.0.0.1:{self.server_port}/"
+        threading.Thread(target=self.serve_forever, daemon=True).start()
+
+    def __exit__(self, *_):
+        self.shutdown()
+        self.server_close()
 
 
 class WindowTest(WindowCase):
@@ -201,24 +226,28 @@ class WindowTest(WindowCase):
             self.browser.click("a")
             self.assertEqual(run.end(), (0, ["1 a", "0", "1 a"]))
 
-    def test_a_document_runs_no_script_and_loads_nothing_from_elsewhere(self):
-        body = f"""<script>parent.document.body.dataset.evil = 1</script>
-            <img src="none.png" onerror="parent.document.body.dataset.evil = 2">
-            <img id="near" src="near.svg"><img id="far" src="http://127.0.0.1:9/far.png">
-            <a id="js" href="javascript:parent.document.body.dataset.evil=3">js</a>
-            <form action="http://127.0.0.1:9/"><button id="away">x</button></form>
-            <meta http-equiv="refresh" content="0;url=http://127.0.0.1:9/"><a id="a" href="karst:a">a</a>"""
-        near = '<svg xmlns="http://www.w3.org/2000/svg" width="20" height="10"/>'
-        with Folder(a_pro=OPEN + WAIT, page_html=page(body), near_svg=near) as folder, Run(folder, "run", "a.pro") as run:
-            self.show(run)
-            wait_until(lambda: self.browser.run("return document.getElementById('near').naturalWidth") == 20, "the picture")
-            self.assertEqual(self.browser.run("return document.getElementById('far').naturalWidth"), 0)
-            self.browser.click("#js")
-            self.browser.click("#away")
-            self.assertIsNone(self.shell("return document.body.dataset.evil || null"))
-            self.browser.enter_document()
-            self.browser.click("#a")
-            self.assertEqual(run.end(), (0, ["1 a"]))
+    def test_a_document_runs_no_script_and_reaches_nothing_elsewhere(self):
+        with Elsewhere() as elsewhere:
+            body = f"""<link rel="stylesheet" href="{elsewhere.address}style.css">
+                <script>parent.document.body.dataset.evil = 1</script>
+                <img src="none.png" onerror="parent.document.body.dataset.evil = 2">
+                <img id="near" src="near.svg"><img src="{elsewhere.address}far.svg">
+                <a id="js" href="javascript:parent.document.body.dataset.evil=3">js</a>
+                <form action="{elsewhere.address}form"><button id="away">x</button></form>
+                <meta http-equiv="refresh" content="0;url={elsewhere.address}refresh"><a id="a" href="karst:a">a</a>"""
+            near = '<svg xmlns="http://www.w3.org/2000/svg" width="20" height="10"/>'
+            with Folder(a_pro=OPEN + WAIT, page_html=page(body), near_svg=near) as folder, \
+                    Run(folder, "run", "a.pro") as run:
+                self.show(run)
+                width = "return document.getElementById('near').naturalWidth"
+                wait_until(lambda: self.browser.run(width) == 20, "the picture beside the page")
+                self.browser.click("#js")
+                self.browser.click("#away")
+                self.assertIsNone(self.shell("return document.body.dataset.evil || null"))
+                self.browser.enter_document()
+                self.browser.click("#a")
+                self.assertEqual(run.end(), (0, ["1 a"]))
+            self.assertEqual(elsewhere.asked, [])
 
     def test_a_page_cannot_reach_the_window_of_another_script(self):
         with Folder(a_pro=OPEN + WAIT, page_html=page("<a href='karst:a'>a</a>")) as folder, \

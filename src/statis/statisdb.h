@@ -27,7 +27,7 @@ class CompactText {
   // The text ends at its first NUL.
   void Assign(std::string_view text);
   const char* c_str() const { return bytes_ ? bytes_.get() : ""; }
-  std::string_view view() const { return c_str(); }
+  std::string_view view() const { return bytes_ ? std::string_view(bytes_.get()) : std::string_view(); }
 
  private:
   std::unique_ptr<char[]> bytes_;
@@ -49,7 +49,10 @@ class CStatisCell {
 // table: what a row costs follows what it holds, whatever number of columns the script asked for.
 class CStatisRow {
  public:
-  CStatisRow(std::string_view row_key, int32_t row_number) : key(row_key), row(row_number) {}
+  // `row_key` holds no NUL.
+  CStatisRow(std::string_view row_key, int32_t row_number)
+      : key(row_key), row(row_number), key_size(static_cast<uint32_t>(row_key.size())) {}
+  std::string_view KeyView() const { return {key.c_str(), key_size}; }
   // The cell of a column, or null if it was never written.
   const CStatisCell* Find(int column) const;
   // The same; makes the cell.
@@ -57,6 +60,7 @@ class CStatisRow {
 
   const karst::CompactText key;
   int32_t row;  // its current number
+  const uint32_t key_size;
   std::vector<CStatisCell> cells;
 
  private:
@@ -71,13 +75,13 @@ struct RowKeyHash {
   using is_transparent = void;
   // Not noexcept, so that the set keeps the hash of each row beside it.
   size_t operator()(std::string_view key) const { return std::hash<std::string_view>()(key); }
-  size_t operator()(const CStatisRow* row) const { return (*this)(row->key.view()); }
+  size_t operator()(const CStatisRow* row) const { return (*this)(row->KeyView()); }
 };
 struct RowKeyEqual {
   using is_transparent = void;
   bool operator()(const CStatisRow* a, const CStatisRow* b) const { return a == b; }
-  bool operator()(std::string_view key, const CStatisRow* row) const { return key == row->key.view(); }
-  bool operator()(const CStatisRow* row, std::string_view key) const { return key == row->key.view(); }
+  bool operator()(std::string_view key, const CStatisRow* row) const { return key == row->KeyView(); }
+  bool operator()(const CStatisRow* row, std::string_view key) const { return key == row->KeyView(); }
 };
 
 }  // namespace karst
@@ -107,7 +111,10 @@ class CStatisTable {
   int DeleteRowByKey(std::string_view key);
 
   // The row, or null.
-  CStatisRow* FindRow(std::string_view key);
+  CStatisRow* FindRow(std::string_view key) {
+    if (last_found_ && last_found_->KeyView() == key) return last_found_;
+    return LookUpRow(key);
+  }
   int GetRowCount() const { return static_cast<int>(rows.size()); }
 
   // 1, or 0 for a column that the table does not have. A cell that was never written gives 0 and the empty text;
@@ -129,9 +136,12 @@ class CStatisTable {
   std::unordered_set<CStatisRow*, karst::RowKeyHash, karst::RowKeyEqual> keys;
 
  private:
+  CStatisRow* LookUpRow(std::string_view key);
   // Makes the rows from `from` on say their numbers.
   void Renumber(int from);
   bool HasColumn(int column) const { return column >= 0 && column < columns; }
+
+  CStatisRow* last_found_ = nullptr;  // SPEED: what is read from a row is as a rule written back to it
 };
 
 // The tables of one interpreter. Operations with a handle give 1, or 0 if they fail; 0 names no table.

@@ -53,6 +53,7 @@ bool CStatisTable::Create(int column_count) {
 }
 
 void CStatisTable::Clear() {
+  last_found_ = nullptr;
   keys.clear();
   rows.clear();
 }
@@ -78,6 +79,7 @@ CStatisRow* CStatisTable::AddRow(int position, std::string_view key) {
 int CStatisTable::DeleteRowAt(int row) {
   if (row < 0 || row >= GetRowCount()) return 0;
   const auto place = rows.begin() + row;
+  last_found_ = nullptr;
   keys.erase(place->get());
   rows.erase(place);
   Renumber(row);
@@ -90,18 +92,17 @@ int CStatisTable::DeleteRowByKey(std::string_view key) {
   return row ? DeleteRowAt(row->row) : 0;
 }
 
-CStatisRow* CStatisTable::FindRow(std::string_view key) {
+CStatisRow* CStatisTable::LookUpRow(std::string_view key) {
   const auto found = keys.find(key);
-  return found == keys.end() ? nullptr : *found;
+  return found == keys.end() ? nullptr : last_found_ = *found;
 }
 
 int CStatisTable::SetCell(CStatisRow* row, int column, int64_t value, std::string_view text) {
   if (!HasColumn(column)) return 0;
   try {
-    karst::CompactText kept(text);
-    CStatisCell& cell = row->Make(column);
+    CStatisCell& cell = row->Make(column);  // without memory for the text it stays as if it was never written
+    cell.text.Assign(text);
     cell.value = value;
-    cell.text = std::move(kept);
   } catch (const std::bad_alloc&) {
     karst::ReportNoMemory();
     return 0;
@@ -113,7 +114,7 @@ int CStatisTable::GetCell(const CStatisRow* row, int column, int64_t& value, CSt
   if (column != kKeyColumn && !HasColumn(column)) return 0;
   const CStatisCell* cell = column == kKeyColumn ? nullptr : row->Find(column);
   value = cell ? cell->value : 0;
-  text = column == kKeyColumn ? row->key.c_str() : cell ? cell->text.c_str() : "";
+  text = column == kKeyColumn ? row->KeyView() : cell ? cell->text.view() : std::string_view();
   return 1;
 }
 

@@ -6,7 +6,6 @@
 #include "script/arithmetic.h"
 #include "script/call.h"
 #include "script/name.h"
-#include "script/remembered_runner.h"
 #include "script/script.h"
 #include "script/statement_builder.h"
 
@@ -16,6 +15,14 @@ namespace {
 
 // LIMIT: a tree that is higher is not remembered, so that running one needs little of the machine's stack.
 constexpr int kMostTreeDepth = 200;
+
+RememberedArgument::Kind KindOf(const ExpressionNode& expression) {
+  switch (expression.kind) {
+    case NodeKind::kInt: return RememberedArgument::Kind::kNumber;
+    case NodeKind::kVariable: return RememberedArgument::Kind::kVariable;
+    default: return RememberedArgument::Kind::kExpression;
+  }
+}
 
 }  // namespace
 
@@ -275,9 +282,11 @@ void StatementBuilder::Argument(RememberedCall& call, bool by_reference) {
     argument.kind = RememberedArgument::Kind::kExpression;
     GiveBack();
     argument.expression = Expression();
+    argument.kind = KindOf(*argument.expression);
+    argument.number = argument.expression->number;
+    argument.source = argument.expression->slot;
   }
   argument.position = at_;
-  argument.make = RememberedRunner::MakerOf(argument);
   call.arguments.push_back(argument);
 }
 

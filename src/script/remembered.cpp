@@ -5,16 +5,10 @@
 
 namespace karst {
 
-namespace {
-
 bool remembering = true;
-
-}  // namespace
-
 long statement_budget = -1;
 
-void Remembered::Follow(const char* code, int length, uint32_t generation) {
-  if (code == code_ && generation == generation_ && places_.size() == static_cast<size_t>(length)) return;
+void Remembered::Forget(const char* code, int length, uint32_t generation) {
   statements_.clear();
   calls_.clear();
   nodes_.clear();
@@ -43,7 +37,6 @@ bool HasAction(int token_number) {
 }
 
 void SetRememberingForTests(bool on) { remembering = on; }
-bool IsRemembering() { return remembering; }
 void SetStatementBudgetForTests(long statements) { statement_budget = statements; }
 
 void SpendStatement(CScript& script) {

@@ -64,18 +64,15 @@ struct ExpressionNode {
   int depth = 1;
 };
 
-struct RememberedArgument;
-using ArgumentMaker = void (*)(RememberedRunner&, const RememberedArgument&);
-
 struct RememberedArgument {
-  enum class Kind : uint8_t { kLiteral, kReference, kExpression };
+  enum class Kind : uint8_t { kLiteral, kNumber, kVariable, kReference, kExpression };
   Kind kind;
-  ArgumentMaker make;          // makes its cell
-  NameSlot* slot;              // the argument cell's name
-  NameSlot* source = nullptr;  // kReference
-  std::string_view text;       // kLiteral
-  const ExpressionNode* expression = nullptr;
-  const char* position = nullptr;  // where reading stands when the cell is made
+  int32_t number = 0;                          // kNumber
+  NameSlot* slot;                              // the argument cell's name
+  NameSlot* source = nullptr;                  // kVariable, kReference
+  std::string_view text;                       // kLiteral
+  const ExpressionNode* expression = nullptr;  // kNumber, kVariable, kExpression
+  const char* position = nullptr;              // where reading stands when the cell is made
 };
 
 struct RememberedCall {
@@ -134,7 +131,11 @@ struct RememberedStatement {
 class Remembered {
  public:
   // Forgets everything unless the code is the same as before.
-  void Follow(const char* code, int length, uint32_t generation);
+  void Follow(const char* code, int length, uint32_t generation) {
+    const bool same = code == code_ && generation == generation_ && static_cast<size_t>(length) == places_.size();
+    if (!same) [[unlikely]]
+      Forget(code, length, generation);
+  }
   // The statement at a position of the code, or null.
   RememberedStatement* At(const char* position) const {
     const Place& place = places_[static_cast<size_t>(position - code_)];
@@ -164,6 +165,8 @@ class Remembered {
   RememberedStatement& NewStatement() { return statements_.emplace_back(); }
 
  private:
+  void Forget(const char* code, int length, uint32_t generation);
+
   static constexpr uint8_t kReadsUntilRemembered = 2;
   static constexpr uint8_t kMostAttempts = 6;
   static constexpr uint8_t kGivenUp = 255;
@@ -186,7 +189,8 @@ bool HasAction(int token_number);
 
 // For tests: reading afresh every time, and an end to endless scripts after so many statements (below 0: none).
 void SetRememberingForTests(bool on);
-bool IsRemembering();
+extern bool remembering;
+inline bool IsRemembering() { return remembering; }
 void SetStatementBudgetForTests(long statements);
 
 extern long statement_budget;

@@ -1,7 +1,6 @@
 // RememberedRunner: expressions, conditions and calls.
 #include "script/arithmetic.h"
 #include "script/comparison.h"
-#include "script/nesting.h"
 #include "script/remembered_runner.h"
 
 namespace karst {
@@ -77,70 +76,58 @@ void RememberedRunner::EvaluateBinary(const ExpressionNode& node, CValue& value)
   }
 }
 
+// No nesting is counted: a tree that is remembered is lower than what may nest.
 void RememberedRunner::Call(const RememberedCall& call, CValue& result) {
-  const NestingGuard guard(script_);
+  std::vector<CVarCell*>& cells = script_.m_Cells;
   ++script_.m_nBeginCount;
-  const size_t first = script_.m_Cells.size();
-  for (const RememberedArgument& argument : call.arguments) argument.make(*this, argument);
+  const size_t first = cells.size();
+  for (const RememberedArgument& argument : call.arguments) {
+    if (!MakeQuickly(argument)) MakeArgument(argument);
+  }
   MoveTo(call.behind);
-  call.handler(&script_, static_cast<int>(script_.m_Cells.size() - first), static_cast<int>(first), &result);
-  store_.CutBack(script_.m_Cells, first);
+  call.handler(&script_, static_cast<int>(cells.size() - first), static_cast<int>(first), &result);
+  store_.CutBack(cells, first);
   --script_.m_nBeginCount;
 }
 
-ArgumentMaker RememberedRunner::MakerOf(const RememberedArgument& argument) {
-  switch (argument.kind) {
-    case RememberedArgument::Kind::kLiteral: return MakeLiteral;
-    case RememberedArgument::Kind::kReference: return MakeReference;
-    default: break;
+// SPEED: what MakeArgument does, where no error can come of it; else false, with nothing done.
+inline bool RememberedRunner::MakeQuickly(const RememberedArgument& argument) {
+  using Kind = RememberedArgument::Kind;
+  IntResult number{argument.number, 1};
+  const CVarCell* source = argument.source ? argument.source->newest : nullptr;
+  if (argument.source) {
+    if (!source || !CellStore::HoldsValue(*source)) return false;
+  } else if (argument.kind == Kind::kExpression) {
+    number = argument.expression->evaluate_int(*argument.expression);
+    if (!number.known) return false;
   }
-  switch (argument.expression->kind) {
-    case NodeKind::kInt: return MakeFromNumber;
-    case NodeKind::kVariable: return MakeFromVariable;
-    default: return MakeFromExpression;
+  if (script_.m_Cells.size() >= static_cast<size_t>(CVarArray::kMostCells)) return false;
+  CVarCell* cell = store_.AppendReady(script_.m_Cells, *argument.slot);
+  if (!cell) return false;
+  if (source) {
+    CellStore::SetCopy(cell, *source);
+    if (argument.kind == Kind::kReference) cell->nDupPos = CellStore::PositionOf(source);
+  } else if (argument.kind == Kind::kLiteral) {
+    CellStore::SetText(cell, argument.text);
+  } else {
+    CellStore::SetInt(cell, number.value);
   }
+  return true;
 }
 
-// SPEED: as CVarArray::CreateNewVar, but for the name check, which is off while a call is made.
-template <typename Set>
-void RememberedRunner::AppendArgument(const RememberedArgument& argument, Set set) {
-  MoveTo(argument.position);
-  if (script_.m_Cells.size() >= static_cast<size_t>(CVarArray::kMostCells)) script_.RefuseCell();
-  CVarCell* cell = store_.Take(*argument.slot);
-  if (!cell) return;
-  set(cell);
-  store_.Append(script_.m_Cells, cell);
-}
-
-void RememberedRunner::MakeLiteral(RememberedRunner& self, const RememberedArgument& argument) {
-  self.AppendArgument(argument, [&argument](CVarCell* cell) { CellStore::SetText(cell, argument.text); });
-}
-
-void RememberedRunner::MakeFromNumber(RememberedRunner& self, const RememberedArgument& argument) {
-  self.AppendArgument(argument, [&argument](CVarCell* cell) { CellStore::SetInt(cell, argument.expression->number); });
-}
-
-void RememberedRunner::MakeReference(RememberedRunner& self, const RememberedArgument& argument) {
-  self.MoveTo(argument.position);
-  self.script_.MakeDup(*argument.slot, *argument.source);
-}
-
-void RememberedRunner::MakeFromVariable(RememberedRunner& self, const RememberedArgument& argument) {
-  const CVarCell* source = argument.expression->slot->newest;
-  if (!source || source->leixing == kFrameMark) return MakeFromExpression(self, argument);
-  self.AppendArgument(argument, [source](CVarCell* cell) { CellStore::SetCopy(cell, *source); });
-}
-
-void RememberedRunner::MakeFromExpression(RememberedRunner& self, const RememberedArgument& argument) {
-  const IntResult number = argument.expression->evaluate_int(*argument.expression);
-  if (number.known) {
-    self.AppendArgument(argument, [number](CVarCell* cell) { CellStore::SetInt(cell, number.value); });
-    return;
+void RememberedRunner::MakeArgument(const RememberedArgument& argument) {
+  using Kind = RememberedArgument::Kind;
+  if (argument.kind == Kind::kLiteral || argument.kind == Kind::kReference) MoveTo(argument.position);
+  if (argument.kind == Kind::kLiteral) {
+    script_.MakeText(*argument.slot, argument.text);
+  } else if (argument.kind == Kind::kReference) {
+    script_.MakeDup(*argument.slot, *argument.source);
+  } else {
+    CValue value;
+    Evaluate(*argument.expression, value);
+    MoveTo(argument.position);
+    script_.MakeValue(*argument.slot, value);
   }
-  CValue value;
-  self.Evaluate(*argument.expression, value);
-  self.MoveTo(argument.position);
-  self.script_.MakeValue(*argument.slot, value);
 }
 
 }  // namespace karst

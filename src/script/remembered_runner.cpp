@@ -5,16 +5,6 @@
 
 namespace karst {
 
-RememberedRunner::RememberedRunner(CScript& script, int entry_depth)
-    : script_(script),
-      remembered_(*script.remembered_),
-      store_(script.Store()),
-      run_state_(script.nRunState),
-      entry_depth_(entry_depth) {
-  remembered_.Follow(script.lpCodeBuffer, script.nCodeLen, script.code_generation_);
-  limit_ = script.lpProgEnd ? script.lpProgEnd : script.lpCodeBuffer + script.nCodeLen;
-}
-
 int RememberedRunner::Run() {
   for (;;) {
     if (Stopped() || script_.lpProg >= limit_) return 0;
@@ -56,7 +46,7 @@ void RememberedRunner::Remember(const char* position) {
 
 StatementHandler RememberedRunner::HandlerOf(const Statement& statement) {
   switch (statement.kind) {
-    case StatementKind::kAssign: return statement.expression->calls ? Assign : AssignInt;
+    case StatementKind::kAssign: return AssignmentHandlerOf(*statement.expression);
     case StatementKind::kAppend: return Append;
     case StatementKind::kPrepend: return Prepend;
     case StatementKind::kCall: return CallStatement;
@@ -74,7 +64,27 @@ StatementHandler RememberedRunner::HandlerOf(const Statement& statement) {
   }
 }
 
+StatementHandler RememberedRunner::AssignmentHandlerOf(const ExpressionNode& expression) {
+  if (expression.kind == NodeKind::kVariable) return AssignVariable;
+  if (expression.kind == NodeKind::kText || expression.calls) return Assign;
+  return AssignInt;
+}
+
 // Names and values.
+
+RememberedStatement* RememberedRunner::AssignVariable(RememberedRunner& self, Statement& statement) {
+  const CVarCell* source = statement.expression->slot->newest;
+  CVarCell* cell = statement.slot->newest;
+  if (!source || !cell || cell->leixing != source->leixing || cell->nDupPos != -1) return AssignInt(self, statement);
+  if (cell->leixing == kText) {
+    cell->string->Assign(*source->string);
+  } else if (cell->leixing == kInt) {
+    cell->lVal = source->lVal;
+  } else {
+    return Assign(self, statement);
+  }
+  return self.Next(statement);
+}
 
 RememberedStatement* RememberedRunner::AssignInt(RememberedRunner& self, Statement& statement) {
   const IntResult result = statement.expression->evaluate_int(*statement.expression);
@@ -89,7 +99,7 @@ RememberedStatement* RememberedRunner::AssignInt(RememberedRunner& self, Stateme
 }
 
 RememberedStatement* RememberedRunner::Assign(RememberedRunner& self, Statement& statement) {
-  if (self.AppendInPlace(statement)) return self.Next(statement);
+  if (self.SetInPlace(statement)) return self.Next(statement);
   CValue value;
   self.Evaluate(*statement.expression, value);
   self.AssignValue(statement, value);
@@ -106,15 +116,24 @@ void RememberedRunner::AssignValue(const Statement& statement, const CValue& val
   script_.ChangeValue(*statement.slot, value);
 }
 
-// SPEED: name = name + text grows the variable's own text. The sum would be the same text.
-bool RememberedRunner::AppendInPlace(Statement& statement) {
-  const ExpressionNode& sum = *statement.expression;
-  if (sum.kind != NodeKind::kAdd || sum.left->slot != statement.slot) return false;
-  CVarCell* cell = statement.slot->newest;
-  if (!cell || cell->leixing != kText || cell->nDupPos != -1) return false;
-  std::string_view added;
-  if (!TextOperand(*sum.right, added)) return false;
-  cell->string->Append(added);
+// A variable that is a text and stands for no other, or null.
+inline CVarCell* RememberedRunner::OwnText(const NameSlot& slot) {
+  CVarCell* cell = slot.newest;
+  return cell && cell->leixing == kText && cell->nDupPos == -1 ? cell : nullptr;
+}
+
+// SPEED: name = text changes the variable's own text, and name = name + text grows it. The sum would be the same text.
+bool RememberedRunner::SetInPlace(Statement& statement) {
+  const ExpressionNode& value = *statement.expression;
+  const bool sum = value.kind == NodeKind::kAdd && value.left->slot == statement.slot;
+  CVarCell* cell = OwnText(*statement.slot);
+  std::string_view text;
+  if (!cell || !TextOperand(sum ? *value.right : value, text)) return false;
+  if (sum) {
+    cell->string->Append(text);
+  } else {
+    cell->string->Assign(text);
+  }
   return true;
 }
 
@@ -123,6 +142,14 @@ CVarCell* RememberedRunner::TextVariable(const NameSlot& slot, const char* refus
 }
 
 RememberedStatement* RememberedRunner::Append(RememberedRunner& self, Statement& statement) {
+  CVarCell* cell = OwnText(*statement.slot);
+  std::string_view added;
+  if (!cell || !TextOperand(*statement.expression, added)) return AppendValue(self, statement);
+  cell->string->Append(added);
+  return self.Next(statement);
+}
+
+RememberedStatement* RememberedRunner::AppendValue(RememberedRunner& self, Statement& statement) {
   CValue value;
   std::string_view added;
   if (!TextOperand(*statement.expression, added)) {
@@ -215,11 +242,22 @@ RememberedStatement* RememberedRunner::Else(RememberedRunner& self, Statement& s
 }
 
 RememberedStatement* RememberedRunner::Begin(RememberedRunner& self, Statement& statement) {
+  if (!self.OpenFrameQuickly()) return BeginAtLength(self, statement);
+  return self.Next(statement);
+}
+
+RememberedStatement* RememberedRunner::BeginAtLength(RememberedRunner& self, Statement& statement) {
   self.OpenFrame();
   return self.Next(statement);
 }
 
 RememberedStatement* RememberedRunner::End(RememberedRunner& self, Statement& statement) {
+  CScript& script = self.script_;
+  if (!self.store_.CloseEmptyFrame(script.m_Cells, script.m_nBeginCount)) return EndAtLength(self, statement);
+  return self.Next(statement);
+}
+
+RememberedStatement* RememberedRunner::EndAtLength(RememberedRunner& self, Statement& statement) {
   const CVarCell* mark = self.store_.FrameMarkSlot().newest;
   if (self.script_.m_nBeginCount > 0 && mark) [[likely]] {
     self.store_.CutBack(self.script_.m_Cells, static_cast<size_t>(CellStore::PositionOf(mark)));

@@ -15,15 +15,21 @@ namespace karst {
 
 class RememberedRunner {
  public:
-  RememberedRunner(CScript& script, int entry_depth);
+  RememberedRunner(CScript& script, int entry_depth)
+      : script_(script),
+        remembered_(*script.remembered_),
+        store_(script.Store()),
+        run_state_(script.nRunState),
+        entry_depth_(entry_depth),
+        limit_(script.lpProgEnd ? script.lpProgEnd : script.lpCodeBuffer + script.nCodeLen) {
+    remembered_.Follow(script.lpCodeBuffer, script.nCodeLen, script.code_generation_);
+  }
 
   // As CScript::MainLoop.
   int Run();
 
   // What runs a statement of that kind.
   static StatementHandler HandlerOf(const RememberedStatement& statement);
-  // What makes an argument of that kind.
-  static ArgumentMaker MakerOf(const RememberedArgument& argument);
 
  private:
   using Flow = CScript::Flow;
@@ -34,10 +40,14 @@ class RememberedRunner {
   // SPEED: as CRunable::IsStop, without the way to the virtual base.
   bool Stopped() const { return run_state_.load(std::memory_order_relaxed) < 0; }
 
-  // Handlers, one for each kind.
+  // Handlers, one or more for each kind. SPEED: what is seldom or slow has a function of its own, so that the other
+  // ways save no registers for it.
+  static StatementHandler AssignmentHandlerOf(const ExpressionNode& expression);
+  static Statement* AssignVariable(RememberedRunner& self, Statement& statement);
   static Statement* Assign(RememberedRunner& self, Statement& statement);
   static Statement* AssignInt(RememberedRunner& self, Statement& statement);
   static Statement* Append(RememberedRunner& self, Statement& statement);
+  static Statement* AppendValue(RememberedRunner& self, Statement& statement);
   static Statement* Prepend(RememberedRunner& self, Statement& statement);
   static Statement* CallStatement(RememberedRunner& self, Statement& statement);
   static Statement* If(RememberedRunner& self, Statement& statement);
@@ -47,7 +57,9 @@ class RememberedRunner {
   static Statement* Break(RememberedRunner& self, Statement& statement);
   static Statement* Continue(RememberedRunner& self, Statement& statement);
   static Statement* Begin(RememberedRunner& self, Statement& statement);
+  static Statement* BeginAtLength(RememberedRunner& self, Statement& statement);
   static Statement* End(RememberedRunner& self, Statement& statement);
+  static Statement* EndAtLength(RememberedRunner& self, Statement& statement);
   static Statement* Declare(RememberedRunner& self, Statement& statement);
   static Statement* Goto(RememberedRunner& self, Statement& statement);
   static Statement* PieceEnd(RememberedRunner& self, Statement& statement);
@@ -69,13 +81,15 @@ class RememberedRunner {
     leaving_ = true;
     return nullptr;
   }
+  bool OpenFrameQuickly() { return store_.OpenFrameQuickly(script_.m_Cells, script_.m_nBeginCount); }
   void OpenFrame() {
-    if (store_.AppendMark(script_.m_Cells, 0)) ++script_.m_nBeginCount;
+    if (!OpenFrameQuickly() && store_.AppendMark(script_.m_Cells, 0)) ++script_.m_nBeginCount;
   }
   bool CanSkip(const Statement& statement) const { return statement.skip_target && statement.skip_target < limit_; }
   Statement* SkippedByReading(Statement& statement);
 
-  bool AppendInPlace(Statement& statement);
+  static CVarCell* OwnText(const NameSlot& slot);
+  bool SetInPlace(Statement& statement);
   void AssignValue(const Statement& statement, const CValue& value);
   CVarCell* TextVariable(const NameSlot& slot, const char* refusal);
 
@@ -85,13 +99,8 @@ class RememberedRunner {
   // The text of a literal or of a text variable; false for any other node.
   static bool TextOperand(const ExpressionNode& node, std::string_view& text);
   void Call(const RememberedCall& call, CValue& result);
-  static void MakeLiteral(RememberedRunner& self, const RememberedArgument& argument);
-  static void MakeReference(RememberedRunner& self, const RememberedArgument& argument);
-  static void MakeFromNumber(RememberedRunner& self, const RememberedArgument& argument);
-  static void MakeFromVariable(RememberedRunner& self, const RememberedArgument& argument);
-  static void MakeFromExpression(RememberedRunner& self, const RememberedArgument& argument);
-  template <typename Set>
-  void AppendArgument(const RememberedArgument& argument, Set set);
+  bool MakeQuickly(const RememberedArgument& argument);
+  void MakeArgument(const RememberedArgument& argument);
 
   void MoveTo(const char* position) { script_.lpProg = const_cast<char*>(position); }
 

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <deque>
-#include <new>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -30,13 +29,7 @@ class CellStore {
   CellStore() : frame_mark_(SlotOf("begin")) {}
   CellStore(const CellStore&) = delete;
   CellStore& operator=(const CellStore&) = delete;
-  ~CellStore() {
-    while (free_) {
-      CVarCell* next = free_->shadowed_;
-      delete free_;
-      free_ = next;
-    }
-  }
+  ~CellStore();
 
   // The name's slot; a name that was never seen gets a new one.
   NameSlot& SlotOf(std::string_view name) {
@@ -59,29 +52,17 @@ class CellStore {
   // A cell of that name with no value yet, or null without memory.
   CVarCell* Take(NameSlot& slot) {
     CVarCell* cell = free_;
-    if (cell) {
-      free_ = cell->shadowed_;
-    } else {
-      cell = new (std::nothrow) CVarCell;
-      if (!cell) return nullptr;
-    }
-    if (cell->slot_ != &slot) {
-      cell->name.Assign(slot.name);
-      cell->slot_ = &slot;
-    }
-    cell->run_ = run_;
-    cell->nDupPos = -1;
-    cell->lVal = 0;
-    cell->i64Val = 0;
-    cell->dwVal = 0;
+    if (!cell || cell->slot_ != &slot) [[unlikely]]
+      return TakeRenamed(slot);
+    free_ = cell->shadowed_;
+    ClearNumbers(cell);
     return cell;
   }
   // Takes a cell back. SPEED: its name and a small text's memory stay for the next taker.
   void Give(CVarCell* cell) {
-    if (cell->string) {
-      cell->string = nullptr;
-      if (cell->text_.Capacity() > kKeptTextCapacity) cell->text_.EmptyAndShrink(kKeptTextCapacity);
-    }
+    if (cell->text_.Capacity() > kKeptTextCapacity) [[unlikely]]
+      ShrinkText(cell);
+    cell->string = nullptr;
     cell->leixing = kNoValue;
     cell->shadowed_ = free_;
     free_ = cell;
@@ -94,13 +75,32 @@ class CellStore {
     cells.push_back(cell);
     slot.newest = cell;
   }
+  // Take and Append in one, where that needs no memory and no other name; else null, with nothing done.
+  CVarCell* AppendReady(std::vector<CVarCell*>& cells, NameSlot& slot) {
+    CVarCell* cell = free_;
+    if (!cell || cell->slot_ != &slot || cells.size() == cells.capacity()) [[unlikely]]
+      return nullptr;
+    cell->position_ = static_cast<int32_t>(cells.size());
+    cells.push_back(cell);
+    free_ = cell->shadowed_;
+    cell->shadowed_ = slot.newest;
+    slot.newest = cell;
+    ClearNumbers(cell);
+    return cell;
+  }
+  // The same in any case; null without memory.
+  CVarCell* AppendNew(std::vector<CVarCell*>& cells, NameSlot& slot) {
+    CVarCell* cell = AppendReady(cells, slot);
+    return cell ? cell : AppendTaken(cells, slot);
+  }
   void CutBack(std::vector<CVarCell*>& cells, size_t size) {
-    for (CVarCell** place = cells.data() + cells.size(); place != cells.data() + size;) {
+    const auto kept_end = cells.begin() + static_cast<ptrdiff_t>(size);
+    for (auto place = cells.end(); place != kept_end;) {
       CVarCell* cell = *--place;
       if (cell->slot_) cell->slot_->newest = cell->shadowed_;
       Give(cell);
     }
-    cells.resize(size);
+    cells.erase(kept_end, cells.end());
   }
 
   // The cells taken from BeginRun to EndRun are those of one run; the others are the host's.
@@ -145,6 +145,28 @@ class CellStore {
     return true;
   }
 
+  // SPEED: a frame, or the end of the newest one, where that needs no memory and calls nothing; else false, with
+  // nothing done. `open` counts frames.
+  bool OpenFrameQuickly(std::vector<CVarCell*>& cells, int32_t& open) {
+    CVarCell* mark = AppendReady(cells, frame_mark_);
+    if (!mark) return false;
+    mark->leixing = kFrameMark;
+    mark->nDupPos = 0;
+    ++open;
+    return true;
+  }
+  bool CloseEmptyFrame(std::vector<CVarCell*>& cells, int32_t& open) {
+    CVarCell* mark = frame_mark_.newest;
+    if (open <= 0 || !mark || cells.back() != mark) return false;
+    cells.pop_back();
+    frame_mark_.newest = mark->shadowed_;
+    mark->leixing = kNoValue;
+    mark->shadowed_ = free_;
+    free_ = mark;
+    --open;
+    return true;
+  }
+
   static void SetText(CVarCell* cell, std::string_view text) {
     cell->leixing = kText;
     cell->text_.Assign(text);
@@ -155,6 +177,7 @@ class CellStore {
     cell->text_.Assign(text);
     cell->string = &cell->text_;
   }
+  static bool HoldsValue(const CVarCell& cell) { return cell.leixing >= kInt && cell.leixing <= kText; }
   // The value of a variable; false for a cell that is none.
   static bool SetCopy(CVarCell* cell, const CVarCell& source) {
     switch (source.leixing) {
@@ -193,6 +216,16 @@ class CellStore {
     cell->shadowed_ = cell->slot_->newest;
     cell->slot_->newest = cell;
   }
+  void ClearNumbers(CVarCell* cell) const {
+    cell->run_ = run_;
+    cell->nDupPos = -1;
+    cell->lVal = 0;
+    cell->i64Val = 0;
+    cell->dwVal = 0;
+  }
+  CVarCell* TakeRenamed(NameSlot& slot);
+  CVarCell* AppendTaken(std::vector<CVarCell*>& cells, NameSlot& slot);
+  static void ShrinkText(CVarCell* cell);
 
   std::deque<NameSlot> slots_;
   std::unordered_map<std::string_view, NameSlot*> by_name_;

@@ -43,7 +43,7 @@ void SetName(CCell* cell, const char* name, size_t kept) {
 
 }  // namespace
 
-CMARCTree::CMARCTree() : walk_(std::make_unique<karst::RecordWalk>(*this)) {}
+CMARCTree::CMARCTree() : walk_(std::make_unique<karst::RecordWalk>(*this, Store())) {}
 
 CMARCTree::~CMARCTree() { FreeAllCellOnTree(); }
 

@@ -4,74 +4,104 @@
 
 namespace karst {
 
-EnvironmentNames::EnvironmentNames(CVarArray& table)
-    : record(table.NameId("_RECORD")),
-      record_count(table.NameId("_RECORDCOUNT")),
-      field_count(table.NameId("_FIELDCOUNT")),
-      prev_field_name(table.NameId("_PREVFIELDNAME")),
-      next_field_name(table.NameId("_NEXTFIELDNAME")),
-      field(table.NameId("_FIELD")),
-      indicator(table.NameId("_INDICATOR")),
-      field_name(table.NameId("_FIELDNAME")),
-      field_dup(table.NameId("_FIELDDUP")),
-      prev_subfield_name(table.NameId("_PREVSUBFIELDNAME")),
-      group(table.NameId("_GROUP")),
-      group_count(table.NameId("_GROUPCOUNT")),
-      group_dup(table.NameId("_GROUPDUP")),
-      subfield(table.NameId("_SUBFIELD")),
-      subfield_name(table.NameId("_SUBFIELDNAME")),
-      subfield_count(table.NameId("_SUBFIELDCOUNT")),
-      subfield_dup(table.NameId("_SUBFIELDDUP")) {}
+EnvironmentNames::EnvironmentNames(CellStore& store)
+    : record(store.SlotOf("_RECORD")),
+      record_count(store.SlotOf("_RECORDCOUNT")),
+      field_count(store.SlotOf("_FIELDCOUNT")),
+      prev_field_name(store.SlotOf("_PREVFIELDNAME")),
+      next_field_name(store.SlotOf("_NEXTFIELDNAME")),
+      field(store.SlotOf("_FIELD")),
+      indicator(store.SlotOf("_INDICATOR")),
+      field_name(store.SlotOf("_FIELDNAME")),
+      field_dup(store.SlotOf("_FIELDDUP")),
+      prev_subfield_name(store.SlotOf("_PREVSUBFIELDNAME")),
+      group(store.SlotOf("_GROUP")),
+      group_count(store.SlotOf("_GROUPCOUNT")),
+      group_dup(store.SlotOf("_GROUPDUP")),
+      subfield(store.SlotOf("_SUBFIELD")),
+      subfield_name(store.SlotOf("_SUBFIELDNAME")),
+      subfield_count(store.SlotOf("_SUBFIELDCOUNT")),
+      subfield_dup(store.SlotOf("_SUBFIELDDUP")) {}
+
+void RecordWalk::OpenFrame() {
+  if (!store_.OpenFrameQuickly(table_.m_Cells, table_.m_nBeginCount)) tree_.DoBegin();
+}
+
+void RecordWalk::CloseFrame() {
+  if (!store_.CloseFrame(table_.m_Cells, table_.m_nBeginCount)) tree_.DoEnd();  // refuses
+}
+
+// A frame is open, so that every name is free.
+inline CVarCell* RecordWalk::NewVariable(NameSlot& name) {
+  if (table_.m_Cells.size() >= static_cast<size_t>(CVarArray::kMostCells)) return nullptr;
+  return store_.AppendReady(table_.m_Cells, name);
+}
+
+inline void RecordWalk::MakeText(NameSlot& name, std::string_view text) {
+  if (CVarCell* cell = NewVariable(name)) {
+    CellStore::SetText(cell, text);
+  } else {
+    table_.CreateTextById(name.number, text);
+  }
+}
+
+inline void RecordWalk::MakeInt(NameSlot& name, int32_t n) {
+  if (CVarCell* cell = NewVariable(name)) {
+    CellStore::SetInt(cell, n);
+  } else {
+    table_.CreateIntById(name.number, n);
+  }
+}
 
 void RecordWalk::OpenRecordFrame(std::string_view record) {
-  tree_.DoBegin();
-  tree_.CreateTextById(names_.record, record);
-  tree_.CreateIntById(names_.record_count, tree_.m_nRecordCount);
+  OpenFrame();
+  MakeText(names_.record, record);
+  MakeInt(names_.record_count, tree_.m_nRecordCount);
 }
 
 void RecordWalk::OpenMiddleFrame() {
-  tree_.DoBegin();
-  tree_.CreateIntById(names_.field_count, 0);
-  tree_.CreateTextById(names_.prev_field_name, {});
-  tree_.CreateTextById(names_.next_field_name, {});
+  OpenFrame();
+  MakeInt(names_.field_count, 0);
+  MakeText(names_.prev_field_name, {});
+  MakeText(names_.next_field_name, {});
 }
 
 void RecordWalk::OpenFieldFrame(std::string_view name, std::string_view indicator, std::string_view text) {
-  tree_.DoBegin();
-  tree_.CreateTextById(names_.field, text);
-  tree_.CreateTextById(names_.indicator, indicator);
-  tree_.CreateTextById(names_.field_name, name);
-  tree_.CreateIntById(names_.field_dup, 0);
-  tree_.CreateTextById(names_.prev_subfield_name, {});
+  OpenFrame();
+  MakeText(names_.field, text);
+  MakeText(names_.indicator, indicator);
+  MakeText(names_.field_name, name);
+  MakeInt(names_.field_dup, 0);
+  MakeText(names_.prev_subfield_name, {});
 }
 
 void RecordWalk::OpenGroupFrame() {
-  tree_.DoBegin();
-  tree_.CreateTextById(names_.group, {});
-  tree_.CreateIntById(names_.group_count, 0);
-  tree_.CreateIntById(names_.group_dup, 0);
+  OpenFrame();
+  MakeText(names_.group, {});
+  MakeInt(names_.group_count, 0);
+  MakeInt(names_.group_dup, 0);
 }
 
 void RecordWalk::OpenSubfieldFrame() {
-  tree_.DoBegin();
-  tree_.CreateTextById(names_.subfield_name, {});
-  tree_.CreateTextById(names_.subfield, {});
-  tree_.CreateIntById(names_.subfield_dup, 0);
-  tree_.CreateIntById(names_.subfield_count, 0);
+  OpenFrame();
+  MakeText(names_.subfield_name, {});
+  MakeText(names_.subfield, {});
+  MakeInt(names_.subfield_dup, 0);
+  MakeInt(names_.subfield_count, 0);
 }
 
 void RecordWalk::OpenHostFrame() {
-  tree_.DoBegin();
-  tree_.CreateTextById(names_.field, {});
-  tree_.CreateTextById(names_.indicator, {});
-  tree_.CreateTextById(names_.field_name, {});
-  tree_.CreateTextById(names_.prev_field_name, {});
-  tree_.CreateTextById(names_.next_field_name, {});
-  tree_.CreateIntById(names_.field_dup, 0);
-  tree_.CreateTextById(names_.subfield_name, {});
-  tree_.CreateTextById(names_.subfield, {});
-  tree_.CreateTextById(names_.prev_subfield_name, {});
-  tree_.CreateIntById(names_.subfield_dup, 0);
+  OpenFrame();
+  MakeText(names_.field, {});
+  MakeText(names_.indicator, {});
+  MakeText(names_.field_name, {});
+  MakeText(names_.prev_field_name, {});
+  MakeText(names_.next_field_name, {});
+  MakeInt(names_.field_dup, 0);
+  MakeText(names_.subfield_name, {});
+  MakeText(names_.subfield, {});
+  MakeText(names_.prev_subfield_name, {});
+  MakeInt(names_.subfield_dup, 0);
 }
 
 }  // namespace karst

@@ -154,7 +154,26 @@ struct RecordWalk::SubfieldPlace {
   std::string_view subfield;
 };
 
-RecordWalk::RecordWalk(CMARCTree& tree) : tree_(tree), state_(tree), names_(tree) {}
+RecordWalk::RecordWalk(CMARCTree& tree, CellStore& store)
+    : tree_(tree), table_(tree), store_(store), state_(tree), names_(store) {}
+
+// Variables.
+
+inline void RecordWalk::SetText(NameSlot& name, std::string_view text) {
+  if (CVarCell* cell = CellStore::OwnVariable(name, kText)) {
+    CellStore::SetText(cell, text);
+  } else {
+    table_.ChangeTextById(name.number, text);
+  }
+}
+
+inline void RecordWalk::SetInt(NameSlot& name, int32_t n) {
+  if (CVarCell* cell = CellStore::OwnVariable(name, kInt)) {
+    CellStore::SetInt(cell, n);
+  } else {
+    table_.ChangeIntById(name.number, n);
+  }
+}
 
 // Pieces.
 
@@ -168,7 +187,7 @@ int RecordWalk::RunClosingCode(const CCell* parent) {
   return IsCell(parent->pLastChild, kCellFinal) ? RunPiece(parent->pLastChild) : kWalkDone;
 }
 
-void RecordWalk::CountMatch(CCell* cell, int dup_name) { tree_.ChangeIntById(dup_name, ++cell->nDupCount); }
+inline void RecordWalk::CountMatch(CCell* cell, NameSlot& dup_name) { SetInt(dup_name, ++cell->nDupCount); }
 
 // Fields.
 
@@ -179,7 +198,7 @@ int RecordWalk::OverFields(std::string_view text, bool nested, CCell* first) {
   OpenMiddleFrame();
   int result = nested ? kWalkDone : OverRecordHeader(text, first);
   if (result != kWalkFailed) result = OverEachField(text, nested, first);
-  tree_.EndMiddleVars();
+  CloseFrame();
   if (result == kWalkFailed) return kWalkFailed;
   ClearCounts(first, kCellField);
   return kWalkDone;
@@ -202,7 +221,7 @@ int RecordWalk::OverHeader(std::string_view header, std::optional<std::string_vi
     result = RunPiece(cell);
     if (result == kWalkDone) result = RunClosingCode(cell);
   }
-  tree_.EndFieldVars();
+  CloseFrame();
   return result;
 }
 
@@ -231,17 +250,17 @@ int RecordWalk::OverEachField(std::string_view text, bool nested, CCell* first) 
 }
 
 void RecordWalk::Announce(const FieldPlace& place) {
-  tree_.ChangeIntById(names_.field_count, place.index);
+  SetInt(names_.field_count, place.index);
   SetNeighbours(place.prev, place.next);
 }
 
 void RecordWalk::SetNeighbours(std::string_view prev, std::optional<std::string_view> next) {
-  tree_.ChangeTextById(names_.prev_field_name, prev);
-  if (next) tree_.ChangeTextById(names_.next_field_name, *next);
+  SetText(names_.prev_field_name, prev);
+  if (next) SetText(names_.next_field_name, *next);
 }
 
 // True if the table takes a field's frame, a mark and five variables, without a refusal.
-bool RecordWalk::FieldFrameFits() const { return tree_.m_Cells.size() + 6 <= CVarArray::kMostCells; }
+bool RecordWalk::FieldFrameFits() const { return table_.m_Cells.size() + 6 <= CVarArray::kMostCells; }
 
 int RecordWalk::OverField(std::string_view field, size_t length, CCell* first) {
   OpenFieldFrame(field, length);
@@ -252,7 +271,7 @@ int RecordWalk::OverField(std::string_view field, size_t length, CCell* first) {
     if (tag.Matches(*cell)) result = RunFieldCell(field, cell);
   }
   state_.End();
-  tree_.EndFieldVars();
+  CloseFrame();
   return result;
 }
 
@@ -324,7 +343,7 @@ int RecordWalk::OverSubfields(std::string_view text, CCell* first) {
   const int result = OverEachSubfield(text, first);
   if (result != kWalkFailed) ClearCounts(first, kCellSubField);
   state_.End();
-  tree_.EndSubFieldVars();
+  CloseFrame();
   return result;
 }
 
@@ -348,10 +367,10 @@ int RecordWalk::OverEachSubfield(std::string_view text, CCell* first) {
 }
 
 void RecordWalk::Announce(const SubfieldPlace& place) {
-  tree_.ChangeTextById(names_.subfield, Clipped(From(place.subfield, kSubfieldDataOffset)));
-  tree_.ChangeTextById(names_.prev_subfield_name, place.prev_code);
-  tree_.ChangeTextById(names_.subfield_name, CodeTextOf(place.subfield));
-  tree_.ChangeIntById(names_.subfield_count, place.index);
+  SetText(names_.subfield, Clipped(From(place.subfield, kSubfieldDataOffset)));
+  SetText(names_.prev_subfield_name, place.prev_code);
+  SetText(names_.subfield_name, CodeTextOf(place.subfield));
+  SetInt(names_.subfield_count, place.index);
 }
 
 int RecordWalk::RunSubfieldCells(char code, CCell* first) {
@@ -371,7 +390,7 @@ int RecordWalk::OverGroups(std::string_view text, CCell* group) {
   OpenGroupFrame();
   const int result = OverEachGroup(text, group);
   if (result != kWalkFailed) group->nDupCount = 0;
-  tree_.EndGroupVars();
+  CloseFrame();
   return result;
 }
 
@@ -381,8 +400,8 @@ int RecordWalk::OverEachGroup(std::string_view text, CCell* group) {
   int result = kWalkDone;
   for (int index = 0; result == kWalkDone && cursor.Next(group_text); ++index) {
     group_text = Clipped(group_text);
-    tree_.ChangeTextById(names_.group, group_text);
-    tree_.ChangeIntById(names_.group_count, index);
+    SetText(names_.group, group_text);
+    SetInt(names_.group_count, index);
     CountMatch(group, names_.group_dup);
     result = OverOneGroup(group_text, group);
   }

@@ -8,9 +8,9 @@
 #include <string_view>
 
 #include "marc/cellstack.h"
+#include "values/cellstore.h"
 
 class CMARCTree;
-class CVarArray;
 
 namespace karst {
 
@@ -21,15 +21,15 @@ enum WalkResult : int {
   kWalkLeft = 1,
 };
 
-// The numbers that the environment variables' names have in a tree's table.
+// The environment variables' names in a tree's table.
 struct EnvironmentNames {
-  explicit EnvironmentNames(CVarArray& table);
+  explicit EnvironmentNames(CellStore& store);
 
-  int record, record_count;
-  int field_count, prev_field_name, next_field_name;
-  int field, indicator, field_name, field_dup, prev_subfield_name;
-  int group, group_count, group_dup;
-  int subfield, subfield_name, subfield_count, subfield_dup;
+  NameSlot &record, &record_count;
+  NameSlot &field_count, &prev_field_name, &next_field_name;
+  NameSlot &field, &indicator, &field_name, &field_dup, &prev_subfield_name;
+  NameSlot &group, &group_count, &group_dup;
+  NameSlot &subfield, &subfield_name, &subfield_count, &subfield_dup;
 };
 
 class RecordWalk {
@@ -40,7 +40,7 @@ class RecordWalk {
   static constexpr size_t kLongestText = 99999;
   static constexpr size_t kIndicatorLength = 2;
 
-  explicit RecordWalk(CMARCTree& tree);
+  RecordWalk(CMARCTree& tree, CellStore& store);
 
   int OverFields(std::string_view text, bool nested, CCell* first);
   int OverHeader(std::string_view header, std::optional<std::string_view> next, CCell* first);
@@ -79,12 +79,23 @@ class RecordWalk {
   int RunSubfieldCells(char code, CCell* first);
   int RunPiece(CCell* cell);
   int RunClosingCode(const CCell* parent);
-  void CountMatch(CCell* cell, int dup_name);
+  void CountMatch(CCell* cell, NameSlot& dup_name);
   bool FieldFrameFits() const;
   void Announce(const FieldPlace& place);
   void Announce(const SubfieldPlace& place);
 
+  // The variable table's operations. SPEED: what needs no memory and cannot fail is done here.
+  void OpenFrame();
+  void CloseFrame();
+  void MakeText(NameSlot& name, std::string_view text);
+  void MakeInt(NameSlot& name, int32_t n);
+  CVarCell* NewVariable(NameSlot& name);
+  void SetText(NameSlot& name, std::string_view text);
+  void SetInt(NameSlot& name, int32_t n);
+
   CMARCTree& tree_;
+  CVarArray& table_;
+  CellStore& store_;
   CRunable& state_;  // SPEED: the tree's run state, found once and not through its virtual base at each poll
   EnvironmentNames names_;
   int levels_ = 0;  // embedded walks and Common blocks that are open

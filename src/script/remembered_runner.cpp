@@ -89,8 +89,7 @@ RememberedStatement* RememberedRunner::AssignVariable(RememberedRunner& self, St
 RememberedStatement* RememberedRunner::AssignInt(RememberedRunner& self, Statement& statement) {
   const IntResult result = statement.expression->evaluate_int(*statement.expression);
   if (!result.known) return Assign(self, statement);
-  CVarCell* cell = statement.slot->newest;
-  if (cell && cell->leixing == kInt && cell->nDupPos == -1) [[likely]] {
+  if (CVarCell* cell = CellStore::OwnVariable(*statement.slot, kInt)) [[likely]] {
     cell->lVal = result.value;
   } else {
     self.AssignValue(statement, CValue(result.value));
@@ -107,8 +106,8 @@ RememberedStatement* RememberedRunner::Assign(RememberedRunner& self, Statement&
 }
 
 void RememberedRunner::AssignValue(const Statement& statement, const CValue& value) {
-  CVarCell* cell = statement.slot->newest;
-  if (cell && value.leixing == kInt && cell->leixing == kInt && cell->nDupPos == -1) {
+  CVarCell* cell = CellStore::OwnVariable(*statement.slot, kInt);
+  if (cell && value.leixing == kInt) {
     cell->lVal = value.lVal;
     return;
   }
@@ -116,17 +115,11 @@ void RememberedRunner::AssignValue(const Statement& statement, const CValue& val
   script_.ChangeValue(*statement.slot, value);
 }
 
-// A variable that is a text and stands for no other, or null.
-inline CVarCell* RememberedRunner::OwnText(const NameSlot& slot) {
-  CVarCell* cell = slot.newest;
-  return cell && cell->leixing == kText && cell->nDupPos == -1 ? cell : nullptr;
-}
-
 // SPEED: name = text changes the variable's own text, and name = name + text grows it. The sum would be the same text.
 bool RememberedRunner::SetInPlace(Statement& statement) {
   const ExpressionNode& value = *statement.expression;
   const bool sum = value.kind == NodeKind::kAdd && value.left->slot == statement.slot;
-  CVarCell* cell = OwnText(*statement.slot);
+  CVarCell* cell = CellStore::OwnVariable(*statement.slot, kText);
   std::string_view text;
   if (!cell || !TextOperand(sum ? *value.right : value, text)) return false;
   if (sum) {
@@ -142,7 +135,7 @@ CVarCell* RememberedRunner::TextVariable(const NameSlot& slot, const char* refus
 }
 
 RememberedStatement* RememberedRunner::Append(RememberedRunner& self, Statement& statement) {
-  CVarCell* cell = OwnText(*statement.slot);
+  CVarCell* cell = CellStore::OwnVariable(*statement.slot, kText);
   std::string_view added;
   if (!cell || !TextOperand(*statement.expression, added)) return AppendValue(self, statement);
   cell->string->Append(added);
@@ -258,13 +251,10 @@ RememberedStatement* RememberedRunner::End(RememberedRunner& self, Statement& st
 }
 
 RememberedStatement* RememberedRunner::EndAtLength(RememberedRunner& self, Statement& statement) {
-  const CVarCell* mark = self.store_.FrameMarkSlot().newest;
-  if (self.script_.m_nBeginCount > 0 && mark) [[likely]] {
-    self.store_.CutBack(self.script_.m_Cells, static_cast<size_t>(CellStore::PositionOf(mark)));
-    --self.script_.m_nBeginCount;
-  } else {
+  CScript& script = self.script_;
+  if (!self.store_.CloseFrame(script.m_Cells, script.m_nBeginCount)) {
     self.MoveTo(statement.behind_word);
-    self.script_.DoEnd();
+    script.DoEnd();  // refuses
   }
   return self.Next(statement);
 }

@@ -88,7 +88,6 @@ class RememberedRunner {
   bool CanSkip(const Statement& statement) const { return statement.skip_target && statement.skip_target < limit_; }
   Statement* SkippedByReading(Statement& statement);
 
-  static CVarCell* OwnText(const NameSlot& slot);
   bool SetInPlace(Statement& statement);
   void AssignValue(const Statement& statement, const CValue& value);
   CVarCell* TextVariable(const NameSlot& slot, const char* refusal);

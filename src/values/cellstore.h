@@ -167,6 +167,21 @@ class CellStore {
     return true;
   }
 
+  // The end of the newest frame and of all in it; false, with nothing done, if none is open.
+  bool CloseFrame(std::vector<CVarCell*>& cells, int32_t& open) {
+    const CVarCell* mark = frame_mark_.newest;
+    if (open <= 0 || !mark) return false;
+    CutBack(cells, static_cast<size_t>(mark->position_));
+    --open;
+    return true;
+  }
+
+  // The name's variable if it has that type and stands for no other; else null.
+  static CVarCell* OwnVariable(const NameSlot& slot, ValueType type) {
+    CVarCell* cell = slot.newest;
+    return cell && cell->leixing == type && cell->nDupPos == -1 ? cell : nullptr;
+  }
+
   static void SetText(CVarCell* cell, std::string_view text) {
     cell->leixing = kText;
     cell->text_.Assign(text);

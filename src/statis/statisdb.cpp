@@ -38,13 +38,18 @@ int CStatisDB::Create(int columns) {
   return handle;
 }
 
-CStatisTable* CStatisDB::Find(int handle) {
+CStatisTable* CStatisDB::LookUp(int handle) {
   if (handle == 0) return nullptr;
   const auto found = tables_.find(BitsOf(handle));
-  return found == tables_.end() ? nullptr : found->second.get();
+  if (found == tables_.end()) return nullptr;
+  last_handle_ = handle;
+  return last_table_ = found->second.get();
 }
 
-int CStatisDB::Destroy(int handle) { return handle != 0 && tables_.erase(BitsOf(handle)) != 0; }
+int CStatisDB::Destroy(int handle) {
+  last_handle_ = 0;
+  return handle != 0 && tables_.erase(BitsOf(handle)) != 0;
+}
 
 int CStatisDB::Write(int handle, std::string_view key, int column, int64_t value, std::string_view text) {
   CStatisTable* table = Find(handle);

@@ -6,7 +6,9 @@
 // refused; nothing is read or written then.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -35,6 +37,34 @@ class CompactText {
 
 }  // namespace karst
 
+namespace karst {
+
+// SPEED: the two ends of a key as numbers, which overlap in a short one: texts of one length of up to kWhole bytes are
+// equal if their ends are.
+struct KeyEnds {
+  static constexpr size_t kWhole = 16;
+
+  explicit KeyEnds(std::string_view key) {
+    const char* const end = key.data() + key.size();
+    if (key.size() >= 8) {
+      std::memcpy(&head, key.data(), 8);
+      std::memcpy(&tail, end - 8, 8);
+    } else if (key.size() >= 4) {
+      std::memcpy(&head, key.data(), 4);
+      std::memcpy(&tail, end - 4, 4);
+    } else if (!key.empty()) {
+      head = static_cast<uint8_t>(key.front()) | static_cast<uint8_t>(key[key.size() / 2]) << 8;
+      tail = static_cast<uint8_t>(key.back());
+    }
+  }
+  friend bool operator==(const KeyEnds&, const KeyEnds&) = default;
+
+  uint64_t head = 0;
+  uint64_t tail = 0;
+};
+
+}  // namespace karst
+
 // One cell that was written.
 class CStatisCell {
  public:
@@ -53,6 +83,10 @@ class CStatisRow {
   CStatisRow(std::string_view row_key, int32_t row_number)
       : key(row_key), row(row_number), key_size(static_cast<uint32_t>(row_key.size())) {}
   std::string_view KeyView() const { return {key.c_str(), key_size}; }
+  bool HasKey(std::string_view wanted, const karst::KeyEnds& ends) const {
+    if (key_size != wanted.size() || karst::KeyEnds(KeyView()) != ends) return false;
+    return key_size <= karst::KeyEnds::kWhole || KeyView() == wanted;
+  }
   // The cell of a column, or null if it was never written.
   const CStatisCell* Find(int column) const;
   // The same; makes the cell.
@@ -112,8 +146,10 @@ class CStatisTable {
 
   // The row, or null.
   CStatisRow* FindRow(std::string_view key) {
-    if (last_found_ && last_found_->KeyView() == key) return last_found_;
-    return LookUpRow(key);
+    const karst::KeyEnds ends(key);
+    CStatisRow*& recent = recent_[RecentPlace(ends)];
+    if (recent && recent->HasKey(key, ends)) return recent;
+    return LookUpRow(key, recent);
   }
   int GetRowCount() const { return static_cast<int>(rows.size()); }
 
@@ -136,12 +172,18 @@ class CStatisTable {
   std::unordered_set<CStatisRow*, karst::RowKeyHash, karst::RowKeyEqual> keys;
 
  private:
-  CStatisRow* LookUpRow(std::string_view key);
+  CStatisRow* LookUpRow(std::string_view key, CStatisRow*& recent);
+  static size_t RecentPlace(const karst::KeyEnds& ends) {
+    return static_cast<size_t>((ends.head * 0x9e3779b97f4a7c15u + ends.tail) * 0x9e3779b97f4a7c15u >> 58);
+  }
+  void ForgetRecent() { recent_.fill(nullptr); }
   // Makes the rows from `from` on say their numbers.
   void Renumber(int from);
   bool HasColumn(int column) const { return column >= 0 && column < columns; }
 
-  CStatisRow* last_found_ = nullptr;  // SPEED: what is read from a row is as a rule written back to it
+  // SPEED: rows that were found lately, by their keys' ends: few keys make most of what is counted, and what is read
+  // from a row is as a rule written back to it.
+  std::array<CStatisRow*, 64> recent_{};
 };
 
 // The tables of one interpreter. Operations with a handle give 1, or 0 if they fail; 0 names no table.
@@ -173,10 +215,13 @@ class KARST_API CStatisDB {
   int Sort(int handle, const char* columns, const char* order);
 
  private:
-  CStatisTable* Find(int handle);
+  CStatisTable* Find(int handle) { return handle != 0 && handle == last_handle_ ? last_table_ : LookUp(handle); }
+  CStatisTable* LookUp(int handle);
   // Sets next_handle_ to a number whose bits are free; false if there is none.
   bool FindFreeHandle();
 
   int32_t next_handle_ = 1;
+  int32_t last_handle_ = 0;  // SPEED: a script uses one table many times; 0: none
+  CStatisTable* last_table_ = nullptr;
   std::unordered_map<uint16_t, std::unique_ptr<CStatisTable>> tables_;
 };

@@ -53,7 +53,7 @@ bool CStatisTable::Create(int column_count) {
 }
 
 void CStatisTable::Clear() {
-  last_found_ = nullptr;
+  ForgetRecent();
   keys.clear();
   rows.clear();
 }
@@ -79,7 +79,7 @@ CStatisRow* CStatisTable::AddRow(int position, std::string_view key) {
 int CStatisTable::DeleteRowAt(int row) {
   if (row < 0 || row >= GetRowCount()) return 0;
   const auto place = rows.begin() + row;
-  last_found_ = nullptr;
+  ForgetRecent();
   keys.erase(place->get());
   rows.erase(place);
   Renumber(row);
@@ -92,9 +92,9 @@ int CStatisTable::DeleteRowByKey(std::string_view key) {
   return row ? DeleteRowAt(row->row) : 0;
 }
 
-CStatisRow* CStatisTable::LookUpRow(std::string_view key) {
+CStatisRow* CStatisTable::LookUpRow(std::string_view key, CStatisRow*& recent) {
   const auto found = keys.find(key);
-  return found == keys.end() ? nullptr : last_found_ = *found;
+  return found == keys.end() ? nullptr : recent = *found;
 }
 
 int CStatisTable::SetCell(CStatisRow* row, int column, int64_t value, std::string_view text) {

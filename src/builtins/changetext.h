@@ -15,7 +15,7 @@ template <typename Edit>
 int32_t ChangeText(CFuncArray* self, CVarCell* cell, Edit edit) {
   try {
     edit(*cell->string);
-    self->ReplaceString(cell->string->view(), self->m_Cells[static_cast<size_t>(cell->nDupPos)]);
+    self->ChangeDupVars(self->m_Cells[static_cast<size_t>(cell->nDupPos)], cell->string->view());
   } catch (const std::bad_alloc&) {
     self->halt("mem low...");
   }

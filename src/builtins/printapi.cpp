@@ -3,6 +3,7 @@
 #include <new>
 
 #include "builtins/args.h"
+#include "builtins/changetext.h"
 #include "builtins/namedoutput.h"
 #include "builtins/table.h"
 #include "outside/zebutil.h"
@@ -31,7 +32,7 @@ struct FormatBuiltin {
 class FormatCall {
  public:
   FormatCall(CFuncArray* self, int argc, int first, const FormatBuiltin& builtin)
-      : args(self, argc, first, builtin.row), text(self), self_(self), first_(first), leading_(builtin.leading) {
+      : args(self, argc, first, builtin.row), self_(self), first_(first), leading_(builtin.leading) {
     if (argc < leading_) self->halt("%s函数 参数数目至少应该为%d个...", builtin.title, leading_);
     if (argc >= kTooManyArguments) self->halt("%s函数参数太多, 超过50个...", builtin.title);
   }
@@ -41,21 +42,20 @@ class FormatCall {
     self_->ProcessArgList(words_, first_ + leading_, args.Count() - leading_);
   }
 
-  // Makes `text`. False if format and values do not match.
-  [[nodiscard]] bool Build() {
+  // Makes the text. False if format and values do not match.
+  [[nodiscard]] bool Build(CString& text) {
     try {
-      return FormatWords(*text, format_, words_);
+      return FormatWords(text, format_, words_);
     } catch (const std::bad_alloc&) {
       self_->halt("mem low...");
     }
     return false;
   }
-  void BuildOrHalt(const char* message) {
-    if (!Build()) self_->halt("%s", message);
+  void BuildOrHalt(CString& text, const char* message) {
+    if (!Build(text)) self_->halt("%s", message);
   }
 
   Arguments args;
-  WorkText text;
 
  private:
   CFuncArray* self_;
@@ -123,10 +123,11 @@ int32_t WriteConverted(CFuncArray* self, ConvertedOutput& file, const char* text
 void Printf(CFuncArray* self, int argc, int first, CValue* result) {
   FormatCall call(self, argc, first, {"printf", " printf"});
   call.ReadFormat();
-  call.BuildOrHalt(kBadFormat);
-  call.text->CutAtNul();
-  self->eprintf("%s", call.text->c_str());
-  result->SetVal(call.text->GetLength());
+  WorkText text(self);
+  call.BuildOrHalt(*text, kBadFormat);
+  text->CutAtNul();
+  self->eprintf("%s", text->c_str());
+  result->SetVal(text->GetLength());
 }
 
 // fprintf (handle, format, values...): to an open file. The bytes written, or -1.
@@ -134,8 +135,9 @@ void Fprintf(CFuncArray* self, int argc, int first, CValue* result) {
   FormatCall call(self, argc, first, {"fprintf", "fprintf()"});
   const FileHandle file = HandleIn(self, call.args.Cell(1));
   call.ReadFormat();
-  call.BuildOrHalt(kBadFormat);
-  result->SetVal(static_cast<int32_t>(WriteFile(file, call.text->view())));
+  WorkText text(self);
+  call.BuildOrHalt(*text, kBadFormat);
+  result->SetVal(static_cast<int32_t>(WriteFile(file, text->view())));
 }
 
 // sprintf (&target, format, values...): to a variable. The length of its new text.
@@ -143,8 +145,10 @@ void Sprintf(CFuncArray* self, int argc, int first, CValue* result) {
   FormatCall call(self, argc, first, {"sprintf", "sprintf()"});
   call.args.TextRef(1);
   call.ReadFormat();
-  call.BuildOrHalt(kBadFormat);
-  result->SetVal(call.args.SetText(1, call.text->view()));
+  result->SetVal(ChangeText(self, call.args.Cell(1), [&call](CString& text) {
+    call.BuildOrHalt(text, kBadFormat);
+    text.CutAtNul();
+  }));
 }
 
 // fnprintf (name, format, values...): to the named output. The bytes written, or -1; where nothing serves the name
@@ -156,8 +160,9 @@ void Fnprintf(CFuncArray* self, int argc, int first, CValue* result) {
   result->SetVal(-1);
   NamedOutput output(self, name);
   if (!output.Served()) return;
-  call.BuildOrHalt(kBadNamedFormat);
-  result->SetVal(output.Deliver(call.text->view()));
+  WorkText text(self);
+  call.BuildOrHalt(*text, kBadNamedFormat);
+  result->SetVal(output.Deliver(text->view()));
 }
 
 // bmprintf (name, conversion, format, values...): appended to a file after a conversion. The bytes written, or -1,
@@ -169,8 +174,9 @@ void Bmprintf(CFuncArray* self, int argc, int first, CValue* result) {
   call.ReadFormat();
   result->SetVal(-1);
   ConvertedOutput file(self, name);
-  if (file.Served() && call.Build()) {
-    result->SetVal(WriteConverted(self, file, call.text->c_str(), conversion));
+  WorkText text(self);
+  if (file.Served() && call.Build(*text)) {
+    result->SetVal(WriteConverted(self, file, text->c_str(), conversion));
   }
 }
 

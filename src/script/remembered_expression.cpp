@@ -81,8 +81,9 @@ void RememberedRunner::Call(const RememberedCall& call, CValue& result) {
   std::vector<CVarCell*>& cells = script_.m_Cells;
   ++script_.m_nBeginCount;
   const size_t first = cells.size();
+  const bool has_room = first + call.arguments.size() <= static_cast<size_t>(CVarArray::kMostCells);
   for (const RememberedArgument& argument : call.arguments) {
-    if (!MakeQuickly(argument)) MakeArgument(argument);
+    if (!has_room || !MakeQuickly(argument)) MakeArgument(argument);
   }
   MoveTo(call.behind);
   call.handler(&script_, static_cast<int>(cells.size() - first), static_cast<int>(first), &result);
@@ -90,28 +91,40 @@ void RememberedRunner::Call(const RememberedCall& call, CValue& result) {
   --script_.m_nBeginCount;
 }
 
-// SPEED: what MakeArgument does, where no error can come of it; else false, with nothing done.
+// SPEED: what MakeArgument does, where no error can come of it and the table has room; else false, with nothing done.
 inline bool RememberedRunner::MakeQuickly(const RememberedArgument& argument) {
-  using Kind = RememberedArgument::Kind;
-  IntResult number{argument.number, 1};
-  const CVarCell* source = argument.source ? argument.source->newest : nullptr;
-  if (argument.source) {
-    if (!source || !CellStore::HoldsValue(*source)) return false;
-  } else if (argument.kind == Kind::kExpression) {
-    number = argument.expression->evaluate_int(*argument.expression);
-    if (!number.known) return false;
+  switch (argument.kind) {
+    case RememberedArgument::Kind::kNumber: return AppendNumber(argument, argument.number);
+    case RememberedArgument::Kind::kExpression: {
+      const IntResult number = argument.expression->evaluate_int(*argument.expression);
+      return number.known && AppendNumber(argument, number.value);
+    }
+    case RememberedArgument::Kind::kLiteral: {
+      CVarCell* cell = store_.AppendReady(script_.m_Cells, *argument.slot);
+      if (cell) CellStore::SetText(cell, argument.text);
+      return cell;
+    }
+    default: return AppendCopy(argument);
   }
-  if (script_.m_Cells.size() >= static_cast<size_t>(CVarArray::kMostCells)) return false;
+}
+
+inline bool RememberedRunner::AppendNumber(const RememberedArgument& argument, int32_t number) {
+  CVarCell* cell = store_.AppendReady(script_.m_Cells, *argument.slot);
+  if (cell) CellStore::SetInt(cell, number);
+  return cell;
+}
+
+inline bool RememberedRunner::AppendCopy(const RememberedArgument& argument) {
+  const CVarCell* source = argument.source->newest;
+  if (!source || (source->leixing != kInt && source->leixing != kText)) return false;
   CVarCell* cell = store_.AppendReady(script_.m_Cells, *argument.slot);
   if (!cell) return false;
-  if (source) {
-    CellStore::SetCopy(cell, *source);
-    if (argument.kind == Kind::kReference) cell->nDupPos = CellStore::PositionOf(source);
-  } else if (argument.kind == Kind::kLiteral) {
-    CellStore::SetText(cell, argument.text);
+  if (source->leixing == kInt) {
+    CellStore::SetInt(cell, source->lVal);
   } else {
-    CellStore::SetInt(cell, number.value);
+    CellStore::SetText(cell, *source->string);
   }
+  if (argument.kind == RememberedArgument::Kind::kReference) cell->nDupPos = CellStore::PositionOf(source);
   return true;
 }
 

@@ -1,6 +1,7 @@
 // RememberedRunner: statements. The expressions are in remembered_expression.cpp.
 #include "script/remembered_runner.h"
 
+#include "script/arithmetic.h"
 #include "script/statement_builder.h"
 
 namespace karst {
@@ -13,16 +14,24 @@ int RememberedRunner::Run() {
       if (Read() == Flow::kLeave) return result_;
       continue;
     }
-    do {
-      if (statement_budget >= 0) [[unlikely]] {
-        MoveTo(statement->word);
-        if (statement->kind != StatementKind::kPieceEnd) SpendStatement(script_);
-      }
-      statement = statement->run(*this, *statement);
-    } while (statement && statement->last_token < limit_ && !Stopped());
+    statement = statement_budget < 0 ? RunOn<false>(*statement) : RunOn<true>(*statement);
     if (leaving_) return result_;
     if (statement) MoveTo(statement->position);
   }
+}
+
+// From one remembered statement to the next, as long as there is one.
+template <bool kCounted>
+inline RememberedStatement* RememberedRunner::RunOn(Statement& first) {
+  Statement* statement = &first;
+  do {
+    if constexpr (kCounted) {
+      MoveTo(statement->word);
+      if (statement->kind != StatementKind::kPieceEnd) SpendStatement(script_);
+    }
+    statement = statement->run(*this, *statement);
+  } while (statement && statement->last_token < limit_ && !Stopped());
+  return statement;
 }
 
 // One statement from the text.
@@ -66,7 +75,12 @@ StatementHandler RememberedRunner::HandlerOf(const Statement& statement) {
 
 StatementHandler RememberedRunner::AssignmentHandlerOf(const ExpressionNode& expression) {
   if (expression.kind == NodeKind::kVariable) return AssignVariable;
+  if (expression.kind == NodeKind::kCall) return AssignCall;
+  if (expression.kind == NodeKind::kAdd && expression.right->kind == NodeKind::kCall) return AssignSumWithCall;
   if (expression.kind == NodeKind::kText || expression.calls) return Assign;
+  const bool counts = expression.kind == NodeKind::kAdd && expression.left->kind == NodeKind::kVariable &&
+                      expression.right->kind == NodeKind::kInt;
+  if (counts) return AssignCount;
   return AssignInt;
 }
 
@@ -97,10 +111,43 @@ RememberedStatement* RememberedRunner::AssignInt(RememberedRunner& self, Stateme
   return self.Next(statement);
 }
 
+// SPEED: name = name + number is what loops are made of.
+RememberedStatement* RememberedRunner::AssignCount(RememberedRunner& self, Statement& statement) {
+  const ExpressionNode& sum = *statement.expression;
+  const CVarCell* source = sum.left->slot->newest;
+  CVarCell* cell = CellStore::OwnVariable(*statement.slot, kInt);
+  if (!cell || !source || source->leixing != kInt) return AssignInt(self, statement);
+  cell->lVal = Wrapped<int32_t>(int64_t{source->lVal} + sum.right->number);
+  return self.Next(statement);
+}
+
 RememberedStatement* RememberedRunner::Assign(RememberedRunner& self, Statement& statement) {
   if (self.SetInPlace(statement)) return self.Next(statement);
   CValue value;
   self.Evaluate(*statement.expression, value);
+  self.AssignValue(statement, value);
+  return self.Next(statement);
+}
+
+RememberedStatement* RememberedRunner::AssignCall(RememberedRunner& self, Statement& statement) {
+  CValue value;
+  self.Call(*statement.expression->call, value);
+  self.AssignValue(statement, value);
+  return self.Next(statement);
+}
+
+RememberedStatement* RememberedRunner::AssignSumWithCall(RememberedRunner& self, Statement& statement) {
+  const ExpressionNode& sum = *statement.expression;
+  const IntResult left = sum.left->evaluate_int(*sum.left);
+  if (!left.known) return Assign(self, statement);
+  CValue value;
+  self.Call(*sum.right->call, value);
+  self.MoveTo(sum.position);
+  if (value.leixing == kInt) {
+    value.lVal = Wrapped<int32_t>(int64_t{left.value} + value.lVal);
+  } else {
+    value = CValue(left.value) + value;
+  }
   self.AssignValue(statement, value);
   return self.Next(statement);
 }
@@ -199,9 +246,12 @@ RememberedStatement* RememberedRunner::CallStatement(RememberedRunner& self, Sta
 
 // Conditions and blocks.
 
-bool RememberedRunner::Holds(const ExpressionNode& condition) {
+inline bool RememberedRunner::Holds(const ExpressionNode& condition) {
   const IntResult result = condition.evaluate_int(condition);
-  if (result.known) return result.value != 0;
+  return result.known ? result.value != 0 : HoldsAtLength(condition);
+}
+
+bool RememberedRunner::HoldsAtLength(const ExpressionNode& condition) {
   CValue value;
   Evaluate(condition, value);
   return Truth(value) == 1;
@@ -217,10 +267,13 @@ RememberedStatement* RememberedRunner::SkippedByReading(Statement& statement) {
 
 RememberedStatement* RememberedRunner::If(RememberedRunner& self, Statement& statement) {
   if (self.Holds(*statement.expression)) {
-    if (statement.opens_block) self.OpenFrame();
+    if (statement.opens_block && !self.OpenFrameQuickly()) return BeginAtLength(self, statement);
     return self.Next(statement);
   }
-  if (self.CanSkip(statement)) return self.Skip(statement);
+  return self.CanSkip(statement) ? self.Skip(statement) : SkipIf(self, statement);
+}
+
+RememberedStatement* RememberedRunner::SkipIf(RememberedRunner& self, Statement& statement) {
   self.MoveTo(statement.behind_value);
   self.script_.SkipBlankLine();
   self.script_.FindElse();
@@ -266,7 +319,10 @@ RememberedStatement* RememberedRunner::Loop(RememberedRunner& self, Statement& s
   open_loops.push(const_cast<char*>(statement.word));
   if (self.Holds(*statement.expression)) return self.Next(statement);
   open_loops.pop();
-  if (self.CanSkip(statement)) return self.Skip(statement);
+  return self.CanSkip(statement) ? self.Skip(statement) : SkipLoop(self, statement);
+}
+
+RememberedStatement* RememberedRunner::SkipLoop(RememberedRunner& self, Statement& statement) {
   self.MoveTo(statement.behind_value);
   self.script_.SkipUntilPeiduiEndcir();
   return self.SkippedByReading(statement);

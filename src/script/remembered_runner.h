@@ -35,6 +35,8 @@ class RememberedRunner {
   using Flow = CScript::Flow;
   using Statement = RememberedStatement;
 
+  template <bool kCounted>
+  Statement* RunOn(Statement& first);
   Flow Read();
   void Remember(const char* position);
   // SPEED: as CRunable::IsStop, without the way to the virtual base.
@@ -44,22 +46,27 @@ class RememberedRunner {
   // ways save no registers for it.
   static StatementHandler AssignmentHandlerOf(const ExpressionNode& expression);
   static Statement* AssignVariable(RememberedRunner& self, Statement& statement);
-  static Statement* Assign(RememberedRunner& self, Statement& statement);
-  static Statement* AssignInt(RememberedRunner& self, Statement& statement);
+  [[gnu::noinline]] static Statement* Assign(RememberedRunner& self, Statement& statement);
+  static Statement* AssignCall(RememberedRunner& self, Statement& statement);
+  static Statement* AssignSumWithCall(RememberedRunner& self, Statement& statement);
+  static Statement* AssignCount(RememberedRunner& self, Statement& statement);
+  [[gnu::noinline]] static Statement* AssignInt(RememberedRunner& self, Statement& statement);
   static Statement* Append(RememberedRunner& self, Statement& statement);
-  static Statement* AppendValue(RememberedRunner& self, Statement& statement);
+  [[gnu::noinline]] static Statement* AppendValue(RememberedRunner& self, Statement& statement);
   static Statement* Prepend(RememberedRunner& self, Statement& statement);
   static Statement* CallStatement(RememberedRunner& self, Statement& statement);
   static Statement* If(RememberedRunner& self, Statement& statement);
+  [[gnu::noinline]] static Statement* SkipIf(RememberedRunner& self, Statement& statement);
   static Statement* Else(RememberedRunner& self, Statement& statement);
   static Statement* Loop(RememberedRunner& self, Statement& statement);
+  [[gnu::noinline]] static Statement* SkipLoop(RememberedRunner& self, Statement& statement);
   static Statement* EndLoop(RememberedRunner& self, Statement& statement);
   static Statement* Break(RememberedRunner& self, Statement& statement);
   static Statement* Continue(RememberedRunner& self, Statement& statement);
   static Statement* Begin(RememberedRunner& self, Statement& statement);
-  static Statement* BeginAtLength(RememberedRunner& self, Statement& statement);
+  [[gnu::noinline]] static Statement* BeginAtLength(RememberedRunner& self, Statement& statement);
   static Statement* End(RememberedRunner& self, Statement& statement);
-  static Statement* EndAtLength(RememberedRunner& self, Statement& statement);
+  [[gnu::noinline]] static Statement* EndAtLength(RememberedRunner& self, Statement& statement);
   static Statement* Declare(RememberedRunner& self, Statement& statement);
   static Statement* Goto(RememberedRunner& self, Statement& statement);
   static Statement* PieceEnd(RememberedRunner& self, Statement& statement);
@@ -93,12 +100,15 @@ class RememberedRunner {
   CVarCell* TextVariable(const NameSlot& slot, const char* refusal);
 
   bool Holds(const ExpressionNode& condition);
+  [[gnu::noinline]] bool HoldsAtLength(const ExpressionNode& condition);
   void Evaluate(const ExpressionNode& node, CValue& value);
   void EvaluateBinary(const ExpressionNode& node, CValue& value);
   // The text of a literal or of a text variable; false for any other node.
   static bool TextOperand(const ExpressionNode& node, std::string_view& text);
   void Call(const RememberedCall& call, CValue& result);
   bool MakeQuickly(const RememberedArgument& argument);
+  bool AppendNumber(const RememberedArgument& argument, int32_t number);
+  bool AppendCopy(const RememberedArgument& argument);
   void MakeArgument(const RememberedArgument& argument);
 
   void MoveTo(const char* position) { script_.lpProg = const_cast<char*>(position); }

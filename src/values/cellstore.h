@@ -59,14 +59,7 @@ class CellStore {
     return cell;
   }
   // Takes a cell back. SPEED: its name and a small text's memory stay for the next taker.
-  void Give(CVarCell* cell) {
-    if (cell->text_.Capacity() > kKeptTextCapacity) [[unlikely]]
-      ShrinkText(cell);
-    cell->string = nullptr;
-    cell->leixing = kNoValue;
-    cell->shadowed_ = free_;
-    free_ = cell;
-  }
+  void Give(CVarCell* cell) { free_ = Freed(cell, free_); }
 
   void Append(std::vector<CVarCell*>& cells, CVarCell* cell) {
     NameSlot& slot = *cell->slot_;
@@ -94,12 +87,14 @@ class CellStore {
     return cell ? cell : AppendTaken(cells, slot);
   }
   void CutBack(std::vector<CVarCell*>& cells, size_t size) {
+    CVarCell* free = free_;
     const auto kept_end = cells.begin() + static_cast<ptrdiff_t>(size);
     for (auto place = cells.end(); place != kept_end;) {
       CVarCell* cell = *--place;
       if (cell->slot_) cell->slot_->newest = cell->shadowed_;
-      Give(cell);
+      free = Freed(cell, free);
     }
+    free_ = free;
     cells.erase(kept_end, cells.end());
   }
 
@@ -192,7 +187,6 @@ class CellStore {
     cell->text_.Assign(text);
     cell->string = &cell->text_;
   }
-  static bool HoldsValue(const CVarCell& cell) { return cell.leixing >= kInt && cell.leixing <= kText; }
   // The value of a variable; false for a cell that is none.
   static bool SetCopy(CVarCell* cell, const CVarCell& source) {
     switch (source.leixing) {
@@ -230,6 +224,14 @@ class CellStore {
     if (!cell->slot_) return;
     cell->shadowed_ = cell->slot_->newest;
     cell->slot_->newest = cell;
+  }
+  static CVarCell* Freed(CVarCell* cell, CVarCell* next) {
+    if (cell->text_.Capacity() > kKeptTextCapacity) [[unlikely]]
+      ShrinkText(cell);
+    cell->string = nullptr;
+    cell->leixing = kNoValue;
+    cell->shadowed_ = next;
+    return cell;
   }
   void ClearNumbers(CVarCell* cell) const {
     cell->run_ = run_;

@@ -66,11 +66,11 @@ void RecordWalk::OpenMiddleFrame() {
   MakeText(names_.next_field_name, {});
 }
 
-void RecordWalk::OpenFieldFrame(std::string_view name, std::string_view indicator, std::string_view text) {
+void RecordWalk::OpenFieldFrame(const FieldParts& field) {
   OpenFrame();
-  MakeText(names_.field, text);
-  MakeText(names_.indicator, indicator);
-  MakeText(names_.field_name, name);
+  MakeText(names_.field, field.text);
+  MakeText(names_.indicator, field.indicator);
+  MakeText(names_.field_name, field.name);
   MakeInt(names_.field_dup, 0);
   MakeText(names_.prev_subfield_name, {});
 }
@@ -117,7 +117,7 @@ int CMARCTree::InitialMiddleVars() {
 }
 
 int CMARCTree::InitialFieldVars() {
-  walk_->OpenFieldFrame({}, {}, {});
+  walk_->OpenFieldFrame({});
   return 0;
 }
 

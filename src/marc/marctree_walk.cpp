@@ -6,6 +6,7 @@
 
 #include "marc/marctree.h"
 #include "marc/recordwalk.h"
+#include "outside/marcitems.h"
 #include "platform/mbtext.h"
 
 namespace karst {
@@ -14,6 +15,7 @@ namespace {
 
 constexpr std::string_view kHeaderTag = "hdr";
 constexpr char kAny = '*';
+constexpr size_t kFieldFrameCells = 6;     // a mark and five variables
 constexpr size_t kSubfieldDataOffset = 2;  // behind the mark and the code
 
 // A tag to match against, padded with NUL where the field is shorter.
@@ -72,7 +74,9 @@ void ClearCounts(CCell* first, CellType type) {
 // The groups of a text in order: a group runs from one subfield of the first subfield's code up to the next one.
 class GroupCursor {
  public:
-  explicit GroupCursor(std::string_view text) : subfields_(text) { more_ = subfields_.Next(opening_); }
+  explicit GroupCursor(std::string_view text) : subfields_(SubfieldCursor::OverUnended(text)) {
+    more_ = subfields_.Next(opening_);
+  }
   bool Next(std::string_view& group) {
     if (!more_) return false;
     const char* const start = opening_.data();
@@ -212,7 +216,7 @@ int RecordWalk::OverRecordHeader(std::string_view record, CCell* first) {
 }
 
 int RecordWalk::OverHeader(std::string_view header, std::optional<std::string_view> next, CCell* first) {
-  OpenFieldFrame(kHeaderTag, {}, Clipped(header));
+  OpenFieldFrame({kHeaderTag, {}, Clipped(header)});
   SetNeighbours({}, next);
   int result = kWalkDone;
   for (CCell* cell = first; IsCell(cell, kCellField) && result == kWalkDone; cell = cell->pNext) {
@@ -225,7 +229,8 @@ int RecordWalk::OverHeader(std::string_view header, std::optional<std::string_vi
   return result;
 }
 
-// SPEED: a field that no cell matches gets no frame, since no code would see it.
+// SPEED: a field that no cell matches gets no frame, since no code would see it; and a frame that the code of one field
+// left as it was made serves the next.
 int RecordWalk::OverEachField(std::string_view text, bool nested, CCell* first) {
   state_.Begin();
   FieldCursor cursor = nested ? FieldCursor::OverEmbedded(text) : FieldCursor::OverRecord(text);
@@ -233,17 +238,24 @@ int RecordWalk::OverEachField(std::string_view text, bool nested, CCell* first) 
   FieldPlace place;
   std::string_view field;
   int result = kWalkDone;
+  bool frame_stands = false;
   for (; result != kWalkFailed && !state_.IsStop() && cursor.Next(field); ++place.index) {
     if (!nested) place.next = cursor.FollowingTag();
-    if (!Tag(field).MatchesAny(first) && FieldFrameFits()) {
+    const bool matched = Tag(field).MatchesAny(first);
+    if (frame_stands && !matched) {
+      CloseFrame();
+      frame_stands = false;
+    }
+    if (!matched && FieldFrameFits()) {
       announcer.InPassing(place);
     } else {
       announcer.AheadOfCode(place);
       const std::string_view shown = Clipped(field);
-      result = OverField(shown, shown.size(), first);
+      result = OverNextField(shown, first, frame_stands);
     }
     place.prev = field.substr(0, kTagLength);
   }
+  if (frame_stands) CloseFrame();
   announcer.Finish();
   state_.End();
   return result;
@@ -260,49 +272,88 @@ void RecordWalk::SetNeighbours(std::string_view prev, std::optional<std::string_
 }
 
 // True if the table takes a field's frame, a mark and five variables, without a refusal.
-bool RecordWalk::FieldFrameFits() const { return table_.m_Cells.size() + 6 <= CVarArray::kMostCells; }
+bool RecordWalk::FieldFrameFits() const { return table_.m_Cells.size() + kFieldFrameCells <= CVarArray::kMostCells; }
 
-int RecordWalk::OverField(std::string_view field, size_t length, CCell* first) {
-  OpenFieldFrame(field, length);
-  const Tag tag(field);
-  state_.Begin();
-  int result = kWalkDone;
-  for (CCell* cell = first; IsCell(cell, kCellField) && !state_.IsStop() && result == kWalkDone; cell = cell->pNext) {
-    if (tag.Matches(*cell)) result = RunFieldCell(field, cell);
-  }
-  state_.End();
+int RecordWalk::OverField(std::string_view field, size_t length, std::string_view items, CCell* first) {
+  OpenFieldFrame(PartsOf(field, length));
+  const int result = RunFieldCells(field, items, first);
   CloseFrame();
   return result;
 }
 
-// `length` decides which parts the field has room for.
-void RecordWalk::OpenFieldFrame(std::string_view field, size_t length) {
-  const std::string_view name = field.substr(0, kTagLength);
-  const size_t least = kTagLength + static_cast<size_t>(std::max(tree_.m_nIndicatorLen, 0));
-  if (length >= kTagLength && HasNoIndicators(field)) {
-    OpenFieldFrame(name, {}, From(field, kTagLength));
-  } else if (length < kTagLength || length < least) {
-    OpenFieldFrame(name, {}, {});
+// One field of a record. `frame_stands` tells whether the frame of the field before is still open, and is told of this
+// one's.
+int RecordWalk::OverNextField(std::string_view field, CCell* first, bool& frame_stands) {
+  const FieldParts parts = PartsOf(field, field.size());
+  const size_t frame = table_.m_Cells.size() - (frame_stands ? kFieldFrameCells : 0);
+  if (frame_stands) {
+    RenewFieldFrame(parts);
   } else {
-    const std::string_view data = From(field, kTagLength);
-    OpenFieldFrame(name, data.substr(0, kIndicatorLength), From(data, kIndicatorLength));
+    OpenFieldFrame(parts);
   }
+  const int result = RunFieldCells(field, field, first);
+  frame_stands = result == kWalkDone && FieldFrameStands(frame);
+  if (!frame_stands) CloseFrame();
+  return result;
 }
 
-int RecordWalk::RunFieldCell(std::string_view field, CCell* cell) {
+int RecordWalk::RunFieldCells(std::string_view field, std::string_view items, CCell* first) {
+  const Tag tag(field);
+  state_.Begin();
+  int result = kWalkDone;
+  for (CCell* cell = first; IsCell(cell, kCellField) && !state_.IsStop() && result == kWalkDone; cell = cell->pNext) {
+    if (tag.Matches(*cell)) result = RunFieldCell(items, cell);
+  }
+  state_.End();
+  return result;
+}
+
+// True if the table ends in a field's frame at `position`, with its variables alone, and nothing below it would be
+// refused.
+bool RecordWalk::FieldFrameStands(size_t position) const {
+  const std::vector<CVarCell*>& cells = table_.m_Cells;
+  const auto holds = [&cells](size_t place, const NameSlot& name, ValueType type) {
+    return CellStore::OwnVariable(name, type) == cells[place];
+  };
+  return cells.size() == position + kFieldFrameCells && store_.FrameMarkSlot().newest == cells[position] &&
+         holds(position + 1, names_.field, kText) && holds(position + 2, names_.indicator, kText) &&
+         holds(position + 3, names_.field_name, kText) && holds(position + 4, names_.field_dup, kInt) &&
+         holds(position + 5, names_.prev_subfield_name, kText) && CellStore::OwnVariable(names_.field_count, kInt) &&
+         CellStore::OwnVariable(names_.prev_field_name, kText) && CellStore::OwnVariable(names_.next_field_name, kText);
+}
+
+void RecordWalk::RenewFieldFrame(const FieldParts& field) {
+  SetText(names_.field, field.text);
+  SetText(names_.indicator, field.indicator);
+  SetText(names_.field_name, field.name);
+  SetInt(names_.field_dup, 0);
+  SetText(names_.prev_subfield_name, {});
+}
+
+// `length` decides which parts the field has room for.
+FieldParts RecordWalk::PartsOf(std::string_view field, size_t length) const {
+  const std::string_view name = field.substr(0, kTagLength);
+  const size_t least = kTagLength + static_cast<size_t>(std::max(tree_.m_nIndicatorLen, 0));
+  if (length >= kTagLength && HasNoIndicators(field)) return {name, {}, From(field, kTagLength)};
+  if (length < kTagLength || length < least) return {name, {}, {}};
+  const std::string_view data = From(field, kTagLength);
+  return {name, data.substr(0, kIndicatorLength), From(data, kIndicatorLength)};
+}
+
+int RecordWalk::RunFieldCell(std::string_view items, CCell* cell) {
   CountMatch(cell, names_.field_dup);
   if (const int result = RunPiece(cell); result != kWalkDone) return result;
-  if (RunFieldChildren(field, cell->pFirstChild) == kWalkFailed) return kWalkFailed;
+  if (RunFieldChildren(items, cell->pFirstChild) == kWalkFailed) return kWalkFailed;
   return RunClosingCode(cell);
 }
 
-int RecordWalk::RunFieldChildren(std::string_view field, CCell* first) {
+int RecordWalk::RunFieldChildren(std::string_view items, CCell* first) {
   if (!first) return kWalkDone;
   switch (first->nType) {
-    case kCellSubField: return OverSubfields(field, first);
-    case kCellField: return OverFields(field, true, first);
-    case kCellGroup: return OverGroups(field, first);
-    case kCellChain: return OverChains(field, first);
+    case kCellSubField: return OverSubfields(items, first);
+    case kCellField: return OverFields(items, true, first);
+    case kCellGroup: return OverGroups(items, first);
+    case kCellChain: return OverChains(items, first);
     default: return kWalkDone;
   }
 }
@@ -348,7 +399,7 @@ int RecordWalk::OverSubfields(std::string_view text, CCell* first) {
 }
 
 int RecordWalk::OverEachSubfield(std::string_view text, CCell* first) {
-  SubfieldCursor cursor(text);
+  SubfieldCursor cursor = SubfieldCursor::OverUnended(text);
   Announcer<SubfieldPlace> announcer(*this);
   SubfieldPlace place;
   int result = kWalkDone;
@@ -424,6 +475,9 @@ namespace {
 
 std::string_view View(const char* text) { return text ? std::string_view(text) : std::string_view(); }
 
+// What the walk looks for subfields in.
+std::string_view Items(const char* text) { return karst::WithoutEnd(View(text)); }
+
 std::optional<std::string_view> OptionalView(const char* text) {
   return text ? std::optional<std::string_view>(text) : std::nullopt;
 }
@@ -456,16 +510,17 @@ int CMARCTree::ProceedHeader(const char* header, CCell* first, const char* next)
 int CMARCTree::ProceedAField(const char* text, int len, CCell* first, const char* next, char* prev) {
   const std::string_view field = View(text);
   walk_->SetNeighbours(View(prev), OptionalView(next));
-  const int result = walk_->OverField(field, static_cast<size_t>(std::max(len, 0)), first);
+  const auto length = static_cast<size_t>(std::max(len, 0));
+  const int result = walk_->OverField(field, length, karst::WithoutEnd(field), first);
   if (prev && result != karst::kWalkFailed) prev[field.copy(prev, karst::kTagLength)] = 0;
   return result;
 }
 
-int CMARCTree::ProceedAllSubfield(const char* text, CCell* first) { return walk_->OverSubfields(View(text), first); }
+int CMARCTree::ProceedAllSubfield(const char* text, CCell* first) { return walk_->OverSubfields(Items(text), first); }
 
-int CMARCTree::RunGroup(const char* text, CCell* group) { return walk_->OverGroups(View(text), group); }
+int CMARCTree::RunGroup(const char* text, CCell* group) { return walk_->OverGroups(Items(text), group); }
 
-int CMARCTree::RunCommonTree(const char* text, CCell* common) { return walk_->OverCommon(View(text), common); }
+int CMARCTree::RunCommonTree(const char* text, CCell* common) { return walk_->OverCommon(Items(text), common); }
 
 int CMARCTree::mymemcmp(const char* a, const char* b, int n) {
   for (int i = 0; i < n; ++i) {

@@ -32,6 +32,11 @@ struct EnvironmentNames {
   NameSlot &subfield, &subfield_name, &subfield_count, &subfield_dup;
 };
 
+// What a field's frame holds of it.
+struct FieldParts {
+  std::string_view name, indicator, text;
+};
+
 class RecordWalk {
  public:
   // LIMIT: embedded fields and Common blocks nest this deep. A level takes less than 1 KiB of the machine's stack.
@@ -44,14 +49,16 @@ class RecordWalk {
 
   int OverFields(std::string_view text, bool nested, CCell* first);
   int OverHeader(std::string_view header, std::optional<std::string_view> next, CCell* first);
-  int OverField(std::string_view field, size_t length, CCell* first);
+  // `items` is the field without what stands behind an end mark: its subfields, groups and embedded fields. So are the
+  // texts of the operations below.
+  int OverField(std::string_view field, size_t length, std::string_view items, CCell* first);
   int OverSubfields(std::string_view text, CCell* first);
   int OverGroups(std::string_view text, CCell* group);
   int OverCommon(std::string_view text, CCell* common);
 
   void OpenRecordFrame(std::string_view record);
   void OpenMiddleFrame();
-  void OpenFieldFrame(std::string_view name, std::string_view indicator, std::string_view text);
+  void OpenFieldFrame(const FieldParts& field);
   void OpenGroupFrame();
   void OpenSubfieldFrame();
   void OpenHostFrame();
@@ -72,9 +79,13 @@ class RecordWalk {
   int OverEachGroup(std::string_view text, CCell* group);
   int OverOneGroup(std::string_view text, CCell* group);
   int OverChains(std::string_view text, CCell* first);
-  void OpenFieldFrame(std::string_view field, size_t length);
-  int RunFieldCell(std::string_view field, CCell* cell);
-  int RunFieldChildren(std::string_view field, CCell* first);
+  int OverNextField(std::string_view field, CCell* first, bool& frame_stands);
+  FieldParts PartsOf(std::string_view field, size_t length) const;
+  bool FieldFrameStands(size_t position) const;
+  void RenewFieldFrame(const FieldParts& field);
+  int RunFieldCells(std::string_view field, std::string_view items, CCell* first);
+  int RunFieldCell(std::string_view items, CCell* cell);
+  int RunFieldChildren(std::string_view items, CCell* first);
   int RunCommonChildren(std::string_view text, CCell* first);
   int RunSubfieldCells(char code, CCell* first);
   int RunPiece(CCell* cell);

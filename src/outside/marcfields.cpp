@@ -90,8 +90,12 @@ bool FieldCursor::Next(std::string_view& field) {
 
 std::string_view FieldCursor::FollowingTag() const { return Until(rest_.substr(0, kTagLength), kFieldEnd); }
 
-SubfieldCursor::SubfieldCursor(std::string_view text) : rest_(WithoutEnd(text)) {
-  rest_.remove_prefix(std::min(rest_.find(kSubfieldMark), rest_.size()));
+SubfieldCursor::SubfieldCursor(std::string_view text) : SubfieldCursor(OverUnended(WithoutEnd(text))) {}
+
+SubfieldCursor SubfieldCursor::OverUnended(std::string_view text) {
+  SubfieldCursor cursor;
+  cursor.rest_ = text.substr(text.starts_with(kSubfieldMark) ? 0 : std::min(text.find(kSubfieldMark), text.size()));
+  return cursor;
 }
 
 bool SubfieldCursor::Next(std::string_view& subfield) {

@@ -6,7 +6,6 @@
 // refused; nothing is read or written then.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -146,6 +145,7 @@ class CStatisTable {
 
   // The row, or null.
   CStatisRow* FindRow(std::string_view key) {
+    if (rows.empty()) return nullptr;
     const karst::KeyEnds ends(key);
     CStatisRow*& recent = recent_[RecentPlace(ends)];
     if (recent && recent->HasKey(key, ends)) return recent;
@@ -174,16 +174,18 @@ class CStatisTable {
  private:
   CStatisRow* LookUpRow(std::string_view key, CStatisRow*& recent);
   static size_t RecentPlace(const karst::KeyEnds& ends) {
-    return static_cast<size_t>((ends.head * 0x9e3779b97f4a7c15u + ends.tail) * 0x9e3779b97f4a7c15u >> 58);
+    return static_cast<size_t>((ends.head * 0x9e3779b97f4a7c15u + ends.tail) * 0x9e3779b97f4a7c15u >>
+                               (64 - kRecentBits));
   }
-  void ForgetRecent() { recent_.fill(nullptr); }
+  void ForgetRecent() { recent_.assign(recent_.size(), nullptr); }
   // Makes the rows from `from` on say their numbers.
   void Renumber(int from);
   bool HasColumn(int column) const { return column >= 0 && column < columns; }
 
   // SPEED: rows that were found lately, by their keys' ends: few keys make most of what is counted, and what is read
   // from a row is as a rule written back to it.
-  std::array<CStatisRow*, 64> recent_{};
+  static constexpr int kRecentBits = 8;
+  std::vector<CStatisRow*> recent_;  // none in a table without rows
 };
 
 // The tables of one interpreter. Operations with a handle give 1, or 0 if they fail; 0 names no table.

@@ -64,6 +64,7 @@ CStatisRow* CStatisTable::AddRow(int position, std::string_view key) {
   position = std::min(position, GetRowCount());
   try {
     auto row = std::make_unique<CStatisRow>(key, position);
+    recent_.resize(size_t{1} << kRecentBits);
     // Making room first leaves nothing that could fail behind the entry in the set.
     if (rows.size() == rows.capacity()) rows.reserve(std::max<size_t>(rows.size() * 2, 8));
     keys.insert(row.get());

@@ -21,6 +21,27 @@ std::string_view TextOf(const CValue& value) {
   return value.string ? std::string_view(value.string) : std::string_view();
 }
 
+// A cell on its way into the table. If something fails on that way, the store gets it back.
+class CellToAppend {
+ public:
+  CellToAppend(CellStore& store, CVarCell* cell) : store_(store), cell_(cell) {}
+  CellToAppend(const CellToAppend&) = delete;
+  CellToAppend& operator=(const CellToAppend&) = delete;
+  ~CellToAppend() {
+    if (cell_) store_.Give(cell_);
+  }
+  CVarCell* Get() const { return cell_; }
+  int AppendTo(std::vector<CVarCell*>& cells) {
+    store_.Append(cells, cell_);
+    cell_ = nullptr;
+    return 0;
+  }
+
+ private:
+  CellStore& store_;
+  CVarCell* cell_;
+};
+
 }  // namespace
 
 CVarArray::CVarArray() : store_(std::make_unique<CellStore>()) {}
@@ -61,19 +82,19 @@ inline CVarCell* CVarArray::NewCellFor(NameSlot& slot) {
 }
 
 int CVarArray::MakeText(NameSlot& slot, std::string_view text) {
-  CVarCell* cell = NewCellFor(slot);
+  CellToAppend taken(*store_, NewCellFor(slot));
+  CVarCell* const cell = taken.Get();
   if (!cell) return -1;
   CellStore::SetText(cell, text);
-  store_->Append(m_Cells, cell);
-  return 0;
+  return taken.AppendTo(m_Cells);
 }
 
 int CVarArray::MakeInt(NameSlot& slot, int32_t n) {
-  CVarCell* cell = NewCellFor(slot);
+  CellToAppend taken(*store_, NewCellFor(slot));
+  CVarCell* const cell = taken.Get();
   if (!cell) return -1;
   CellStore::SetInt(cell, n);
-  store_->Append(m_Cells, cell);
-  return 0;
+  return taken.AppendTo(m_Cells);
 }
 
 int CVarArray::CreateTextById(int name_id, std::string_view text) { return MakeText(store_->Slot(name_id), text); }
@@ -91,7 +112,8 @@ int CVarArray::CreateNewVar(const char* name, int64_t n) { return MakeValue(stor
 int CVarArray::CreateNewVar(const char* name, const CValue* value) { return MakeValue(store_->SlotOf(name), *value); }
 
 int CVarArray::MakeValue(NameSlot& slot, const CValue& value) {
-  CVarCell* cell = NewCellFor(slot);
+  CellToAppend taken(*store_, NewCellFor(slot));
+  CVarCell* const cell = taken.Get();
   if (!cell) return -1;
   switch (value.leixing) {
     case karst::kInt: CellStore::SetInt(cell, value.lVal); break;
@@ -101,10 +123,9 @@ int CVarArray::MakeValue(NameSlot& slot, const CValue& value) {
       cell->leixing = karst::kWord;
       cell->dwVal = value.dwVal;
       break;
-    default: store_->Give(cell); halt(" CreateNewVar()变量类型错误 [%d]", value.leixing);
+    default: halt(" CreateNewVar()变量类型错误 [%d]", value.leixing);
   }
-  store_->Append(m_Cells, cell);
-  return 0;
+  return taken.AppendTo(m_Cells);
 }
 
 int CVarArray::CreateNewVarDup(const char* name, const char* source) {
@@ -117,15 +138,14 @@ int CVarArray::MakeDup(NameSlot& slot, const NameSlot& source) {
     DumpVars();
     halt("变量%s不存在", source.name.c_str());
   }
-  CVarCell* cell = store_->Take(slot);
+  CellToAppend taken(*store_, store_->Take(slot));
+  CVarCell* const cell = taken.Get();
   if (!cell) return -1;
   if (!CellStore::SetCopy(cell, *source.newest)) {
-    store_->Give(cell);
     halt(" CreateNewVarDup leixing error [%d]", source.newest->leixing);
   }
   cell->nDupPos = CellStore::PositionOf(source.newest);
-  store_->Append(m_Cells, cell);
-  return 0;
+  return taken.AppendTo(m_Cells);
 }
 
 // Change by name.

@@ -12,7 +12,7 @@ constexpr const char* kConvertExample =
     "Examples:\n"
     "  karst convert books.iso books.xml\n"
     "  karst convert --to-charset utf-8 old.mrc new.mrc.gz\n"
-    "  karst convert books.iso - --to lines | less";
+    "  karst convert --to lines books.iso | less";
 constexpr const char* kShowExample =
     "Examples:\n"
     "  karst show --limit 10 books.iso\n"

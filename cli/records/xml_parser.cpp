@@ -10,7 +10,7 @@
 namespace karst::cli {
 namespace {
 
-constexpr std::string_view kNameEnd = " \t\r\n/>";
+constexpr std::string_view kNameEnd = " \t\r\n/><";
 
 class XmlParser : public TextParser {
  public:
@@ -46,7 +46,7 @@ class XmlParser : public TextParser {
     for (size_t at = Find("<", from); at != kNowhere; at = Find("<", from)) {
       const Markup markup = ReadMarkup(at, from);
       if (markup == Markup::kRecordEnd) {
-        const size_t close = Find(">", from);
+        const size_t close = CloseOfEndTag(from);
         if (close != kNowhere) return {Kind::kRecord, close + 1};
       }
       // An element around the record that has the same name, as in the answers of harvesting.
@@ -57,11 +57,19 @@ class XmlParser : public TextParser {
     return {Kind::kNoRecord, View().size(), no_end_.c_str()};
   }
 
-  // Goes to the end of the start tag. True if it is the element's end too.
+  // The ">" behind the name of an end tag, and nothing but white space.
+  size_t CloseOfEndTag(size_t at) {
+    size_t close = View().find_first_not_of(" \t\r\n", at);
+    while (close == kNowhere && Grow()) close = View().find_first_not_of(" \t\r\n", at);
+    return close != kNowhere && View()[close] == '>' ? close : kNowhere;
+  }
+
+  // Goes to the end of the start tag, in which no "<" may stand. True if it is the element's end too.
   bool StartTagIsWhole(size_t& from) {
     char quote = 0;
     for (size_t at = from; at < View().size() || Grow(); ++at) {
       const char byte = View()[at];
+      if (byte == '<') return false;
       if (quote != 0) {
         if (byte == quote) quote = 0;
       } else if (byte == '"' || byte == '\'') {
@@ -84,9 +92,9 @@ class XmlParser : public TextParser {
 
   // What the "<" at `at` begins. `end` is put behind what is skipped as a whole, or behind the name of an element.
   Markup ReadMarkup(size_t at, size_t& end) {
-    if (Starts(at, "<!--")) return Skip(at, "-->", end);
-    if (Starts(at, "<![CDATA[")) return Skip(at, "]]>", end);
-    if (Starts(at, "<?")) return Skip(at, "?>", end);
+    if (Starts(at, "<!--")) return Skip(at, "-->", no_comment_end_, end);
+    if (Starts(at, "<![CDATA[")) return Skip(at, "]]>", no_section_end_, end);
+    if (Starts(at, "<?")) return Skip(at, "?>", no_instruction_end_, end);
     const bool closing = Starts(at, "</");
     const std::string_view name = NameAt(at + (closing ? 2 : 1));
     const size_t colon = name.find(':');
@@ -101,18 +109,28 @@ class XmlParser : public TextParser {
     }
     return View().substr(at).starts_with(text);
   }
-  Markup Skip(size_t at, std::string_view last, size_t& end) {
-    const size_t found = Find(last, at + 2);
+  // `none_ahead_of` is the place in the file up to which there is no `last`: what has been searched is not searched
+  // again for the next one that lacks its end.
+  Markup Skip(size_t at, std::string_view last, uint64_t& none_ahead_of, size_t& end) {
+    const uint64_t searched = none_ahead_of > Position() ? none_ahead_of - Position() : 0;
+    const size_t found = Find(last, std::max<size_t>(at + 2, searched));
     end = found == kNowhere ? at + 2 : found + last.size();
-    return found == kNowhere ? Markup::kOpen : Markup::kSkipped;
+    if (found != kNowhere) return Markup::kSkipped;
+    none_ahead_of = Position() + std::max(View().size(), last.size() - 1) - (last.size() - 1);
+    return Markup::kOpen;
   }
   std::string_view NameAt(size_t at) {
     constexpr size_t kLongestName = 256;
-    size_t end = View().find_first_of(kNameEnd, at);
-    while (end == kNowhere && View().size() < at + kLongestName && Grow()) end = View().find_first_of(kNameEnd, at);
-    return View().substr(at, std::min(end - at, kLongestName));
+    size_t end = 0;
+    while ((end = View().substr(at, kLongestName).find_first_of(kNameEnd)) == kNowhere &&
+           View().size() < at + kLongestName && Grow()) {
+    }
+    return View().substr(at, std::min(end, kLongestName));
   }
 
+  uint64_t no_comment_end_ = 0;
+  uint64_t no_section_end_ = 0;
+  uint64_t no_instruction_end_ = 0;
   const std::string no_end_;
   const std::string outside_;
   const std::string open_markup_;

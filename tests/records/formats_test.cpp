@@ -235,6 +235,21 @@ TEST(MarcXml, TellsWhatIsWrongAndGoesOn) {
   EXPECT_EQ(ReadXml(good + "<!-- no end " + good).size(), 3u);
 }
 
+// With a search to the end for each of these, a file of this size would take hours.
+TEST(RecordForms, BrokenMarkupCostsNoMoreThanReadingIt) {
+  for (const std::string piece :
+       {"<!--", "<![CDATA[", "<?", "<record \"", "</record ", "<record><leader>", "<", "\nLDRx", " \r"}) {
+    std::string text = piece.find("LDR") != std::string::npos || piece[0] == ' ' ? "LDR" : "<record><leader>";
+    while (text.size() < size_t{4} << 20) text += piece;
+    uint64_t bytes = 0;
+    for (const Piece& found : text[0] == 'L' ? ReadLines(text) : ReadXml(text)) {
+      EXPECT_FALSE(found.is_record);
+      bytes += found.raw.size();
+    }
+    EXPECT_GT(bytes, 0u) << piece;
+  }
+}
+
 void ExpectBothForms(const std::string& record, size_t portion) {
   const auto lines = ReadLines(LinesOf(record), portion);
   ASSERT_EQ(lines.size(), 1u);

@@ -196,8 +196,7 @@ Options Finished(RawOptions& raw) {
 int ShowUsageError(const CLI::App& app, const CLI::ParseError& error) {
   const auto chosen = app.get_subcommands();
   const std::string help = chosen.empty() ? app.help() : chosen.front()->help(app.get_name());
-  const std::string fault =
-      chosen.empty() && app.remaining_size() == 0 ? "which verb?" : error.what();
+  const std::string fault = chosen.empty() && app.remaining_size() == 0 ? "which verb?" : error.what();
   std::fprintf(stderr, "karst: %s\n\n%s", fault.c_str(), help.c_str());
   return kWrongUsage;
 }

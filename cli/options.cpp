@@ -11,6 +11,7 @@
 
 #include "exit_status.h"
 #include "records/record_verbs.h"
+#include "stop_request.h"
 
 namespace karst::cli {
 namespace {
@@ -115,6 +116,7 @@ void AddOutputCharset(CLI::App& filter, RawOptions& raw) {
 
 // LIMIT: so many threads at most.
 constexpr unsigned kMostJobs = 64;
+static_assert(kMostJobs < kMostEngines, "each thread has an engine, beside the first one");
 
 // 0 if the text is no number of threads.
 int JobsOf(const std::string& text) {

@@ -142,9 +142,9 @@ MessageLong VeldControl::OnMessage(unsigned message, MessageWord w, MessageLong 
     case kCreate: Created(*reinterpret_cast<const Creation*>(l)); return 0;
     case kGetCommand: return CopyToBuffer(command_, reinterpret_cast<char*>(l), static_cast<int64_t>(w));
     case kShowFile: return ShowFile(reinterpret_cast<const char*>(l));
-    case kSetMacro: return SetMacro(*reinterpret_cast<const MacroSetting*>(l));
+    case kSetMacro: return l ? SetMacro(*reinterpret_cast<const MacroSetting*>(l)) : -1;
     case kPrint: return Print();
-    case kGetMacro: return GetMacro(*reinterpret_cast<const MacroRequest*>(l));
+    case kGetMacro: return l ? GetMacro(*reinterpret_cast<const MacroRequest*>(l)) : -1;
     case kUserCommand: Report(std::string(TextOrEmpty(reinterpret_cast<const char*>(l))), kCommandReady); return 0;
     default: return 0;
   }

@@ -138,6 +138,8 @@ TEST_F(Veldctl, MessagesAnswerAndCutAtAWholeCharacter) {
   EXPECT_EQ(Send(kPrint), 0);
   EXPECT_EQ(prints_told_, 1);
   EXPECT_EQ(Get("a"), "-1 -");
+  EXPECT_EQ(Send(kSetMacro), -1);
+  EXPECT_EQ(Send(kGetMacro), -1);
   EXPECT_EQ(Set("", "x"), -1);
   EXPECT_EQ(Set(nullptr, "x"), -1);
   EXPECT_EQ(Set("a", nullptr), 0);

@@ -49,6 +49,50 @@ Cell CellOf(const CStatisTable& table, int row, int column) {
   return cell;
 }
 
+// Rows that were found lately are found by the ends of their keys.
+TEST(StatisTable, TellsKeysApartThatDifferInOneByte) {
+  CStatisTable table;
+  table.Create(1);
+  std::map<std::string, CStatisRow*> rows;
+  for (const size_t length : {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 18, 24, 40}) {
+    std::string key(length, 'k');
+    for (size_t i = 0; i <= length; ++i) {
+      if (i > 0) key[i - 1] = 'k';
+      if (i < length) key[i] = '\xff';
+      rows[key] = table.AddRow(table.GetRowCount(), key);
+      ASSERT_NE(rows[key], nullptr) << key;
+    }
+  }
+  for (int round = 0; round < 2; ++round) {
+    for (const auto& [key, row] : rows) ASSERT_EQ(table.FindRow(key), row) << key;
+  }
+}
+
+TEST(StatisTable, FindsNoRowThatIsGone) {
+  CStatisTable table;
+  table.Create(1);
+  for (const char* key : {"a", "b", "c"}) table.AddRow(table.GetRowCount(), key);
+  const CStatisRow* last = table.FindRow("c");
+  table.DeleteRowByKey("b");
+  EXPECT_EQ(table.FindRow("b"), nullptr);
+  EXPECT_EQ(table.FindRow("c"), last);
+  table.Clear();
+  EXPECT_EQ(table.FindRow("c"), nullptr);
+  table.AddRow(0, "c");
+  EXPECT_EQ(table.FindRow("c"), table.rows[0].get());
+}
+
+TEST(StatisDB, FindsNoTableThatIsGone) {
+  CStatisDB db;
+  const int handle = db.Create(1);
+  ASSERT_EQ(db.Write(handle, "k", 0, 1, ""), 1);
+  db.Destroy(handle);
+  EXPECT_EQ(db.Write(handle, "k", 0, 1, ""), 0);
+  const int other = db.Create(1);
+  EXPECT_EQ(db.DeleteByKey(handle, ""), 0);
+  EXPECT_EQ(db.DeleteByKey(other, ""), 1);
+}
+
 TEST(StatisTable, NumbersOutsideTheLimitsAreRefused) {
   CStatisTable table;
   table.Create(3);

@@ -53,7 +53,8 @@ function fill(page, name, value) {
     if (isBox(field)) {
       field.checked = parts.includes(field.value);
     } else if (field.localName === 'select') {
-      for (const option of field.options) option.selected = field.multiple ? parts.includes(option.value) : option.value === value;
+      const chosen = field.multiple ? parts : [value];
+      for (const option of field.options) option.selected = chosen.includes(option.value);
     } else if (withCrLf(field.value) !== withCrLf(value)) {
       field.value = value;
     }
@@ -66,10 +67,12 @@ function fillFields() {
   if (!loaded || loaded.page !== state.page) return;
   const page = view.contentDocument;
   const known = filled.page === loaded.page;
+  const settings = {};
   for (const [name, macro] of Object.entries(state.macros)) {
     if (!known || macro.setting > (filled.settings[name] || 0)) fill(page, name, macro.value);
+    settings[name] = macro.setting;
   }
-  filled = {page: loaded.page, settings: Object.fromEntries(Object.entries(state.macros).map(([n, m]) => [n, m.setting]))};
+  filled = {page: loaded.page, settings};
 }
 
 // --- The user's doings in the document.
@@ -81,7 +84,8 @@ function onClick(event) {
   if (target.startsWith('#')) return;
   event.preventDefault();
   if (/^karst:/i.test(target)) {
-    if (event.type === 'click') report({kind: 'link', page: loaded.page, target, entered: entered(view.contentDocument)});
+    if (event.type !== 'click') return;
+    report({kind: 'link', page: loaded.page, target, entered: entered(view.contentDocument)});
   } else if (/^(https?|mailto):/i.test(link.href)) {
     window.open(link.href, '_blank', 'noopener,noreferrer');
   }
@@ -168,7 +172,8 @@ function place() {
     window.moveTo(left, top);
     window.resizeTo(width + window.outerWidth - window.innerWidth, height + window.outerHeight - window.innerHeight);
   }
-  Object.assign(frame.style, {left: `${Math.max(left, 0)}px`, top: `${Math.max(top, 0)}px`, width: `${width}px`, height: `${height}px`});
+  const pixels = (number) => `${Math.max(number, 0)}px`;
+  Object.assign(frame.style, {left: pixels(left), top: pixels(top), width: pixels(width), height: pixels(height)});
 }
 
 function showMessage() {

@@ -38,8 +38,9 @@ class Browser:
 
     def __init__(self):
         self._profile = tempfile.TemporaryDirectory(prefix="karst-browser-", ignore_cleanup_errors=True)
-        self._driver = subprocess.Popen([os.environ.get("KARST_DRIVER", "chromedriver"), "--port=0"], stdout=subprocess.PIPE,
-                                        stderr=subprocess.DEVNULL, text=True)
+        driver = os.environ.get("KARST_DRIVER", "chromedriver")
+        self._driver = subprocess.Popen([driver, "--port=0"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                        text=True)
         self._port = self._read_port()
         options = {"args": _ARGUMENTS + [f"--user-data-dir={self._profile.name}"]}
         wanted = {"alwaysMatch": {"goog:chromeOptions": options, "unhandledPromptBehavior": "ignore"}}

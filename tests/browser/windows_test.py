@@ -25,6 +25,9 @@ def page(body, title="x"):
     return f"<!DOCTYPE html><html><head><title>{title}</title></head><body>{body}</body></html>"
 
 
+LINK = page("<a href='karst:a'>a</a>")
+
+
 class Elsewhere(http.server.ThreadingHTTPServer):
     """Another site, which keeps what it was asked for."""
 
@@ -74,7 +77,8 @@ class WindowTest(WindowCase):
             <button id="other" formaction="karst:other" name="go" value="2">别</button></form>""")
         read = "".join(f'n = GetHyperMacro(w, "{name}", &value)\nprintf("%d %s\\n", n, value)\n'
                        for name in ("title", "kind", "sort", "note", "h", "none"))
-        script = OPEN + 'SetHyperMacro(w, "title", "红 & \\"黑\\"")\nSetHyperMacro(w, "kind", "1,3")\n' + WAIT + read + WAIT
+        script = (OPEN + 'SetHyperMacro(w, "title", "红 & \\"黑\\"")\nSetHyperMacro(w, "kind", "1,3")\n'
+                  + WAIT + read + WAIT)
         with Folder(a_pro=script, page_html=form) as folder, Run(folder, "run", "a.pro") as run:
             self.show(run)
             self.assertEqual(self.browser.value("[name=title]"), '红 & "黑"')
@@ -94,8 +98,9 @@ class WindowTest(WindowCase):
             self.assertIn("other?title=呐喊", lines[-1])
 
     def test_title_and_size_follow(self):
-        script = (OPEN + 'SetTitle(w, "馆藏检索")\n' + WAIT + 'MoveWindow(w, 30, 40, 400, -300)\nSetTitle(w, "第二")\n' + WAIT)
-        with Folder(a_pro=script, page_html=page("<a href='karst:a'>a</a>")) as folder, Run(folder, "run", "a.pro") as run:
+        script = (OPEN + 'SetTitle(w, "馆藏检索")\n' + WAIT
+                  + 'MoveWindow(w, 30, 40, 400, -300)\nSetTitle(w, "第二")\n' + WAIT)
+        with Folder(a_pro=script, page_html=LINK) as folder, Run(folder, "run", "a.pro") as run:
             self.show(run)
             wait_until(lambda: self.browser.title() == "馆藏检索", "the title")
             self.browser.click("a")
@@ -118,7 +123,7 @@ class WindowTest(WindowCase):
 
     def test_a_page_loaded_afresh_is_not_closed(self):
         script = OPEN + WAIT
-        with Folder(a_pro=script, page_html=page("<a href='karst:a'>a</a>")) as folder, Run(folder, "run", "a.pro") as run:
+        with Folder(a_pro=script, page_html=LINK) as folder, Run(folder, "run", "a.pro") as run:
             self.show(run)
             for _ in range(3):
                 self.browser.reload()
@@ -147,7 +152,8 @@ class WindowTest(WindowCase):
             self.browser.go_to(second)
             self.browser.enter_document()
             self.browser.click("a")
-            wait_until(lambda: first not in self.browser.pages() or self.is_ended(first, "窗口已关闭"), "the end of one")
+            is_closed = lambda: first not in self.browser.pages() or self.is_ended(first, "窗口已关闭")
+            wait_until(is_closed, "the end of the first window")
             self.browser.go_to(second)
             self.browser.enter_document()
             self.browser.click("a")
@@ -159,7 +165,7 @@ class WindowTest(WindowCase):
 
     def test_a_script_that_ends_with_a_window_open(self):
         script = OPEN + WAIT + "stop 3\n"
-        with Folder(a_pro=script, page_html=page("<a href='karst:a'>a</a>")) as folder, Run(folder, "run", "a.pro") as run:
+        with Folder(a_pro=script, page_html=LINK) as folder, Run(folder, "run", "a.pro") as run:
             self.show(run)
             self.browser.click("a")
             self.assertEqual(run.end(), (3, ["1 a"]))
@@ -182,7 +188,7 @@ class WindowTest(WindowCase):
 
     def test_message_boxes_are_answered_in_the_page(self):
         script = OPEN + WAIT + 'printf("%d\\n", MsgBox("检查完毕\n<b>1</b> & 2"))\n'.replace("\n<", " <") + WAIT
-        with Folder(a_pro=script, page_html=page("<a href='karst:a'>a</a>")) as folder, Run(folder, "run", "a.pro") as run:
+        with Folder(a_pro=script, page_html=LINK) as folder, Run(folder, "run", "a.pro") as run:
             self.show(run)
             self.browser.click("a")
             self.browser.leave_document()
@@ -215,7 +221,7 @@ class WindowTest(WindowCase):
 
     def test_print_opens_the_print_view_of_the_document(self):
         script = OPEN + WAIT + 'n = PrintWindow(w)\nprintf("%d\\n", n)\n' + WAIT
-        with Folder(a_pro=script, page_html=page("<a href='karst:a'>a</a>")) as folder, Run(folder, "run", "a.pro") as run:
+        with Folder(a_pro=script, page_html=LINK) as folder, Run(folder, "run", "a.pro") as run:
             self.show(run)
             self.shell("""document.getElementById('view').contentWindow.print =
                           () => { document.body.dataset.printed = 'yes'; }""")
@@ -250,7 +256,7 @@ class WindowTest(WindowCase):
             self.assertEqual(elsewhere.asked, [])
 
     def test_a_page_cannot_reach_the_window_of_another_script(self):
-        with Folder(a_pro=OPEN + WAIT, page_html=page("<a href='karst:a'>a</a>")) as folder, \
+        with Folder(a_pro=OPEN + WAIT, page_html=LINK) as folder, \
                 Run(folder, "run", "a.pro") as one, Run(folder, "run", "a.pro") as other:
             self.show(other)
             self.show(one)

@@ -21,6 +21,7 @@ constexpr const char* kExamples =
     "  karst run count.pro\n"
     "  karst filter titles.flt books.mrc more.mrc > titles.txt\n"
     "  karst tree titles.flt\n"
+    "  karst convert books.iso books.xml\n"
     "\n"
     "The exit status is the low 8 bits of the run's result (a failed run is 255); 2 is wrong usage,\n"
     "74 output that could not be written, 130 a run ended by Ctrl-C.\n"

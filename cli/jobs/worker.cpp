@@ -5,6 +5,7 @@
 
 #include "exit_status.h"
 #include "filter/named_files.h"
+#include "hyper/hypermodule.h"
 #include "platform/queuedwindows.h"
 #include "record_database.h"
 

@@ -196,6 +196,20 @@ TEST(CInterface, StopsARunFromAnotherThread) {
   EXPECT_EQ(engine.RunScript("int n\n", nullptr), KARST_OK);
 }
 
+// The request comes at the end of a loop that has run often enough to be remembered.
+TEST(CInterface, StopsARunFromItsCallback) {
+  const TempFolder folder;
+  Engine engine;
+  FileRun run{engine, 0, ""};
+  const auto stop_at_fifth = [](void* user, const char* text, size_t length) {
+    auto& self = *static_cast<FileRun*>(user);
+    if (self.seen.append(text, length).size() == 5) karst_stop(self.engine);
+  };
+  karst_on_message(engine, stop_at_fifth, &run);
+  EXPECT_EQ(engine.RunScript("loop 1\nprintf(\"x\")\nendloop\n", nullptr), KARST_STOPPED);
+  EXPECT_EQ(run.seen, "xxxxx");
+}
+
 TEST(CInterface, ReadsARecordFileToItsLastByte) {
   const TempFolder folder;
   const std::string record = Record({"200  $a\xD6\xD0"});

@@ -29,6 +29,7 @@ set(KARST_LIBRARY_DEPENDENCY "libkarst0 (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PAC
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME karst)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS ${KARST_LIBRARY_DEPENDENCY})
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SUGGESTS xdg-utils)
 set(CPACK_DEBIAN_PROGRAM_DESCRIPTION
     "runs Karst scripts and record filters
 Karst is a small script language for library cataloguing. Its filters are

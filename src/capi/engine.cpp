@@ -138,7 +138,9 @@ auto karst_engine::Interpret(CScript& interpreter, Body body) {
     run.Finish();
     return status;
   } catch (const CError& error) {
-    throw refuse(error.what());
+    if (!interpreter.IsStop()) throw refuse(error.what());
+    run.Finish();
+    return KARST_STOPPED;  // a stop that is noticed at the end of a loop is raised as an error
   } catch (const char* text) {
     throw refuse(text);
   } catch (...) {
@@ -185,12 +187,13 @@ karst_status karst_engine::FilterRecord(std::string_view record) {
   CMARCString stream;
   stream.Open(std::string_view(text));
   filter_.CloseAfterError();
-  return Interpret(filter_, [&](Run& run) {
+  const karst_status status = Interpret(filter_, [&](Run& run) {
     filter_.SafeSetVar("soutput", "");
     if (filter_.RunMARCTree(&stream) == -1) throw Failure{KARST_ERROR_SCRIPT, "the filter ended with the result -1"};
-    GiveOutput();
     return run.Status();
   });
+  GiveOutput();
+  return status;
 }
 
 void karst_engine::GiveOutput() {

@@ -106,7 +106,8 @@ class KARST_API CMARCTree : public CScript {
   // RunMARCTree in steps, for a host that deals the records out to several objects: RunUntilRecords starts a run and
   // goes through the top-level cells ahead of the first Record cell, which it gives; null if there is none, or after a
   // stop request. Then RunRecord, in this object or in others; then RunBehindRecords, which ends the run. They are for
-  // the present style alone, with a tree that was built.
+  // the present style alone, with a tree that was built. What an error in between leaves open stays: such an object is
+  // for no further run.
   CCell* RunUntilRecords();
   void RunBehindRecords();
   // The piece's result; -1 is told on the host's output.

@@ -213,13 +213,13 @@ std::variant<Options, int> ParseOptions(int argc, char** argv) {
   app.require_subcommand(1);
   app.footer(kExamples);
   app.get_formatter()->label("SUBCOMMAND", "VERB");
-  app.get_formatter()->label("Subcommands", "Verbs");
   AddCommonOptions(app, raw);
   AddRun(app, raw);
   AddFilter(app, raw);
   AddTree(app, raw);
   AddCheck(app, raw);
   AddRecordVerbs(app, raw.options, raw.encoding);
+  for (CLI::App* verb : app.get_subcommands({})) verb->group("Verbs");
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& answer) {

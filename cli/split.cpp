@@ -63,14 +63,13 @@ class Splitting {
     out_.clear();
   }
 
-  // "books-0001.iso" for "books.iso".
+  // "books-0001.iso" for "folder/books.iso": parts go to the working directory.
   std::string PartName(RecordFormat format) {
-    std::string stem = input_ == "-" ? "records" : input_;
+    std::string stem = input_ == "-" ? "records" : input_.substr(input_.rfind('/') + 1);
     if (EndsInGz(stem)) stem.resize(stem.size() - 3);
     std::string ending(FileEnding(format));
     const size_t dot = stem.rfind('.');
-    const size_t slash = stem.rfind('/');
-    if (dot != std::string::npos && dot > 0 && (slash == std::string::npos || dot > slash + 1)) {
+    if (dot != std::string::npos && dot > 0) {
       ending = stem.substr(dot);
       stem.resize(dot);
     }

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <map>
 
+#include "platform/charset.h"
 #include "support/child_process.h"
 #include "support/places.h"
 #include "support/record_run.h"
@@ -284,11 +285,16 @@ TEST_F(Jobs, CtrlCLeavesTheRecordsUpToSomePlace) {
     kill(child, SIGINT);
   });
   EXPECT_EQ(result.status, 130);
-  // The other threads may have been at records ahead of that one.
+  // The other threads may have been at records ahead of that one. A stop that the loop's end sees is told as an error.
+  std::string output = result.output;
+  if (const size_t told = output.find("\r\n"); told != std::string::npos) {
+    EXPECT_NE(output.find(GbkToUtf8("第7行"), told), std::string::npos) << output.substr(told);
+    output.resize(told);
+  }
   std::string expected;
   for (int i = 0; i <= 2000; ++i) expected += std::to_string(i) + "\n";
-  EXPECT_TRUE(expected.starts_with(result.output)) << result.output.substr(0, 2000);
-  EXPECT_TRUE(result.output.starts_with("0\n1\n2\n") && result.output.ends_with("\n")) << result.error;
+  EXPECT_TRUE(expected.starts_with(output)) << output.substr(output.size() > 60 ? output.size() - 60 : 0);
+  EXPECT_TRUE(output.starts_with("0\n1\n2\n") && output.ends_with("\n")) << result.error;
 }
 
 TEST_F(Jobs, NumbersOfThreads) {

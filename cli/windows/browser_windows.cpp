@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "encoding.h"
+#include "windows/page_module.h"
 
 namespace karst::cli {
 namespace {
@@ -44,6 +45,10 @@ BrowserWindows::~BrowserWindows() {
   }
 }
 
+bool BrowserWindows::LoadControlLibrary(const char* name) {
+  return LoadPageModule() && QueuedWindows::LoadControlLibrary(name);
+}
+
 int BrowserWindows::MoveWindow(HWND window, const Place& place, bool repaint) {
   const auto moved = moved_.find(window);
   if (moved != moved_.end()) moved->second = true;
@@ -61,8 +66,8 @@ void BrowserWindows::FrameChanged(const WindowState& state) {
 
 void BrowserWindows::OpenPage(HWND frame) {
   if (!server_) {
-    server_ = std::make_unique<PageServer>(
-        board_, [this](HWND target, PageReport report) { return TakeReport(target, std::move(report)); });
+    server_ = MakePageServer(board_,
+                             [this](HWND target, PageReport report) { return TakeReport(target, std::move(report)); });
   }
   moved_[frame] = false;
   const std::string secret = board_.Open(frame);

@@ -27,6 +27,7 @@ class BrowserWindows : public QueuedWindows, private VeldView {
   explicit BrowserWindows(Opener opener);
   ~BrowserWindows() override;
 
+  bool LoadControlLibrary(const char* name) override;
   int MoveWindow(HWND window, const Place& place, bool repaint) override;
 
   // Shows a message box on the open pages and waits until it is answered, until no page is left that could, or until

@@ -128,11 +128,9 @@ struct Route {
   std::string rest;  // behind the secret and its slash
 };
 
-}  // namespace
-
-class PageServer::Service {
+class LoopbackServer : public PageServer {
  public:
-  Service(PageBoard& board, Taker taker) : board_(board), taker_(std::move(taker)) {
+  LoopbackServer(PageBoard& board, Taker taker) : board_(board), taker_(std::move(taker)) {
     SetLimits();
     SetRoutes();
     port_ = server_.bind_to_any_port(kLoopback);
@@ -142,7 +140,7 @@ class PageServer::Service {
     thread_ = WithoutSignals([this] { return std::thread([this] { server_.listen_after_bind(); }); });
     while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
-  ~Service() {
+  ~LoopbackServer() override {
     board_.WaitForNobody(kFarewell);
     board_.SendAllAway();
     server_.stop();
@@ -150,9 +148,9 @@ class PageServer::Service {
     thread_.join();
   }
 
-  std::string AddressOf(const std::string& secret) const { return "http://" + host_ + "/" + secret + "/"; }
+  std::string AddressOf(const std::string& secret) const override { return "http://" + host_ + "/" + secret + "/"; }
 
-  std::string TicketFor(const std::string& secret) {
+  std::string TicketFor(const std::string& secret) override {
     const std::string ticket = NewSecret();
     const std::lock_guard lock(tickets_mutex_);
     if (tickets_.size() >= kMostTickets) tickets_.clear();
@@ -310,10 +308,10 @@ class PageServer::Service {
   std::map<std::string, std::string> tickets_;  // to secrets
 };
 
-PageServer::PageServer(PageBoard& board, Taker taker) : service_(std::make_unique<Service>(board, std::move(taker))) {}
-PageServer::~PageServer() = default;
-
-std::string PageServer::AddressOf(const std::string& secret) const { return service_->AddressOf(secret); }
-std::string PageServer::TicketFor(const std::string& secret) { return service_->TicketFor(secret); }
-
+}  // namespace
 }  // namespace karst::cli
+
+void KarstMakePageServer(karst::cli::PageBoard& board, karst::cli::PageServer::Taker taker,
+                         std::unique_ptr<karst::cli::PageServer>& server) {
+  server = std::make_unique<karst::cli::LoopbackServer>(board, std::move(taker));
+}

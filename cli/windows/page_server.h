@@ -26,21 +26,21 @@ class PageServer {
   // there are too many that nobody has taken.
   using Taker = std::function<bool(HWND frame, PageReport report)>;
 
-  // Listens on a free port at once. HostError if it cannot.
-  PageServer(PageBoard& board, Taker taker);
+  PageServer() = default;
   PageServer(const PageServer&) = delete;
   PageServer& operator=(const PageServer&) = delete;
   // Lets the open pages see their last state, for half a second at most.
-  ~PageServer();
+  virtual ~PageServer() = default;
 
-  std::string AddressOf(const std::string& secret) const;
+  virtual std::string AddressOf(const std::string& secret) const = 0;
   // An address that leads there once: what other users of the machine may see in the list of processes opens nothing
   // after the browser has used it.
-  std::string TicketFor(const std::string& secret);
-
- private:
-  class Service;
-  std::unique_ptr<Service> service_;
+  virtual std::string TicketFor(const std::string& secret) = 0;
 };
 
 }  // namespace karst::cli
+
+// Makes a server, which listens on a free port at once. HostError if it cannot. The one function of the module that
+// the server is in: see page_module.h.
+extern "C" void KarstMakePageServer(karst::cli::PageBoard& board, karst::cli::PageServer::Taker taker,
+                                    std::unique_ptr<karst::cli::PageServer>& server);

@@ -20,6 +20,7 @@ find karst -name '*.h' -print0 | xargs -0 -P 2 -I{} sh -c \
 echo '#include <karst/karst.h>' | gcc -std=c99 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -I. -x c -
 
 [[ "$("$prefix/bin/karst" --version)" == "karst $version" ]] || fail 'the program does not run'
+"$source_dir/tests/installed/window_test.sh" "$prefix/bin/karst"
 library="$(find "$prefix/lib"* -name "libkarst.so.$version")"
 readelf -d "$library" | grep -qF 'soname: [libkarst.so.0]' || fail 'the library has another soname'
 # The C functions that the library shows are those that the header declares; every symbol has its version.

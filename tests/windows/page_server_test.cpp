@@ -64,6 +64,11 @@ HWND Frame(uintptr_t number) { return reinterpret_cast<HWND>(number); }
 class Server : public ::testing::Test {
  protected:
   Server() {
+    const auto take = [this](HWND frame, PageReport report) {
+      taken_.emplace_back(frame, std::move(report));
+      return takes_;
+    };
+    KarstMakePageServer(board_, take, server_);
     std::filesystem::create_directories("pages/sub");
     MakeFile("secret.txt", "secret");
     MakeFile("pages/near.txt", "near");
@@ -110,10 +115,7 @@ class Server : public ::testing::Test {
   PageBoard board_;
   std::vector<std::pair<HWND, PageReport>> taken_;
   bool takes_ = true;
-  std::unique_ptr<PageServer> server_ = std::make_unique<PageServer>(board_, [this](HWND frame, PageReport report) {
-    taken_.emplace_back(frame, std::move(report));
-    return takes_;
-  });
+  std::unique_ptr<PageServer> server_;
   std::string secret_;
   std::string other_secret_;
   std::string host_;

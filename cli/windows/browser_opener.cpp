@@ -3,10 +3,12 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
+#include <vector>
 
 namespace karst::cli {
 namespace {
@@ -14,6 +16,14 @@ namespace {
 bool IsSet(const char* variable) {
   const char* value = std::getenv(variable);
   return value && *value;
+}
+
+// Those that have ended leave the table of processes, however many windows a script opens.
+// From one thread only: that of the script.
+void Keep(pid_t child) {
+  static std::vector<pid_t> children;
+  children.push_back(child);
+  std::erase_if(children, [](pid_t started) { return waitpid(started, nullptr, WNOHANG) != 0; });
 }
 
 }  // namespace
@@ -38,10 +48,10 @@ bool OpenInBrowser(const std::string& address) {
   std::string argument = address;
   char* const arguments[] = {program.data(), argument.data(), nullptr};
   pid_t child;
-  // The child stays in the table of processes until this one ends: one entry for each window that opens.
   const bool started = posix_spawnp(&child, program.c_str(), &files, &how, arguments, environ) == 0;
   posix_spawnattr_destroy(&how);
   posix_spawn_file_actions_destroy(&files);
+  if (started) Keep(child);
   return started;
 }
 

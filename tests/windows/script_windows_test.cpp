@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 
 #include "support/child_process.h"
 #include "support/temp_folder.h"
@@ -83,6 +84,28 @@ TEST_F(ScriptWindows, WithADisplayTheBrowserGetsAnotherAddress) {
   }
   const ChildResult without = Interrupted({"DISPLAY=:9", "PATH=/nowhere"}, "page.htm");
   EXPECT_NE(without.error.find("cannot start xdg-open"), std::string::npos) << without.error;
+}
+
+TEST_F(ScriptWindows, WhatOpenedTheBrowserDoesNotPileUp) {
+  const std::string path = BrowserInPath();
+  WriteWhole("bin/xdg-open", "#!/bin/sh\nexit 0\n");
+  // Between two windows there is time for what was started to end.
+  WriteWhole("script.pro",
+             "int w\r\nint n\r\nint i = 0\r\nloop i < 10\r\nw = OpenWindow(\"none.htm\")\r\ni = i + 1\r\n"
+             "n = 0\r\nloop n < 1000000\r\nn = n + 1\r\nendloop\r\nendloop\r\n"
+             "FnCat(\"page.htm\", \"x\")\r\nstring c\r\nWaitWindow(w, &c)\r\n");
+  int dead = 0;
+  RunProgram({.arguments = {"run", "script.pro"}, .environment = {"DISPLAY=:9", path}}, [&](pid_t child) {
+    for (int i = 0; i < 500 && !std::filesystem::exists("page.htm"); ++i) usleep(10'000);
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+      if (!isdigit(entry.path().filename().string()[0])) continue;
+      std::string line;
+      std::getline(std::ifstream(entry.path() / "stat"), line);
+      dead += line.find(") Z " + std::to_string(child) + " ") != std::string::npos;
+    }
+    kill(child, SIGINT);
+  });
+  EXPECT_LT(dead, 5);
 }
 
 TEST_F(ScriptWindows, AMessageBoxThatNobodyAnswersIsEndedByCtrlCToo) {

@@ -131,7 +131,7 @@ bool BrowserWindows::AskUser(std::string_view gbk_text, const std::function<bool
   if (message == 0) return false;
   while (!is_stopped() && !board_.WaitForAnswer(message, kLook)) continue;
   board_.TakeMessageAway();
-  return true;
+  return is_stopped() || board_.IsAnswered(message);
 }
 
 }  // namespace karst::cli

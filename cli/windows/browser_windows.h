@@ -31,7 +31,7 @@ class BrowserWindows : public QueuedWindows, private VeldView {
   int MoveWindow(HWND window, const Place& place, bool repaint) override;
 
   // Shows a message box on the open pages and waits until it is answered, until no page is left that could, or until
-  // `is_stopped` says so. False, at once, if there is none now.
+  // `is_stopped` says so. False if the last page went without an answer, and at once if there is none now.
   bool AskUser(std::string_view gbk_text, const std::function<bool()>& is_stopped);
   // Windows that close from here on do so because the run is over, until the next one opens.
   void RunIsOver() { board_.RunIsOver(); }

@@ -180,6 +180,11 @@ void PageBoard::Answer(uint64_t message) {
   changed_.notify_all();
 }
 
+bool PageBoard::IsAnswered(uint64_t message) const {
+  const std::lock_guard lock(mutex_);
+  return answered_ == message;
+}
+
 void PageBoard::TakeMessageAway() {
   {
     const std::lock_guard lock(mutex_);

@@ -95,6 +95,8 @@ class PageBoard {
   // Waits for the answer. True when it has come, or when the last page that could give it is gone.
   bool WaitForAnswer(uint64_t message, std::chrono::milliseconds most);
   void Answer(uint64_t message);
+  // False if a wait for it ended without an answer.
+  bool IsAnswered(uint64_t message) const;
   void TakeMessageAway();
 
   static constexpr size_t kMostViewers = 8;  // LIMIT: of one page at a time

@@ -200,6 +200,17 @@ class WindowTest(WindowCase):
             self.assertEqual(run.end(), (0, ["1 a", "1", "1 a"]))
             self.assertEqual(len(run.errors), 1, run.errors)
 
+    def test_a_message_box_that_goes_with_its_page_is_told_on_standard_error(self):
+        script = OPEN + WAIT + 'printf("%d\\n", MsgBox("记录有误"))\n' + WAIT
+        with Folder(a_pro=script, page_html=LINK) as folder, Run(folder, "run", "a.pro") as run:
+            self.show(run)
+            self.browser.click("a")
+            self.browser.leave_document()
+            wait_until(lambda: self.browser.run("return document.getElementById('message').open"), "the box")
+            self.browser.close_page()
+            self.assertEqual(run.end(), (0, ["1 a", "1", "6 _close"]))
+            self.assertEqual(run.errors[1:], ["记录有误"])
+
     def test_macros_that_change_show_at_once_and_typing_stays(self):
         body = """<p>{{n}}</p><form><input name="typed"><input name="n"></form><a href="karst:a">a</a>"""
         script = OPEN + 'SetHyperMacro(w, "n", "1")\n' + WAIT + 'SetHyperMacro(w, "n", "2")\n' + WAIT

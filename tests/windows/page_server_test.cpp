@@ -363,11 +363,13 @@ TEST(PageBoard, AMessageBoxWaitsForAnAnswerOrForTheLastPageToGo) {
   EXPECT_FALSE(board.WaitForAnswer(first, milliseconds(20)));
   board.Answer(first);
   EXPECT_TRUE(board.WaitForAnswer(first, milliseconds(20)));
+  EXPECT_TRUE(board.IsAnswered(first));
   board.TakeMessageAway();
   EXPECT_EQ(board.StateOf(Frame(1))->message, 0u);
   const uint64_t second = board.ShowMessage("second");
   board.Close(Frame(1));
   EXPECT_TRUE(board.WaitForAnswer(second, milliseconds(20)));
+  EXPECT_FALSE(board.IsAnswered(second));
 }
 
 }  // namespace

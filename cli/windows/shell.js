@@ -77,6 +77,9 @@ function fillFields() {
 
 // --- The user's doings in the document.
 
+// A form's own names are hidden by fields of the same name.
+const attributeOf = (element, name) => Element.prototype.getAttribute.call(element, name);
+
 function onClick(event) {
   const link = event.target.closest('a[href], area[href]');
   if (!link) return;
@@ -95,7 +98,7 @@ function onSubmit(event) {
   event.preventDefault();
   const form = event.target;
   const sender = event.submitter;
-  const target = ((sender && sender.getAttribute('formaction')) || form.getAttribute('action') || '').trim();
+  const target = ((sender && attributeOf(sender, 'formaction')) || attributeOf(form, 'action') || '').trim();
   if (!/^karst:/i.test(target)) return;
   const query = Array.from(new FormData(form, sender)).filter(([, value]) => typeof value === 'string')
       .map(([name, value]) => [name, withCrLf(value)]);

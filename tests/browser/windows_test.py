@@ -211,6 +211,16 @@ class WindowTest(WindowCase):
             self.assertEqual(run.end(), (0, ["1 a", "1", "6 _close"]))
             self.assertEqual(run.errors[1:], ["记录有误"])
 
+    def test_fields_may_have_any_name(self):
+        names = ["action", "getAttribute", "elements", "submit", "name", "题名"]
+        fields = "".join(f"<input name='{name}' value='1'>" for name in names)
+        body = f"<form action='karst:f'>{fields}<button id=send>x</button></form>"
+        with Folder(a_pro=OPEN + WAIT, page_html=page(body)) as folder, Run(folder, "run", "a.pro") as run:
+            self.show(run)
+            self.browser.click("#send")
+            command = "f?" + "&".join(f"{name}=1" for name in names)
+            self.assertEqual(run.end(), (0, [f"{len(command.encode('gbk'))} {command}"]))
+
     def test_macros_that_change_show_at_once_and_typing_stays(self):
         body = """<p>{{n}}</p><form><input name="typed"><input name="n"></form><a href="karst:a">a</a>"""
         script = OPEN + 'SetHyperMacro(w, "n", "1")\n' + WAIT + 'SetHyperMacro(w, "n", "2")\n' + WAIT

@@ -25,7 +25,7 @@ int CountRecords(const Options& options, Console& console) {
   ReadState sum;
   for (const std::string& name : options.records) {
     if (StopRequested()) break;
-    walk.Read(name, [](const WalkedRecord&) { return true; });
+    if (!walk.Read(name, [](const WalkedRecord&) { return true; })) continue;
     const ReadState& counts = walk.Reached();
     sum.records += counts.records;
     sum.repaired += counts.repaired;

@@ -4,6 +4,7 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <charconv>
 
 namespace karst::cli {
 namespace {
@@ -54,6 +55,17 @@ CLI::App* AddVerb(CLI::App& app, const char* name, const char* help, const char*
   return added;
 }
 
+// A number of records, from 1.
+CLI::Option* AddRecordNumber(CLI::App& verb, const char* name, const char* help, uint64_t& value) {
+  const auto fault = [](const std::string& text) {
+    uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool good = error == std::errc() && end == text.data() + text.size() && number > 0;
+    return good ? "" : text + " is no number from 1";
+  };
+  return verb.add_option(name, value, help)->check(CLI::Validator(fault, ""))->option_text("N");
+}
+
 void AddRejects(CLI::App& verb, Options& options) {
   verb.add_option("--rejects", options.rejects, "Keep the raw bytes of what is no record in FILE")->option_text("FILE");
   verb.add_flag("-q,--quiet", options.quiet, "No summary");
@@ -96,7 +108,7 @@ void AddShow(CLI::App& app, Options& options, std::string& encoding) {
   show->add_option("--field", tools.fields, "Show these fields only; * in the tag stands for any character")
       ->option_text("TAG")
       ->allow_extra_args(false);
-  show->add_option("--limit", tools.limit, "Show so many records at most")->option_text("N");
+  AddRecordNumber(*show, "--limit", "Show so many records at most", tools.limit);
   show->add_option_function<std::string>(
           "--color",
           [&tools](const std::string& mode) {
@@ -123,10 +135,7 @@ void AddSplit(CLI::App& app, Options& options, std::string& encoding) {
       ->required()
       ->expected(1)
       ->option_text(" ");
-  split->add_option("--every", tools.every, "Records in each file")
-      ->required()
-      ->check(CLI::PositiveNumber)
-      ->option_text("N");
+  AddRecordNumber(*split, "--every", "Records in each file", tools.every)->required();
   split->add_option("--prefix", tools.prefix, "What the names of the files begin with (default: the name of the file)")
       ->option_text("TEXT");
   AddRejects(*split, options);

@@ -8,7 +8,7 @@
 
 namespace karst::cli {
 
-void RecordWalk::Read(const std::string& name, const Use& use) {
+bool RecordWalk::Read(const std::string& name, const Use& use) {
   if (name == "-") PrepareStandardInput();
   const InputFile file(name == "-" ? InputFile::kStandardInput : name, options_.encoding);
   RecordFileReader reader(options_.record_tools.from, options_.record_tools.from_charset);
@@ -16,7 +16,8 @@ void RecordWalk::Read(const std::string& name, const Use& use) {
   reached_ = {};
   refused_ = refused_bytes_ = 0;
   bool readable = reader.Open(file.ForLibrary());
-  has_opened_ = has_opened_ || readable;
+  const bool opened = readable;
+  has_opened_ = has_opened_ || opened;
   format_ = reader.Format();
   bool more = readable;
   while (more && !StopRequested()) readable = Step(reader, use, more);
@@ -26,13 +27,14 @@ void RecordWalk::Read(const std::string& name, const Use& use) {
     all_read_ = false;
   }
   const RecordParser* parser = reader.Parser();
-  if (!parser) return;
+  if (!parser) return false;
   reached_ = {parser->RecordCount() - refused_, parser->SkippedCount() + refused_,
               parser->SkippedBytes() + refused_bytes_, parser->RepairedCount(), reader.Position()};
   if (reached_.passed_over > 0) all_read_ = false;
   // What is behind the last record of a whole file does not count.
   const bool told = summaries_ == Summaries::kOfFaults ? reached_.passed_over > 0 : summaries_ == Summaries::kAll;
   if (told) passed_.Summarize(reached_, more || !readable ? reader.Size() : 0, file.Shown());
+  return opened;
 }
 
 // False if the file cannot be read on.

@@ -26,8 +26,9 @@ class RecordWalk {
       : options_(options), console_(console), passed_(console, options), summaries_(summaries) {}
 
   // Calls `use` for each record of a file until it gives false. Tells when the file cannot be read, or not to its end.
+  // False if it could not even be opened.
   using Use = std::function<bool(const WalkedRecord&)>;
-  void Read(const std::string& name, const Use& use);
+  bool Read(const std::string& name, const Use& use);
   // Counts and keeps the record at hand as one that was passed over; `reason` is GBK.
   void Refuse(const WalkedRecord& record, const std::string& reason);
   // What has become of the file read last.

@@ -173,7 +173,20 @@ TEST_F(RecordTools, CountGivesALineForEachFileAndTheSum) {
             "35  together, 1 repaired, 1 passed over (4 bytes)\n");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(Run({"count", "books.iso"}).output, "32  books.iso\n");
-  EXPECT_EQ(Run({"count", "none.iso", "books.iso"}).status, 1);
+  // A file that is not there has no number of records.
+  const ChildResult missing = Run({"count", "none.iso", "books.iso"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.output, "32  books.iso\n32  together\n");
+}
+
+TEST_F(RecordTools, NumbersOfRecordsAreWholeAndFromOne) {
+  for (const std::string text : {"0", "-1", "1.5", "0x2", "", "x", "99999999999999999999"}) {
+    for (const auto& verb : {std::vector<std::string>{"show", "--limit"}, {"split", "--every"}}) {
+      const ChildResult result = Run({verb[0], verb[1], text, "books.iso"});
+      EXPECT_EQ(result.status, 2) << verb[0] << " " << text;
+      EXPECT_NE(result.error.find(verb[1] + ": " + text + " is no number from 1\n"), std::string::npos) << result.error;
+    }
+  }
 }
 
 TEST_F(RecordTools, ShowAlignsAndHidesWhatATerminalWouldObey) {

@@ -44,6 +44,9 @@ class Conversion {
   // What is written is what the first file is, if nothing else is said.
   void Begin(RecordFormat read) {
     if (format_ == RecordFormat::kAuto) format_ = read;
+    if (format_ == RecordFormat::kMarcXml && tools_.to_charset == RecordCharset::kGbk) {
+      throw HostError(kWrongUsage, "MARCXML is always UTF-8: --to-charset gbk cannot be kept");
+    }
     writer_ = MakeRecordWriter(format_);
     out_ += writer_->Start();
   }
@@ -110,10 +113,11 @@ class Conversion {
 
   void TellCounts() {
     if (missing_ == 0 || options_.quiet) return;
-    const bool utf8 = tools_.to_charset != RecordCharset::kGbk;
-    console_.Say(std::to_string(missing_) +
-                 (utf8 ? " bytes that belong to no character of GBK" : " characters that GBK has no place for") +
-                 " were written as &#N;");
+    const bool one = missing_ == 1;
+    const char* bytes = one ? " byte that belongs to no character of GBK" : " bytes that belong to no character of GBK";
+    const char* characters = one ? " character that GBK has no place for" : " characters that GBK has no place for";
+    console_.Say(std::to_string(missing_) + (tools_.to_charset == RecordCharset::kGbk ? characters : bytes) +
+                 (one ? " was" : " were") + " written as &#N;");
   }
 
   const RecordToolOptions& tools_;

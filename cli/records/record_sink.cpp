@@ -18,18 +18,6 @@
 #include "writer.h"
 
 namespace karst::cli {
-namespace {
-
-constexpr mode_t kPermissions = 07777;
-constexpr mode_t kNewFile = 0666;
-
-mode_t ModeOfNewFile() {
-  const mode_t mask = umask(0);
-  umask(mask);
-  return kNewFile & ~mask;
-}
-
-}  // namespace
 
 class RecordSink::Compressor {
  public:
@@ -78,15 +66,14 @@ RecordSink::RecordSink(const std::string& name, bool compressed, const Options& 
 }
 
 RecordSink::~RecordSink() {
-  if (!path_.empty() && descriptor_ >= 0) close(descriptor_);
-  if (!temporary_.empty()) unlink(temporary_.c_str());
+  if (!path_.empty() && descriptor_ != fresh_.Descriptor()) close(descriptor_);
 }
 
 void RecordSink::Open(const Options& options) {
   struct stat target;
   if (stat(path_.c_str(), &target) != 0) {
     if (errno != ENOENT) Fail(errno);
-    return OpenTemporary(ModeOfNewFile());
+    return OpenFresh(nullptr);
   }
   if (S_ISDIR(target.st_mode)) Fail(EISDIR);
   if (IsReadByRun(target, options) && S_ISREG(target.st_mode)) {
@@ -98,20 +85,16 @@ void RecordSink::Open(const Options& options) {
   if (!unresolved) path_ = resolved;
   if (S_ISREG(target.st_mode)) {
     if (access(path_.c_str(), W_OK) != 0) Fail(errno);
-    return OpenTemporary(target.st_mode & kPermissions);
+    return OpenFresh(&target);
   }
   descriptor_ = open(path_.c_str(), O_WRONLY | O_CLOEXEC);
   if (descriptor_ < 0) Fail(errno);
 }
 
-void RecordSink::OpenTemporary(unsigned mode) {
-  const size_t slash = path_.rfind('/');
-  const size_t name = slash == std::string::npos ? 0 : slash + 1;
-  std::string pattern = path_.substr(0, name) + ".karst-XXXXXX";
-  descriptor_ = mkostemp(pattern.data(), O_CLOEXEC);
-  if (descriptor_ < 0) Fail(errno);
-  temporary_ = pattern;
-  if (fchmod(descriptor_, mode) != 0) Fail(errno);
+void RecordSink::OpenFresh(const struct stat* old) {
+  const int error = fresh_.Make(path_, old);
+  if (error != 0) Fail(error);
+  descriptor_ = fresh_.Descriptor();
 }
 
 void RecordSink::Write(std::string_view bytes) {
@@ -131,17 +114,14 @@ void RecordSink::Commit() {
   if (compressor_) compressor_->Write({}, Z_FINISH);
   compressor_.reset();
   if (path_.empty()) return;
+  const bool fresh = descriptor_ == fresh_.Descriptor();
   const int descriptor = descriptor_;
   descriptor_ = -1;
-  if (close(descriptor) != 0) Fail(errno);
-  if (temporary_.empty()) return;
-  if (std::rename(temporary_.c_str(), path_.c_str()) != 0) Fail(errno);
-  temporary_.clear();
+  const int error = fresh ? fresh_.TakeName() : close(descriptor) != 0 ? errno : 0;
+  if (error != 0) Fail(error);
 }
 
 void RecordSink::Fail(int error) const {
-  // A constructor that throws is not followed by its destructor.
-  if (!temporary_.empty()) unlink(temporary_.c_str());
   const std::string reason = error == EPIPE ? "its reader is gone" : std::strerror(error);
   throw HostError(kOutputFailed, "cannot write " + shown_ + ": " + reason);
 }

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "fresh_file.h"
 #include "options.h"
 
 namespace karst::cli {
@@ -28,14 +29,14 @@ class RecordSink {
  private:
   class Compressor;
   void Open(const Options& options);
-  void OpenTemporary(unsigned mode);
+  void OpenFresh(const struct stat* old);
   void WriteOut(std::string_view bytes);
   [[noreturn]] void Fail(int error) const;
 
   std::string shown_;
-  std::string path_;       // empty: standard output
-  std::string temporary_;  // empty: written as it comes
-  int descriptor_ = -1;
+  std::string path_;     // empty: standard output
+  FreshFile fresh_;      // what is to be a regular file
+  int descriptor_ = -1;  // of this, or of what is written as it comes
   std::unique_ptr<Compressor> compressor_;
 };
 

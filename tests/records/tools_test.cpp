@@ -123,6 +123,7 @@ TEST_F(RecordTools, NothingHalfWrittenIsLeft) {
       {{"convert", "--rejects", "books.iso", "books.iso", "new.xml"}, 2},
       {{"split", "--every", "0", "books.iso"}, 2},
       {{"convert", "--to", "pdf", "books.iso", "x"}, 2},
+      {{"convert", "--to-charset", "gbk", "books.iso", "old.xml"}, 2},
   };
   for (const auto& one : kCases) {
     const ChildResult result = Run(one.arguments);

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "platform/charset.h"
+#include "platform/numeric_reference.h"
 #include "records/ascii.h"
-#include "records/numeric_reference.h"
 
 namespace karst::cli {
 namespace {
@@ -167,17 +167,6 @@ uint64_t PlainToGbk(std::string_view utf8, std::string& gbk) {
     at += character.length;
   }
   return missing;
-}
-
-// Where a reference may begin whose rest is still to come: the text's last "&", if nothing speaks against it.
-size_t OpenReference(std::string_view text) {
-  const size_t start = text.rfind('&');
-  if (start == std::string_view::npos) return text.size();
-  std::string_view rest = text.substr(start + 1);
-  while (rest.starts_with(NumericReference::kMore)) rest.remove_prefix(NumericReference::kMore.size());
-  const bool could_be = rest.empty() || (rest[0] == '#' && rest.size() < NumericReference::kLongest &&
-                                         rest.find_first_not_of("0123456789", 1) == std::string_view::npos);
-  return could_be ? start : text.size();
 }
 
 // Where a character begins whose second byte is still to come.

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "platform/charset.h"
-#include "records/numeric_reference.h"
+#include "platform/numeric_reference.h"
 
 namespace karst::cli {
 namespace {

@@ -1,7 +1,7 @@
 // Texts on their way between a host and the GBK inside.
 //
 // In UTF-8 nothing gets lost either way. A character with no place in GBK stands inside as a numeric reference, "&#N;"
-// in decimal digits; a text that reads like such a reference from the start has "38;#" put into it behind its "&#",
+// in decimal digits; a text that reads like such a reference from the start has "#38;" put into it behind its "&",
 // which is taken out again on the way back. A byte inside that is no GBK stands outside as U+10F700 plus its value.
 #pragma once
 

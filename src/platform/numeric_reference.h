@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace karst::cli {
+namespace karst {
 
 // "&", any number of "#38;", and "#N;" without zeros in front.
 struct NumericReference {
@@ -54,6 +54,18 @@ inline void PutReferenceShorter(std::string_view spelt, std::string& out) {
   out += spelt.substr(1 + NumericReference::kMore.size());
 }
 
+// Where a reference may begin whose rest is still to come: the text's last "&", if nothing speaks against it; otherwise
+// the text's end.
+inline size_t OpenReference(std::string_view text) {
+  const size_t start = text.rfind('&');
+  if (start == std::string_view::npos) return text.size();
+  std::string_view rest = text.substr(start + 1);
+  while (rest.starts_with(NumericReference::kMore)) rest.remove_prefix(NumericReference::kMore.size());
+  const bool could_be = rest.empty() || (rest[0] == '#' && rest.size() < NumericReference::kLongest &&
+                                         rest.find_first_not_of("0123456789", 1) == std::string_view::npos);
+  return could_be ? start : text.size();
+}
+
 // Goes through a text in order: `plain` gets each stretch between references and gives a count, `put` gets each
 // reference for whose code `counts` is true, with its spelling. Gives the sum of the counts. "&" is no part of a longer
 // character, neither in UTF-8 nor in GBK.
@@ -74,4 +86,4 @@ uint64_t WalkReferences(std::string_view text, const Counts& counts, const Plain
   return sum + plain(text.substr(from));
 }
 
-}  // namespace karst::cli
+}  // namespace karst

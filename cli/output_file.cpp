@@ -34,6 +34,8 @@ bool IsReadByRun(const struct stat& target, const Options& options) {
 
 OutputFile::OutputFile(const std::string& name, const Options& options) {
   constexpr mode_t kMode = 0666;
+  // Elsewhere this name is a standard file: a file called so would be one that nobody looks for.
+  if (name == "-") throw HostError(kWrongUsage, "- is no file of its own; ./- names one");
   descriptor_ = open(SystemName(name, options.encoding).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kMode);
   struct stat target;
   if (descriptor_ < 0 || fstat(descriptor_, &target) != 0) {

@@ -121,6 +121,7 @@ TEST_F(RecordTools, NothingHalfWrittenIsLeft) {
       {{"convert", "books.iso", "/dev/full"}, 74},
       {{"convert", "--rejects", "old.xml", "books.iso", "old.xml"}, 2},
       {{"convert", "--rejects", "books.iso", "books.iso", "new.xml"}, 2},
+      {{"convert", "--rejects", "-", "books.iso", "new.xml"}, 2},
       {{"split", "--every", "0", "books.iso"}, 2},
       {{"convert", "--to", "pdf", "books.iso", "x"}, 2},
       {{"convert", "--to-charset", "gbk", "books.iso", "old.xml"}, 2},

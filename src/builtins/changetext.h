@@ -15,7 +15,12 @@ template <typename Edit>
 int32_t ChangeText(CFuncArray* self, CVarCell* cell, Edit edit) {
   try {
     edit(*cell->string);
-    self->ChangeDupVars(self->m_Cells[static_cast<size_t>(cell->nDupPos)], cell->string->view());
+    CVarCell* const variable = self->m_Cells[static_cast<size_t>(cell->nDupPos)];
+    if (variable->nDupPos == -1 && variable->string) {
+      variable->string->Assign(*cell->string);
+    } else {
+      self->ChangeDupVars(variable, cell->string->view());
+    }
   } catch (const std::bad_alloc&) {
     self->halt("mem low...");
   }

@@ -305,11 +305,15 @@ bool FormatFrom(CString& out, const char* format, Source& source) {
   out.Empty();
   const char* at = format;
   const char* const end = format + std::strlen(format);
-  for (;;) {
-    const char* percent = static_cast<const char*>(std::memchr(at, '%', static_cast<size_t>(end - at)));
-    if (percent == nullptr) break;
-    if (percent != at) out.Append({at, static_cast<size_t>(percent - at)});
-    at = percent + 1;
+  while (at != end) {
+    if (*at != '%') {
+      const void* const percent = std::memchr(at, '%', static_cast<size_t>(end - at));
+      const char* const stop = percent ? static_cast<const char*>(percent) : end;
+      out.Append({at, static_cast<size_t>(stop - at)});
+      at = stop;
+      continue;
+    }
+    ++at;
     const int done = PutBareDirective(out, *at, source);
     if (done < 0) return false;
     if (done > 0) {
@@ -318,7 +322,6 @@ bool FormatFrom(CString& out, const char* format, Source& source) {
       return false;
     }
   }
-  out.Append({at, static_cast<size_t>(end - at)});
   return true;
 }
 

@@ -83,6 +83,17 @@ TEST(FormatWords, Integers) {
   });
 }
 
+TEST(FormatWords, BareDecimalsOfEveryLength) {
+  for (int64_t power = 1; power <= INT32_MAX; power *= 10) {
+    for (const int64_t value : {power - 1, power, power * 2 + 1, -power, 1 - power}) {
+      const auto number = static_cast<int32_t>(value);
+      CString out;
+      ASSERT_TRUE(FormatWords(out, "%d", ListOf({number})));
+      EXPECT_EQ(out.view(), std::to_string(number));
+    }
+  }
+}
+
 TEST(FormatWords, LongIntegersTakeTwoWords) {
   ExpectFormats({
       {"%I64d", {INT64_MIN}, "-9223372036854775808"},

@@ -5,12 +5,11 @@ compare.py PROGRAM ROUNDS
 
 import os
 import statistics
-import subprocess
 import sys
 import tempfile
-import time
 
-HERE = os.path.dirname(os.path.abspath(__file__))
+from measure import HERE, Run, big_file, write
+
 PEERS = {"python": ["/usr/bin/python3.11"], "perl": ["/usr/bin/perl"], "lua": ["/usr/bin/lua5.4"]}
 ENDINGS = {"python": ".py", "perl": ".pl", "lua": ".lua"}
 LOOPS = {
@@ -74,25 +73,9 @@ END { for (k in c) print k, c[k] | "sort" }"""
 AWK = r"""/^200/ { if (match($0, /\$a [^$]*/)) print substr($0, RSTART + 3, RLENGTH - 3) }"""
 
 
-class Run:
-    """Processor seconds, wall seconds and the largest memory of one finished command and its children."""
-
-    def __init__(self, command):
-        started = time.monotonic()
-        process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        _, status, usage = os.wait4(process.pid, 0)
-        self.wall = time.monotonic() - started
-        self.cpu = usage.ru_utime + usage.ru_stime
-        self.memory = usage.ru_maxrss / 1024
-        if os.waitstatus_to_exitcode(status) != 0:
-            raise SystemExit(f"failed: {' '.join(command)}")
-
-
-def write(folder, name, lines):
-    path = os.path.join(folder, name)
-    with open(path, "w", encoding="ascii", newline="") as file:
-        file.write(lines.replace("\n", "\r\n"))
-    return path
+def write_program(folder, name, lines):
+    """A source of this language, whose lines end in CR LF."""
+    return write(folder, name, lines.replace("\n", "\r\n"))
 
 
 def least(commands, rounds):
@@ -105,7 +88,7 @@ def least(commands, rounds):
 
 
 def startup(program, folder, rounds):
-    empty = {"karst": [program, "run", write(folder, "empty.pro", "")]}
+    empty = {"karst": [program, "run", write_program(folder, "empty.pro", "")]}
     for peer, command in PEERS.items():
         empty[peer] = command + [write(folder, "empty" + ENDINGS[peer], "")]
     wall = statistics.median(Run(empty["karst"]).wall for _ in range(rounds * 4))
@@ -128,30 +111,16 @@ def compare_loops(program, folder, rounds):
         print(f"| {name} | {what} | {shown} | {ratio:.2f} | {most} |", flush=True)
 
 
-def big_file(folder):
-    """Some 100 MB of records: the example records over and over."""
-    with open(os.path.join(HERE, "..", "examples", "books.iso"), "rb") as file:
-        records = file.read()
-    path = os.path.join(folder, "big.iso")
-    with open(path, "wb") as file:
-        for _ in range(100 * 1024 * 1024 // len(records) + 1):
-            file.write(records)
-    return path
-
-
 def compare_records(program, folder, rounds):
     big = big_file(folder)
-    titles = write(folder, "titles.flt", TITLES)
-    subfields = write(folder, "subfields.flt", SUBFIELDS)
-    awk = os.path.join(folder, "titles.awk")
-    counts_awk = os.path.join(folder, "counts.awk")
-    for path, text in ((awk, AWK), (counts_awk, COUNTS_AWK)):
-        with open(path, "w", encoding="ascii") as file:
-            file.write(text)
+    titles = write_program(folder, "titles.flt", TITLES)
+    subfields = write_program(folder, "subfields.flt", SUBFIELDS)
+    awk = write(folder, "titles.awk", AWK)
+    counts_awk = write(folder, "counts.awk", COUNTS_AWK)
     commands = {
         "titles": [program, "filter", "--quiet", "--encoding", "gbk", titles, big],
         "subfields": [program, "filter", "--quiet", subfields, big],
-        "counts": [program, "filter", "--quiet", write(folder, "counts.flt", COUNTS), big],
+        "counts": [program, "filter", "--quiet", write_program(folder, "counts.flt", COUNTS), big],
         "counting awk": ["/bin/sh", "-c", f"LC_ALL=C yaz-marcdump '{big}' | LC_ALL=C mawk -f '{counts_awk}'"],
         "dump": ["/bin/sh", "-c", f"LC_ALL=C yaz-marcdump '{big}' | LC_ALL=C mawk -f '{awk}'"],
     }

@@ -170,7 +170,7 @@ KARST_EXPORT karst_status karst_on_skipped(karst_engine* engine, karst_skipped_c
 
 /* A reader goes through a file of records, in ISO 2709 or the internal form, told apart record by record. Its memory
  * does not grow with the file. A record that is damaged but readable without loss is repaired. Records have at most
- * 1 MiB. */
+ * 1 MiB. The file is taken to be GBK; of a file in any other charset a KARST_GBK reader gives the bytes as they are. */
 typedef struct karst_reader karst_reader;
 
 /* Makes a reader, to be freed with karst_reader_free. Null for an encoding that is none and without memory. */

@@ -11,6 +11,7 @@
 #include "outside/zebutil.h"
 #include "platform/mbtext.h"
 #include "platform/window.h"
+#include "values/name.h"
 
 namespace karst::builtin {
 namespace {
@@ -137,9 +138,6 @@ int32_t ReadPrice(std::string_view text) {
 // One OK button, an information sign, and the whole task waits (MB_OK, MB_ICONINFORMATION, MB_TASKMODAL).
 constexpr unsigned kMessageBoxStyle = 0x2040;
 
-// LIMIT: as much of a variable's name as tells it from others.
-constexpr size_t kSignificantName = 29;
-
 constexpr int kRecordRoom = 100000;
 
 }  // namespace
@@ -180,7 +178,7 @@ void MsgBox(CFuncArray* self, int argc, int first, CValue* result) {
 // CHOICE: a name is cut as it is where a script uses it, so that a name that works is also found.
 void IsVar(CFuncArray* self, int argc, int first, CValue* result) {
   Arguments args(self, argc, first, BuiltinRow("IsVar"));
-  const CString name(args.Text(1).view().substr(0, kSignificantName));
+  const CString name(SignificantName(args.Text(1).view()));
   const CVarCell* cell = self->SearchVar(name);
   const int32_t type = cell ? cell->leixing : kNoValue;
   result->SetVal(type == kInt ? 1 : type == kText ? 2 : 0);

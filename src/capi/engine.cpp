@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "script/name.h"
+#include "values/name.h"
 
 using karst::capi::Failure;
 

@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "script/call.h"
-#include "script/name.h"
 #include "script/nesting.h"
 #include "script/script.h"
+#include "values/name.h"
 
 int CScript::DoFunction(const char* lpszName, CValue* pResult) {
   karst::BuiltinHandler handler = nullptr;

@@ -6,9 +6,9 @@
 #include "outside/zebutil.h"
 #include "platform/mbtext.h"
 #include "script/arithmetic.h"
-#include "script/name.h"
 #include "script/nesting.h"
 #include "script/script.h"
+#include "values/name.h"
 
 using karst::NestingGuard;
 

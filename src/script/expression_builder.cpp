@@ -5,9 +5,9 @@
 #include "platform/mbtext.h"
 #include "script/arithmetic.h"
 #include "script/call.h"
-#include "script/name.h"
 #include "script/script.h"
 #include "script/statement_builder.h"
+#include "values/name.h"
 
 namespace karst {
 

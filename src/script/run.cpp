@@ -1,8 +1,8 @@
 // CScript: the statements. Each is entered with its first word read ("assignment" with it unread) and leaves the read
 // position behind what it used.
-#include "script/name.h"
 #include "script/script.h"
 #include "values/cellstore.h"
+#include "values/name.h"
 
 using karst::NameBuffer;
 

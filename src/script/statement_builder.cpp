@@ -3,9 +3,9 @@
 
 #include <cstring>
 
-#include "script/name.h"
 #include "script/remembered_runner.h"
 #include "script/script.h"
+#include "values/name.h"
 
 namespace karst {
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "platform/charset.h"
 #include "source_map.h"
 
 namespace karst::cli {
@@ -99,13 +100,10 @@ bool IsWide(char32_t c) {
 size_t DisplayWidth(std::string_view text, Encoding encoding) {
   if (encoding == Encoding::kGbk) return text.size();  // a GBK character is as wide as it is long
   size_t width = 0;
-  for (size_t at = 0; at < text.size();) {
-    const auto lead = static_cast<unsigned char>(text[at]);
-    const size_t length = lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    char32_t character = length == 1 ? lead : lead & (0xFF >> (length + 1));
-    for (size_t i = 1; i < length && at + i < text.size(); ++i) character = character << 6 | (text[at + i] & 0x3F);
-    width += IsWide(character) ? 2 : 1;
-    at += length;
+  while (!text.empty()) {
+    const DecodedCharacter character = DecodeUtf8(text);
+    width += IsWide(character.code) ? 2 : 1;
+    text.remove_prefix(character.length);
   }
   return width;
 }

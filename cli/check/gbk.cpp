@@ -3,27 +3,18 @@
 
 #include <iconv.h>
 
+#include "platform/charset.h"
+
 namespace karst::cli::check {
 namespace {
 
 const iconv_t kNoConverter = reinterpret_cast<iconv_t>(-1);
 
-unsigned Byte(std::string_view text, size_t at) { return static_cast<unsigned char>(text[at]); }
-
 }  // namespace
 
 size_t Utf8CharacterLength(std::string_view utf8) {
-  const unsigned lead = Byte(utf8, 0);
-  if (lead < 0x80) return 1;
-  const size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-  if (lead < 0xC2 || lead > 0xF4 || utf8.size() < length) return 0;
-  for (size_t i = 1; i < length; ++i) {
-    if ((Byte(utf8, i) & 0xC0) != 0x80) return 0;
-  }
-  const unsigned second = Byte(utf8, 1);
-  const bool too_long = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
-  const bool no_character = (lead == 0xED && second > 0x9F) || (lead == 0xF4 && second > 0x8F);
-  return too_long || no_character ? 0 : length;
+  const DecodedCharacter character = DecodeUtf8(utf8);
+  return character.code == kNoCharacter ? 0 : character.length;
 }
 
 // GB18030 has all of GBK in the same one or two bytes, the places of the user among them, and the rest in four.

@@ -23,7 +23,7 @@ std::optional<unsigned> EvidenceOfUtf8(std::string_view text, bool open) {
   for (size_t at = 0; at < text.size();) {
     at += AsciiLength(text.substr(at));
     if (at == text.size()) break;
-    const GbkCharacter character = DecodeUtf8(text.substr(at));
+    const DecodedCharacter character = DecodeUtf8(text.substr(at));
     if (character.code == kNoCharacter) {
       if (open && text.size() - at <= kLongestCut) break;
       return std::nullopt;

@@ -77,13 +77,13 @@ class LineWriter {
     return 1;
   }
   size_t WriteUtf8(std::string_view rest) {
-    const GbkCharacter character = DecodeUtf8(rest);
+    const DecodedCharacter character = DecodeUtf8(rest);
     const std::string_view bytes = rest.substr(0, character.length);
     IsHidden(character.code) ? Spell(bytes) : Put(bytes);
     return bytes.size();
   }
   size_t WriteGbk(std::string_view rest) {
-    const GbkCharacter character = DecodeGbk(rest);
+    const DecodedCharacter character = DecodeGbk(rest);
     const std::string_view bytes = rest.substr(0, character.length);
     const bool second_escape = bytes.back() == kEscape;
     const bool spelt = character.code == kNoCharacter || (second_escape && spell_second_escape_);

@@ -119,7 +119,7 @@ void RecordDisplay::AppendData(std::string_view data) {
 
 void RecordDisplay::Put(std::string_view text) {
   while (!text.empty()) {
-    const GbkCharacter character = DecodeUtf8(text);
+    const DecodedCharacter character = DecodeUtf8(text);
     const std::string_view bytes = text.substr(0, character.length);
     if (character.code == kNoCharacter || IsControl(character.code)) {
       std::string spelt;

@@ -50,7 +50,7 @@ class Tables {
   void Enter(unsigned gbk) {
     const char bytes[2] = {static_cast<char>(gbk >> 8), static_cast<char>(gbk)};
     const std::string_view text = gbk < 0x100 ? std::string_view(bytes + 1, 1) : std::string_view(bytes, 2);
-    const GbkCharacter character = DecodeGbk(text);
+    const DecodedCharacter character = DecodeGbk(text);
     if (character.code == kNoCharacter || character.length != text.size() || ToGbk(character.code) != 0) return;
     std::string utf8;
     AppendUtf8(utf8, character.code);
@@ -153,7 +153,7 @@ uint64_t PlainToGbk(std::string_view utf8, std::string& gbk) {
     gbk.append(utf8.substr(at, ascii));
     at += ascii;
     if (at == utf8.size()) break;
-    const GbkCharacter character = DecodeUtf8(utf8.substr(at));
+    const DecodedCharacter character = DecodeUtf8(utf8.substr(at));
     const uint16_t place = character.code == kNoCharacter ? uint16_t{0} : tables.ToGbk(character.code);
     if (place > 0xFF) {
       gbk += {static_cast<char>(place >> 8), static_cast<char>(place)};
@@ -210,7 +210,7 @@ bool IsValidUtf8(std::string_view text) {
   for (size_t at = 0; at < text.size();) {
     at += AsciiLength(text.substr(at));
     if (at == text.size()) break;
-    const GbkCharacter character = DecodeUtf8(text.substr(at));
+    const DecodedCharacter character = DecodeUtf8(text.substr(at));
     if (character.code == kNoCharacter) return false;
     at += character.length;
   }

@@ -41,7 +41,7 @@ void PutAscii(char byte, std::string& xml) {
 
 // Gives the number of bytes taken from `text`.
 size_t PutCharacter(std::string_view text, std::string& xml) {
-  const GbkCharacter character = DecodeUtf8(text);
+  const DecodedCharacter character = DecodeUtf8(text);
   const uint32_t byte_code = kByteCode + static_cast<unsigned char>(text[0]);
   const uint32_t code = character.code == kNoCharacter ? byte_code : character.code;
   if (NeedsReference(code)) {

@@ -36,7 +36,7 @@ uint64_t AppendInside(std::string_view utf8, std::string& gbk) {
     const bool whole = Utf8ToGbk(utf8, part, &bad);
     gbk += part;
     if (whole) return 0;
-    const GbkCharacter character = DecodeUtf8(utf8.substr(bad));
+    const DecodedCharacter character = DecodeUtf8(utf8.substr(bad));
     if (character.code == kNoCharacter) return 1;
     if (IsRawByte(character.code)) {
       gbk += static_cast<char>(character.code - kRawBytes);
@@ -53,7 +53,7 @@ void AppendOutside(std::string_view gbk, std::string& text) {
     return;
   }
   while (!gbk.empty()) {
-    const GbkCharacter character = DecodeGbk(gbk);
+    const DecodedCharacter character = DecodeGbk(gbk);
     const bool raw = character.code == kNoCharacter;
     AppendUtf8(text, raw ? kRawBytes + static_cast<unsigned char>(gbk[0]) : character.code);
     gbk.remove_prefix(raw ? 1 : character.length);

@@ -35,7 +35,7 @@ void AppendReference(std::string& text, char32_t code) { ((text += "&#") += std:
 std::string Escaped(std::string_view value) {
   std::string escaped;
   for (std::string_view rest = value; !rest.empty();) {
-    const GbkCharacter character = DecodeGbk(rest);
+    const DecodedCharacter character = DecodeGbk(rest);
     if (character.code == kNoCharacter) {
       escaped += '?';  // half a character would take a byte of the page with it
     } else if (character.length == 1 && !IsPlain(rest[0])) {
@@ -236,7 +236,7 @@ std::string GbkWithReferences(std::string_view utf8) {
     gbk += part;
     if (whole) break;
     utf8.remove_prefix(bad);
-    const GbkCharacter lost = DecodeUtf8(utf8);
+    const DecodedCharacter lost = DecodeUtf8(utf8);
     if (lost.code == kNoCharacter) {
       gbk += '?';
     } else {

@@ -125,7 +125,7 @@ std::u32string Decoded(std::string_view gbk) {
   std::u32string out;
   out.reserve(gbk.size());
   while (!gbk.empty()) {
-    const GbkCharacter character = DecodeGbk(gbk);
+    const DecodedCharacter character = DecodeGbk(gbk);
     if (character.code != kNoCharacter) out += character.code;
     for (size_t i = 0; character.code == kNoCharacter && i < character.length; ++i) {
       const auto byte = static_cast<unsigned char>(gbk[i]);
@@ -208,7 +208,7 @@ class Encoder {
 
 }  // namespace
 
-GbkCharacter DecodeGbk(std::string_view gbk) {
+DecodedCharacter DecodeGbk(std::string_view gbk) {
   const auto first = static_cast<unsigned char>(gbk[0]);
   if (first < 0x80) return {first, 1};
   char32_t code = kNoPlace;
@@ -224,7 +224,7 @@ GbkCharacter DecodeGbk(std::string_view gbk) {
 
 bool IsValidGbk(std::string_view gbk) {
   for (gbk.remove_prefix(AsciiLength(gbk)); !gbk.empty(); gbk.remove_prefix(AsciiLength(gbk))) {
-    const GbkCharacter character = DecodeGbk(gbk);
+    const DecodedCharacter character = DecodeGbk(gbk);
     if (character.code == kNoCharacter) return false;
     gbk.remove_prefix(character.length);
   }
@@ -252,7 +252,7 @@ std::string GbkToUtf8(std::string_view gbk) {
     out.append(gbk.substr(0, ascii));
     gbk.remove_prefix(ascii);
     if (gbk.empty()) break;
-    const GbkCharacter character = DecodeGbk(gbk);
+    const DecodedCharacter character = DecodeGbk(gbk);
     AppendUtf8(out, character.code == kNoCharacter ? U'\xFFFD' : character.code);
     gbk.remove_prefix(character.length);
   }
@@ -268,7 +268,7 @@ bool Utf8ToGbk(std::string_view utf8, std::string& gbk, size_t* bad_offset) {
     gbk.append(rest.substr(0, ascii));
     rest.remove_prefix(ascii);
     if (rest.empty()) break;
-    const GbkCharacter character = DecodeUtf8(rest);
+    const DecodedCharacter character = DecodeUtf8(rest);
     const uint16_t place = Tables().FromUnicode(character.code);
     if (place == 0) {
       if (bad_offset) *bad_offset = utf8.size() - rest.size();
@@ -281,8 +281,8 @@ bool Utf8ToGbk(std::string_view utf8, std::string& gbk, size_t* bad_offset) {
   return true;
 }
 
-GbkCharacter DecodeUtf8(std::string_view utf8) {
-  constexpr GbkCharacter kBad = {kNoCharacter, 1};
+DecodedCharacter DecodeUtf8(std::string_view utf8) {
+  constexpr DecodedCharacter kBad = {kNoCharacter, 1};
   const auto first = static_cast<unsigned char>(utf8[0]);
   if (first < 0x80) return {first, 1};
   const size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
@@ -295,7 +295,7 @@ GbkCharacter DecodeUtf8(std::string_view utf8) {
   }
   constexpr char32_t kLowest[] = {0, 0, 0x80, 0x800, 0x10000};
   const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-  return code < kLowest[length] || code > 0x10FFFF || surrogate ? kBad : GbkCharacter{code, length};
+  return code < kLowest[length] || code > 0x10FFFF || surrogate ? kBad : DecodedCharacter{code, length};
 }
 
 ConversionResult ConvertGbk(std::string_view gbk, const std::string& to, bool transliterate, char* target,

@@ -16,14 +16,14 @@ namespace karst {
 // A byte or pair of bytes that is no character has this code.
 constexpr char32_t kNoCharacter = 0xFFFFFFFF;
 
-struct GbkCharacter {
+struct DecodedCharacter {
   char32_t code;
-  size_t length;  // 1 or 2 bytes, also where the code is kNoCharacter
+  size_t length;  // in bytes, at least 1; 1 or 2 in GBK, also where the code is kNoCharacter
 };
 
 // The character at the head of `gbk`, which is not empty. A lead byte that is followed by no trail byte (0x40 to 0xFE
 // without 0x7F) is no character and one byte long.
-KARST_API GbkCharacter DecodeGbk(std::string_view gbk);
+KARST_API DecodedCharacter DecodeGbk(std::string_view gbk);
 // True if every byte belongs to a GBK character.
 KARST_API bool IsValidGbk(std::string_view gbk);
 // GBK to UTF-8. What is no character becomes U+FFFD.
@@ -33,7 +33,7 @@ KARST_API std::string GbkToUtf8(std::string_view gbk);
 KARST_API bool Utf8ToGbk(std::string_view utf8, std::string& gbk, size_t* bad_offset);
 // The code point at the head of `utf8`, which is not empty, and its length in bytes; kNoCharacter and 1 if the bytes
 // are no UTF-8.
-KARST_API GbkCharacter DecodeUtf8(std::string_view utf8);
+KARST_API DecodedCharacter DecodeUtf8(std::string_view utf8);
 // Adds a code point, one of Unicode, in UTF-8.
 KARST_API void AppendUtf8(std::string& out, char32_t code);
 

@@ -25,7 +25,8 @@ Writer::Buffering BufferingOf(int file) { return isatty(file) ? Writer::Bufferin
 }  // namespace
 
 Console::Console(const Options& options)
-    : encoding_(options.encoding),
+    : options_(options),
+      encoding_(options.encoding),
       stream_charset_(options.output_charset),
       messages_name_(options.messages),
       error_is_terminal_(isatty(STDERR_FILENO)),
@@ -53,16 +54,17 @@ void Console::Divert(OutputLog* log) { diverted = log; }
 
 OutputLog* Console::Diverted() { return diverted; }
 
-void Console::Replay(const OutputLog& log, const std::function<void(const NamedText&)>& deliver) {
+void Console::Replay(const OutputLog& log, const Delivery& deliver) {
   log.ForEach([&](const OutputLog::Entry& entry) { BringOut(entry, deliver); });
 }
 
-void Console::BringOut(const OutputLog::Entry& entry, const std::function<void(const NamedText&)>& deliver) {
+void Console::BringOut(const OutputLog::Entry& entry, const Delivery& deliver) {
   switch (entry.kind) {
     case OutputLog::Kind::kControl: BringOutControl(entry.bytes); break;
     case OutputLog::Kind::kStdOut: BringOutStream(entry.bytes); break;
-    case OutputLog::Kind::kNamed: deliver({entry.name, entry.bytes, false}); break;
-    case OutputLog::Kind::kNamedConverted: deliver({entry.name, entry.bytes, true}); break;
+    case OutputLog::Kind::kNamed:
+    case OutputLog::Kind::kNamedConverted:
+    case OutputLog::Kind::kNamedRefused: deliver(entry); break;
     case OutputLog::Kind::kShown: Show(entry.bytes); break;
     case OutputLog::Kind::kNotice: SayOnce(entry.name, entry.bytes); break;
     case OutputLog::Kind::kBox: AnswerBox(entry.bytes); break;
@@ -172,25 +174,28 @@ void Console::WipeProgress() {
   terminal_line_.at_start = true;
 }
 
-bool Console::Finish() {
+int Console::Finish() {
   FinishStream();
   output_.Finish();
   messages_->Finish();
-  const bool output_whole = ReportFailure(output_, "standard output");
-  if (!messages_writer_) return output_whole && (messages_ != &error_ || error_.Failure() == 0);
-  bool messages_whole = ReportFailure(*messages_writer_, messages_name_);
-  if (messages_whole && !messages_file_->Close()) {
-    Say("cannot write " + messages_name_ + ": " + std::strerror(errno));
-    messages_whole = false;
-  }
-  return output_whole && messages_whole;
+  const int output = ReportFailure(output_, "standard output");
+  const int messages = FinishMessages();
+  return messages != 0 ? messages : output;
 }
 
-bool Console::ReportFailure(const Writer& writer, std::string_view name) {
-  if (writer.Failure() == 0) return true;
-  const std::string reason = writer.Failure() == EPIPE ? "its reader is gone" : std::strerror(writer.Failure());
-  Say("cannot write " + std::string(name) + ": " + reason);
-  return false;
+int Console::FinishMessages() {
+  if (!messages_writer_) return messages_ == &error_ && error_.Failure() != 0 ? kOutputFailed : 0;
+  const int status = ReportFailure(*messages_writer_, messages_name_);
+  if (status != 0 || messages_file_->Close()) return status;
+  Say("cannot write " + messages_name_ + ": " + std::strerror(errno));
+  return kOutputFailed;
+}
+
+int Console::ReportFailure(const Writer& writer, std::string_view name) {
+  if (writer.Failure() == 0) return 0;
+  if (&writer == &output_ && EndsQuietly(writer.Failure(), options_)) return kReaderGone;
+  Say("cannot write " + std::string(name) + ": " + ReasonOf(writer.Failure()));
+  return kOutputFailed;
 }
 
 }  // namespace karst::cli

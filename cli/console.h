@@ -21,7 +21,7 @@ namespace karst::cli {
 // standard output.
 class Console {
  public:
-  // HostError if the file for messages cannot be made.
+  // HostError if the file for messages cannot be made. The options outlive the console.
   explicit Console(const Options& options);
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
@@ -46,8 +46,9 @@ class Console {
   // message box is answered at once. The log outlives the diversion.
   static void Divert(OutputLog* log);
   static OutputLog* Diverted();
-  // Brings out what a log holds; texts for files go to `deliver`.
-  void Replay(const OutputLog& log, const std::function<void(const NamedText&)>& deliver);
+  // Brings out what a log holds; what concerns named files goes to `deliver`.
+  using Delivery = std::function<void(const OutputLog::Entry&)>;
+  void Replay(const OutputLog& log, const Delivery& deliver);
   // Asked first with the text of a message box, in GBK. True if the user has answered it there.
   using MessageBoxTaker = std::function<bool(std::string_view gbk)>;
   void OnMessageBox(MessageBoxTaker taker) { box_taker_ = std::move(taker); }
@@ -55,11 +56,11 @@ class Console {
   bool ErrorIsTerminal() const { return error_is_terminal_; }
   Encoding TextEncoding() const { return encoding_; }
 
-  // Brings out all that is buffered and reports what could not be written. False if anything was lost.
-  bool Finish();
+  // Brings out all that is buffered and reports what could not be written: 0, or the exit status for what was lost.
+  int Finish();
 
  private:
-  void BringOut(const OutputLog::Entry& entry, const std::function<void(const NamedText&)>& deliver);
+  void BringOut(const OutputLog::Entry& entry, const Delivery& deliver);
   void WriteControl(std::string_view text);
   void BringOutControl(std::string_view text);
   void BringOutStream(std::string_view text);
@@ -69,8 +70,10 @@ class Console {
   int AnswerBox(std::string_view text);
   LineState* LineOf(int file);
   Writer& MessageWriter(const std::string& target);
-  bool ReportFailure(const Writer& writer, std::string_view name);
+  int ReportFailure(const Writer& writer, std::string_view name);
+  int FinishMessages();
 
+  const Options& options_;
   Encoding encoding_;
   RecordCharset stream_charset_;  // of "stdout"; kAuto: encoding_
   ReversibleUtf8Stream stream_;

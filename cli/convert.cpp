@@ -1,4 +1,6 @@
 // The verb "convert": records from any format and charset into another.
+#include <filesystem>
+
 #include "exit_status.h"
 #include "input_file.h"
 #include "outside/cartulary.h"
@@ -15,13 +17,26 @@ namespace {
 
 constexpr size_t kBuffer = size_t{256} << 10;
 
+// What the name of a file says, where --to says nothing; kAuto for standard output and for what is no regular file.
+RecordFormat FormatToWrite(const Options& options) {
+  const RecordToolOptions& tools = options.record_tools;
+  if (tools.to != RecordFormat::kAuto) return tools.to;
+  const RecordFormat named = FormatOfFileName(tools.output);
+  std::error_code fault;
+  const auto kind = std::filesystem::status(SystemName(tools.output, options.encoding), fault).type();
+  const bool is_file = kind == std::filesystem::file_type::regular || kind == std::filesystem::file_type::not_found;
+  if (named != RecordFormat::kAuto || tools.output == "-" || !is_file) return named;
+  throw HostError(kWrongUsage,
+                  "the name " + tools.output + " stands for no format: give --to, or an ending such as .xml");
+}
+
 class Conversion {
  public:
   Conversion(const Options& options, Console& console)
       : tools_(options.record_tools),
         options_(options),
         console_(console),
-        format_(tools_.to != RecordFormat::kAuto ? tools_.to : FormatOfFileName(tools_.output)),
+        format_(FormatToWrite(options)),
         walk_(options, console),
         sink_(tools_.output, tools_.gzip || EndsInGz(tools_.output), options) {}
 
@@ -35,7 +50,11 @@ class Conversion {
     if (!writer_) Begin(walk_.Format());
     out_ += writer_->End();
     sink_.Write(out_);
-    sink_.Commit();
+    if (walk_.HasReadAll()) {
+      sink_.Commit();
+    } else if (const std::string part = sink_.CommitPart(); !part.empty()) {
+      console_.Say(part);
+    }
     TellCounts();
     return walk_.Finish();
   }

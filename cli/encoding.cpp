@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 
 namespace karst::cli {
 namespace {
@@ -49,7 +50,29 @@ size_t Utf8Length(char lead) {
   return byte < 0xC0 ? 1 : byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
 }
 
+// The C library has both: without one it is memory that is lacking, and no text may be lost for that.
+ConverterHandle OpenGbkConverter(const char* to, const char* from) {
+  ConverterHandle converter(OpenConverter(to, from));
+  if (!converter) throw std::bad_alloc();
+  return converter;
+}
+
 }  // namespace
+
+std::string Hexadecimal(char byte) {
+  char text[8];
+  std::snprintf(text, sizeof text, "0x%02X", static_cast<unsigned char>(byte));
+  return text;
+}
+
+void* OpenConverter(const char* to, const char* from) {
+  const iconv_t converter = iconv_open(to, from);
+  if (converter != kNoConverter) return converter;
+  if (errno != EINVAL) throw std::bad_alloc();
+  return nullptr;
+}
+
+void CloseConverter::operator()(void* converter) const { iconv_close(converter); }
 
 void AppendEscaped(std::string_view bytes, std::string& text) {
   for (const char byte : bytes) {
@@ -73,15 +96,6 @@ Encoding LocaleEncoding() {
   return gbk ? Encoding::kGbk : Encoding::kUtf8;
 }
 
-Utf8Stream::~Utf8Stream() {
-  if (converter_ && converter_ != kNoConverter) iconv_close(converter_);
-}
-
-bool Utf8Stream::OpenConverter() {
-  if (!converter_) converter_ = iconv_open("UTF-8", "GBK");
-  return converter_ != kNoConverter;
-}
-
 void Utf8Stream::Convert(std::string_view gbk, std::string& utf8) {
   if (lead_byte_ && !gbk.empty()) {
     std::string joined(1, lead_byte_);
@@ -100,13 +114,13 @@ void Utf8Stream::Convert(std::string_view gbk, std::string& utf8) {
 
 // Converts as far as the bytes are good and one buffer goes, and takes that from the front of `gbk`.
 void Utf8Stream::ConvertRun(std::string_view& gbk, std::string& utf8) {
+  if (!converter_) converter_ = OpenGbkConverter("UTF-8", "GBK");
   std::array<char, 4096> buffer;
   char* in = const_cast<char*>(gbk.data());
   char* out = buffer.data();
   size_t in_left = gbk.size();
   size_t out_left = buffer.size();
-  errno = EILSEQ;
-  const bool stopped = !OpenConverter() || iconv(converter_, &in, &in_left, &out, &out_left) == static_cast<size_t>(-1);
+  const bool stopped = iconv(converter_.get(), &in, &in_left, &out, &out_left) == static_cast<size_t>(-1);
   const int reason = errno;
   utf8.append(buffer.data(), buffer.size() - out_left);
   gbk.remove_prefix(gbk.size() - in_left);
@@ -140,8 +154,7 @@ bool ToGbk(std::string_view utf8, std::string& gbk) {
     gbk = utf8;
     return true;
   }
-  const iconv_t converter = iconv_open("GBK", "UTF-8");
-  if (converter == kNoConverter) return false;
+  const ConverterHandle converter = OpenGbkConverter("GBK", "UTF-8");
   bool complete = true;
   while (!utf8.empty()) {
     const size_t length = std::min(Utf8Length(utf8[0]), utf8.size());
@@ -150,12 +163,11 @@ bool ToGbk(std::string_view utf8, std::string& gbk) {
     char pair[4];
     char* out = pair;
     size_t out_left = sizeof pair;
-    const bool known = iconv(converter, &in, &in_left, &out, &out_left) == 0 && in_left == 0;
+    const bool known = iconv(converter.get(), &in, &in_left, &out, &out_left) == 0 && in_left == 0;
     gbk += known ? std::string_view(pair, sizeof pair - out_left) : kMissingCharacter;
     complete = complete && known;
     utf8.remove_prefix(length);
   }
-  iconv_close(converter);
   return complete;
 }
 

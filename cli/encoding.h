@@ -1,6 +1,7 @@
 // Between GBK, in which the engine's texts are, and the encoding that the user asked for.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -13,15 +14,21 @@ Encoding EncodingByName(std::string_view name);
 // What the environment's locale says; UTF-8 if it says nothing.
 Encoding LocaleEncoding();
 
+// A byte for messages, as 0x8F.
+std::string Hexadecimal(char byte);
+
+// A converter of the C library. Null for a charset that it does not know; std::bad_alloc where it lacks memory, or
+// descriptors for its own files.
+void* OpenConverter(const char* to, const char* from);
+struct CloseConverter {
+  void operator()(void* converter) const;
+};
+using ConverterHandle = std::unique_ptr<void, CloseConverter>;
+
 // Turns GBK that comes piece by piece into UTF-8. A character cut in two by the pieces comes out whole. A byte that
 // is no GBK comes out as \xHH with its value, and the bytes behind it are read afresh.
 class Utf8Stream {
  public:
-  Utf8Stream() = default;
-  Utf8Stream(const Utf8Stream&) = delete;
-  Utf8Stream& operator=(const Utf8Stream&) = delete;
-  ~Utf8Stream();
-
   // Adds what `gbk` comes to at the end of `utf8`.
   void Convert(std::string_view gbk, std::string& utf8);
   // Adds the half character that was never completed, if there is one.
@@ -29,9 +36,8 @@ class Utf8Stream {
 
  private:
   void ConvertRun(std::string_view& gbk, std::string& utf8);
-  bool OpenConverter();
 
-  void* converter_ = nullptr;  // made at the first byte that is not ASCII
+  ConverterHandle converter_;  // made at the first byte that is not ASCII
   char lead_byte_ = 0;         // first half of a character whose second half is still to come
 };
 

@@ -12,8 +12,10 @@ namespace {
 // A stretch of the source to be shown: one line, and a mark in it.
 struct Excerpt {
   size_t line_number;
-  std::string_view line;
+  std::string line;
   TokenBounds mark;
+
+  std::string Marked() const { return line.substr(std::min(mark.begin, line.size()), mark.end - mark.begin); }
 };
 
 bool IsSpace(char byte) { return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n'; }
@@ -39,12 +41,25 @@ std::string_view LineAt(std::string_view source, size_t begin) {
   return line.ends_with('\r') ? line.substr(0, line.size() - 1) : line;
 }
 
-Excerpt ExcerptAt(std::string_view source, size_t offset) {
-  const std::string_view before = source.substr(0, offset);
+// Takes out what the file has not.
+void AsInFile(Excerpt& excerpt, size_t line_begin, const std::vector<size_t>& added) {
+  const auto line_end = std::lower_bound(added.begin(), added.end(), line_begin + excerpt.line.size());
+  for (auto at = line_end; at != added.begin() && *(at - 1) >= line_begin; --at) {
+    const size_t column = *(at - 1) - line_begin;
+    excerpt.line.erase(column, 1);
+    excerpt.mark.begin -= column < excerpt.mark.begin;
+    excerpt.mark.end -= column < excerpt.mark.end;
+  }
+}
+
+Excerpt ExcerptAt(const SourceText& source, size_t offset) {
+  const std::string_view before = std::string_view(source.gbk).substr(0, offset);
   const size_t line_begin = before.rfind('\n') + 1;  // npos + 1 is 0
   const auto number = static_cast<size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
-  const std::string_view line = LineAt(source, line_begin);
-  return {number, line, FindToken(line, offset - line_begin)};
+  const std::string_view line = LineAt(source.gbk, line_begin);
+  Excerpt excerpt{number, std::string(line), FindToken(line, offset - line_begin)};
+  AsInFile(excerpt, line_begin, source.added);
+  return excerpt;
 }
 
 // The place in the source that the error is about.
@@ -72,12 +87,29 @@ std::string Drawn(const Console& console, const Excerpt& excerpt) {
   const std::string number = std::to_string(excerpt.line_number);
   std::string text = "  " + number + " | " + console.Displayed(excerpt.line) + "\n";
   if (excerpt.mark.begin >= excerpt.line.size()) return text;
-  const std::string_view marked = excerpt.line.substr(excerpt.mark.begin, excerpt.mark.end - excerpt.mark.begin);
-  const size_t width = DisplayWidth(console.Displayed(marked), console.TextEncoding());
+  const size_t width = DisplayWidth(console.Displayed(excerpt.Marked()), console.TextEncoding());
   text += "  " + std::string(number.size(), ' ') + " | ";
-  text += Padding(console, excerpt.line.substr(0, excerpt.mark.begin)) + "^";
+  text += Padding(console, std::string_view(excerpt.line).substr(0, excerpt.mark.begin)) + "^";
   text.append(width > 1 ? width - 1 : 0, '~');
   return text + "\n";
+}
+
+// True if a name or a value must stand where the line is marked: after a declaring word, an operator, a comma or an
+// opening parenthesis.
+bool IsPlaceOfName(CScript& engine, const Excerpt& excerpt) {
+  std::string_view before = std::string_view(excerpt.line).substr(0, excerpt.mark.begin);
+  while (!before.empty() && IsSpace(before.back())) before.remove_suffix(1);
+  if (before.empty()) return false;
+  if (std::string_view("+-*/%^=(,&<>|!").find(before.back()) != std::string_view::npos) return true;
+  const std::string word(before.substr(before.find_last_of(" \t;{})") + 1));
+  const int number = engine.LookUpReserve(word.c_str());
+  return number == kTokInt || number == kTokInt64 || number == kTokString;
+}
+
+std::string NoteOn(CScript& engine, const Excerpt& excerpt) {
+  const std::string word = excerpt.Marked();
+  const bool in_place = engine.LookUpReserve(word.c_str()) != 0 && IsPlaceOfName(engine, excerpt);
+  return in_place ? "  note: " + word + " is a reserved word, which cannot name a variable\n" : "";
 }
 
 std::string_view WithoutOuterSpace(std::string_view text) {
@@ -108,20 +140,26 @@ size_t DisplayWidth(std::string_view text, Encoding encoding) {
   return width;
 }
 
-void WriteErrorMessage(CScript& engine, const char* text) {
-  engine.eprintf(ToGbk("\r\n第%d行: %s").c_str(), engine.GetCurLineNumber(), text);
+void WriteErrorMessage(CScript& engine, const char* text, int line) {
+  engine.eprintf(ToGbk("\r\n第%d行: %s").c_str(), line, text);
 }
 
-int ReportScriptError(Console& console, CScript& engine, const InputFile& file, const char* text) {
-  const int line = engine.GetCurLineNumber();
-  WriteErrorMessage(engine, text);
+int ReportScriptError(Console& console, CScript& engine, const SourceFile& file, const char* text, int line) {
+  WriteErrorMessage(engine, text, line);
   std::string display = file.Shown() + ":" + std::to_string(line) + ": ";
   display += console.Displayed(WithoutOuterSpace(text)) + "\n";
-  if (const auto source = ReadSource(file.ForSystem())) {
-    if (const auto place = FindPlace(engine, *source)) display += Drawn(console, ExcerptAt(*source, *place));
+  if (const auto place = FindPlace(engine, file.Text().gbk)) {
+    const Excerpt excerpt = ExcerptAt(file.Text(), *place);
+    display += Drawn(console, excerpt) + NoteOn(engine, excerpt);
   }
   console.Show(display);
   return -1;
+}
+
+int ReportNoMemory(Console& console, CScript& engine, const SourceFile& file, const MemoryError& error) {
+  const int result = ReportScriptError(console, engine, file, error.what(), engine.LineOf(error));
+  console.Show("  note: out of memory\n");
+  return result;
 }
 
 }  // namespace karst::cli

@@ -6,12 +6,15 @@
 
 namespace karst::cli {
 
-constexpr int kNotAllRead = 1;  // a verb around records: something was passed over, or could not be read or written
+constexpr int kNotAllRead = 1;  // around records: something was passed over, or could not be read or written
 constexpr int kWrongUsage = 2;
-constexpr int kOutputFailed = 74;  // standard output, the messages or the rejects could not be written
-constexpr int kSignalBase = 128;   // plus the signal's number
+constexpr int kOutOfMemory = 71;               // there was no memory for the program itself
+constexpr int kOutputFailed = 74;              // something that goes to a file could not be written
+constexpr int kSignalBase = 128;               // plus the signal's number
+constexpr int kReaderGone = kSignalBase + 13;  // as of a program that SIGPIPE ends
 
-// Something that keeps the program from starting a run. Its text is for standard error.
+// Something that keeps the program from starting a run, or ends a verb. Its text is for standard error; there may be
+// none.
 class HostError : public std::runtime_error {
  public:
   HostError(int status, const std::string& text) : std::runtime_error(text), status_(status) {}

@@ -41,4 +41,22 @@ std::string InputFile::WhyUnreadable() const {
   return "";
 }
 
+std::string InputFile::Read(std::string& bytes) const {
+  constexpr size_t kStep = 64 * 1024;
+  bytes.clear();
+  const int file = open(ForSystem(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) return std::strerror(errno);
+  ssize_t count = 0;
+  do {
+    const size_t size = bytes.size();
+    bytes.resize(size + kStep);
+    do count = read(file, bytes.data() + size, kStep);
+    while (count < 0 && errno == EINTR);
+    bytes.resize(size + static_cast<size_t>(count < 0 ? 0 : count));
+  } while (count > 0);
+  const std::string reason = count < 0 ? std::strerror(errno) : "";
+  close(file);
+  return reason;
+}
+
 }  // namespace karst::cli

@@ -27,6 +27,8 @@ class InputFile {
   const char* ForSystem() const { return system_name_.c_str(); }
   // Why the file cannot be read, empty if it can.
   std::string WhyUnreadable() const;
+  // Puts the whole file into `bytes`. Why it cannot be read, empty if it was.
+  std::string Read(std::string& bytes) const;
 
  private:
   std::string shown_;

@@ -1,9 +1,11 @@
 // karst: the command-line host. It reaches the engine through the exported classes only.
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <exception>
+#include <new>
 
 #include "console.h"
 #include "exit_status.h"
@@ -16,6 +18,8 @@
 namespace karst::cli {
 namespace {
 
+constexpr char kNoMemory[] = "out of memory";
+
 // A standard file that the caller left closed would be taken by the next file opened, and output would end up there.
 // What takes its place refuses everything.
 void KeepStandardFilesOpen() {
@@ -23,6 +27,14 @@ void KeepStandardFilesOpen() {
     if (fcntl(file, F_GETFD) != -1) continue;
     if (open("/dev/null", file == STDIN_FILENO ? O_WRONLY : O_RDONLY) != file) return;
   }
+}
+
+// As many open files as the system lets the process have: a filter may write to thousands.
+void RaiseFileLimit() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 int RunVerb(const Options& options, Console& console) {
@@ -43,12 +55,20 @@ int RunGuarded(const Options& options, Console& console) {
   try {
     return RunVerb(options, console);
   } catch (const HostError& error) {
-    console.Say(error.what());
+    if (*error.what()) console.Say(error.what());
     return error.Status();
+  } catch (const std::bad_alloc&) {
+    console.Say(kNoMemory);
+    return kOutOfMemory;
   } catch (const std::exception& error) {
     console.Say(std::string("the run failed: ") + error.what());
     return StatusOf(-1);
   }
+}
+
+// A run whose look-ups may have missed a record is not sound, though its own result is 0.
+int StatusAfter(int status, const RecordDatabases& databases) {
+  return status == 0 && !databases.AllRead() ? kNotAllRead : status;
 }
 
 int RunToEnd(const Options& options) {
@@ -56,8 +76,8 @@ int RunToEnd(const Options& options) {
   Console console(options);
   databases.TellOn(console);
   const ScriptWindows windows(options, console);
-  const int status = RunGuarded(options, console);
-  if (!console.Finish()) return kOutputFailed;
+  const int status = StatusAfter(RunGuarded(options, console), databases);
+  if (const int lost = console.Finish()) return lost;
   if (StopSignal() == 0) return status;
   console.Say("interrupted");
   return kSignalBase + StopSignal();
@@ -65,6 +85,7 @@ int RunToEnd(const Options& options) {
 
 int Main(int argc, char** argv) {
   KeepStandardFilesOpen();
+  RaiseFileLimit();
   const auto parsed = ParseOptions(argc, argv);
   if (const int* status = std::get_if<int>(&parsed)) return *status;
   InstallSignalHandlers();
@@ -76,7 +97,19 @@ int Main(int argc, char** argv) {
   }
 }
 
+// Told without memory of its own.
+int TellNoMemory() {
+  std::fprintf(stderr, "karst: %s\n", kNoMemory);
+  return kOutOfMemory;
+}
+
 }  // namespace
 }  // namespace karst::cli
 
-int main(int argc, char** argv) { return karst::cli::Main(argc, argv); }
+int main(int argc, char** argv) {
+  try {
+    return karst::cli::Main(argc, argv);
+  } catch (const std::bad_alloc&) {
+    return karst::cli::TellNoMemory();
+  }
+}

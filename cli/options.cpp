@@ -1,17 +1,23 @@
 // The command line: verbs, options, help.
 #include "options.h"
 
+#include <unistd.h>
+
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <new>
+#include <sstream>
 #include <thread>
 
 #include "exit_status.h"
+#include "nearest_word.h"
 #include "records/record_verbs.h"
 #include "stop_request.h"
+#include "writer.h"
 
 namespace karst::cli {
 namespace {
@@ -24,7 +30,8 @@ constexpr const char* kExamples =
     "  karst convert books.iso books.xml\n"
     "\n"
     "The exit status is the low 8 bits of the run's result (a failed run is 255); 2 is wrong usage,\n"
-    "74 output that could not be written, 130 a run ended by Ctrl-C.\n"
+    "71 no memory, 74 output that could not be written, 130 a run ended by Ctrl-C, 141 a reader of\n"
+    "standard output that was gone. For the verbs around records, 1 says that something was passed over.\n"
     "See also: karst VERB --help, man karst.";
 
 constexpr const char* kRunExample =
@@ -56,14 +63,19 @@ struct RawOptions {
   std::string records_charset = "auto";
   std::string output_charset = "auto";
   std::string windows = "browser";
+  std::string source = "auto";
 };
 
-void AddCommonOptions(CLI::App& app, RawOptions& raw) {
+void AddEncoding(CLI::App& app, RawOptions& raw) {
   app.add_option("--encoding", raw.encoding,
                  "Encoding of standard output, standard error and file names (default: the locale's)")
       ->check(CLI::IsMember({"utf-8", "gbk"}, CLI::ignore_case))
       ->type_name("utf-8|gbk")
       ->option_text("utf-8|gbk");
+}
+
+void AddCommonOptions(CLI::App& app, RawOptions& raw) {
+  AddEncoding(app, raw);
   app.add_option("--messages", raw.options.messages, "Where the output control goes (default: stdout)")
       ->option_text("stdout|stderr|FILE");
 }
@@ -96,10 +108,18 @@ void AddWindows(CLI::App& app, RawOptions& raw) {
       ->option_text("browser|memory|none");
 }
 
+void AddSource(CLI::App& app, RawOptions& raw) {
+  app.add_option("--source", raw.source,
+                 "How scripts and filters are read: as what they evidently are, or byte by byte")
+      ->check(CLI::IsMember({"auto", "as-is"}))
+      ->option_text("auto|as-is");
+}
+
 void AddRun(CLI::App& app, RawOptions& raw) {
   CLI::App* run = app.add_subcommand("run", "Run a script");
   run->add_option("SCRIPT", raw.options.program, "The script (.pro)")->required()->option_text(" ");
   AddCommonOptions(*run, raw);
+  AddSource(*run, raw);
   AddDatabases(*run, raw);
   AddRecordsCharset(*run, raw);
   AddWindows(*run, raw);
@@ -144,6 +164,7 @@ void AddFilter(CLI::App& app, RawOptions& raw) {
       ->required()
       ->option_text(" ");
   AddCommonOptions(*filter, raw);
+  AddSource(*filter, raw);
   AddDatabases(*filter, raw);
   AddRecordsCharset(*filter, raw);
   AddOutputCharset(*filter, raw);
@@ -154,7 +175,8 @@ void AddFilter(CLI::App& app, RawOptions& raw) {
   filter->add_option("--rejects", raw.options.rejects, "Keep the raw bytes of what is no record in FILE")
       ->option_text("FILE");
   AddJobs(*filter, raw);
-  filter->add_flag("-q,--quiet", raw.options.quiet, "No summary and no progress");
+  filter->add_flag("--strict", raw.options.strict, "Exit status 1 if something was passed over as no record");
+  filter->add_flag("-q,--quiet", raw.options.quiet, "No progress, and no summary unless something was passed over");
   filter->footer(kFilterExample);
   filter->callback([&raw] { raw.options.verb = Verb::kFilter; });
 }
@@ -163,6 +185,7 @@ void AddTree(CLI::App& app, RawOptions& raw) {
   CLI::App* tree = app.add_subcommand("tree", "Show the tree of a filter");
   tree->add_option("FILTER", raw.options.program, "The filter (.flt)")->required()->option_text(" ");
   AddCommonOptions(*tree, raw);
+  AddSource(*tree, raw);
   tree->footer(kTreeExample);
   tree->callback([&raw] { raw.options.verb = Verb::kTree; });
 }
@@ -171,8 +194,8 @@ void AddCheck(CLI::App& app, RawOptions& raw) {
   CheckOptions& options = raw.options.check;
   CLI::App* check = app.add_subcommand("check", "Look for mistakes in scripts and filters, without running them");
   check->add_option("FILE", options.files, "Scripts (.pro) and filters (.flt)")->required()->option_text(" ");
-  AddCommonOptions(*check, raw);
-  check->remove_option(check->get_option("--messages"));
+  AddEncoding(*check, raw);
+  AddSource(*check, raw);
   check->add_flag("--fix", options.fix, "Mend line ends and charset in the files themselves first");
   check->add_option("--lang", options.language, "Language of the findings (default: the locale's)")
       ->check(CLI::IsMember({"zh", "en"}))
@@ -193,13 +216,83 @@ Options Finished(RawOptions& raw) {
   if (raw.progress == "never" || options.quiet) options.progress = ProgressMode::kNever;
   if (raw.windows == "memory") options.windows = WindowsMode::kMemory;
   if (raw.windows == "none") options.windows = WindowsMode::kNone;
+  if (raw.source == "as-is") options.source = SourceReading::kAsIs;
   return options;
+}
+
+// The parser makes its texts with streams, and a stream that has no memory goes on without what it was given. So the
+// failure of an allocation is noted where it happens.
+class AllocationWatch {
+ public:
+  AllocationWatch() : before_(std::set_new_handler(Note)) { failed_ = false; }
+  AllocationWatch(const AllocationWatch&) = delete;
+  AllocationWatch& operator=(const AllocationWatch&) = delete;
+  ~AllocationWatch() { std::set_new_handler(before_); }
+  // std::bad_alloc if one has failed.
+  static void Check() {
+    if (failed_) throw std::bad_alloc();
+  }
+
+ private:
+  [[noreturn]] static void Note() {
+    failed_ = true;
+    throw std::bad_alloc();
+  }
+
+  static inline bool failed_ = false;
+  std::new_handler before_;
+};
+
+// Help or the version.
+int ShowAnswer(const CLI::App& app, const CLI::Success& answer) {
+  std::ostringstream text;
+  app.exit(answer, text, text);
+  AllocationWatch::Check();
+  const int fault = WriteAll(STDOUT_FILENO, text.str());
+  if (fault == 0) return 0;
+  std::fprintf(stderr, "karst: cannot write standard output: %s\n", ReasonOf(fault).c_str());
+  return kOutputFailed;
+}
+
+std::vector<std::string> NamesOfVerbs(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::App* verb : app.get_subcommands({})) names.push_back(verb->get_name());
+  return names;
+}
+
+std::vector<std::string> NamesOfOptions(const CLI::App& verb) {
+  std::vector<std::string> names;
+  for (const CLI::Option* option : verb.get_options()) {
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  }
+  return names;
+}
+
+// What is not known, and what was most likely meant by it.
+std::string Unknown(const std::string& word, const std::string& kind, const std::vector<std::string>& names) {
+  const std::string near = NearestOf(word, names);
+  return word + " is no " + kind + (near.empty() ? "" : "; did you mean " + near + "?");
+}
+
+std::string FaultOf(const CLI::App& app, const CLI::ParseError& error) {
+  const auto chosen = app.get_subcommands();
+  const CLI::App& place = chosen.empty() ? app : *chosen.front();
+  const std::vector<std::string> left = place.remaining();
+  const auto option =
+      std::find_if(left.begin(), left.end(), [](const auto& word) { return word.starts_with('-') && word.size() > 1; });
+  if (option != left.end()) {
+    const std::string kind = chosen.empty() ? "option" : "option of " + place.get_name();
+    return Unknown(option->substr(0, option->find('=')), kind, NamesOfOptions(place));
+  }
+  if (!chosen.empty()) return error.what();
+  return left.empty() ? "which verb?" : Unknown(left.front(), "verb", NamesOfVerbs(app));
 }
 
 int ShowUsageError(const CLI::App& app, const CLI::ParseError& error) {
   const auto chosen = app.get_subcommands();
   const std::string help = chosen.empty() ? app.help() : chosen.front()->help(app.get_name());
-  const std::string fault = chosen.empty() && app.remaining_size() == 0 ? "which verb?" : error.what();
+  const std::string fault = FaultOf(app, error);
+  AllocationWatch::Check();
   std::fprintf(stderr, "karst: %s\n\n%s", fault.c_str(), help.c_str());
   return kWrongUsage;
 }
@@ -207,6 +300,7 @@ int ShowUsageError(const CLI::App& app, const CLI::ParseError& error) {
 }  // namespace
 
 std::variant<Options, int> ParseOptions(int argc, char** argv) {
+  const AllocationWatch watch;
   RawOptions raw;
   CLI::App app("karst - runs Karst scripts and record filters", "karst");
   app.set_version_flag("--version", "karst " KARST_VERSION, "Print the version and exit");
@@ -223,10 +317,11 @@ std::variant<Options, int> ParseOptions(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& answer) {
-    return app.exit(answer);
+    return ShowAnswer(app, answer);
   } catch (const CLI::ParseError& error) {
     return ShowUsageError(app, error);
   }
+  AllocationWatch::Check();
   return Finished(raw);
 }
 

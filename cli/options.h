@@ -9,6 +9,7 @@
 #include "encoding.h"
 #include "records/record_format.h"
 #include "records/tool_options.h"
+#include "source_text.h"
 
 namespace karst::cli {
 
@@ -24,9 +25,11 @@ struct Options {
   RecordCharset records_charset = RecordCharset::kAuto;  // of all record files; kAuto: found out for each record
   RecordCharset output_charset = RecordCharset::kAuto;   // of what a filter writes by name; kAuto: left as it is
   int jobs = 1;                                          // engines that share the records
-  bool quiet = false;                                    // no summary, no progress
+  bool quiet = false;                                    // no progress, and no summary of what is sound
+  bool strict = false;                                   // what is passed over shows in the exit status
   std::string rejects;                                   // file for the passed-over bytes; empty: none
   std::string program;                                   // the script or filter
+  SourceReading source = SourceReading::kEvident;        // as what scripts and filters are read
   std::vector<std::string> databases;                    // "NAME=FILE" each, neither part empty
   std::vector<std::string> records;                      // record files; "-" is standard input
   WindowsMode windows = WindowsMode::kBrowser;           // where windows that a script opens are shown

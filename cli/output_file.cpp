@@ -10,11 +10,19 @@
 
 #include "exit_status.h"
 #include "input_file.h"
+#include "platform/files.h"
 
 namespace karst::cli {
 namespace {
 
 bool SameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
+
+int Empty(int file) {
+  int result;
+  do result = ftruncate(file, 0);
+  while (result != 0 && errno == EINTR);
+  return result;
+}
 
 }  // namespace
 
@@ -32,6 +40,11 @@ bool IsReadByRun(const struct stat& target, const Options& options) {
   return false;
 }
 
+bool EndsQuietly(int error, const Options& options) {
+  const bool has_messages = options.messages != "stdout" && options.messages != "stderr";
+  return error == EPIPE && options.rejects.empty() && !has_messages && !FilesWereOpenedForWriting();
+}
+
 OutputFile::OutputFile(const std::string& name, const Options& options) {
   constexpr mode_t kMode = 0666;
   // Elsewhere this name is a standard file: a file called so would be one that nobody looks for.
@@ -43,7 +56,7 @@ OutputFile::OutputFile(const std::string& name, const Options& options) {
   }
   if (!S_ISREG(target.st_mode)) return;
   if (IsReadByRun(target, options)) throw HostError(kWrongUsage, name + " is read by this run; it is left as it was");
-  if (ftruncate(descriptor_, 0) != 0) {
+  if (Empty(descriptor_) != 0) {
     throw HostError(kOutputFailed, "cannot empty " + name + ": " + std::strerror(errno));
   }
 }

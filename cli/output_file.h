@@ -12,6 +12,10 @@ namespace karst::cli {
 // True if this is one of the files that the run reads.
 bool IsReadByRun(const struct stat& file, const Options& options);
 
+// True for the failure of standard output that needs no word: its reader has had enough, and no file, which the early
+// end would leave incomplete, has been written.
+bool EndsQuietly(int error, const Options& options);
+
 class OutputFile {
  public:
   // Makes the file, or empties it. HostError if that fails, or if the run reads from this very file.

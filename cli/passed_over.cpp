@@ -33,7 +33,10 @@ void PassedOver::Take(const SkippedRecord& skipped) {
     stretches_.back().size += skipped.bytes.size();
   } else if (stretches_.size() < kPlacesShown) {
     stretches_.push_back({skipped.offset, skipped.bytes.size(), skipped.reason ? skipped.reason : ""});
+  } else {
+    return;
   }
+  ++pieces_shown_;
 }
 
 std::string PassedOver::CountsText(uint64_t records, uint64_t stretches, uint64_t bytes) const {
@@ -47,7 +50,7 @@ void PassedOver::Summarize(const ReadState& reached, uint64_t size, const std::s
   total_records_ += reached.records;
   total_stretches_ += reached.passed_over;
   total_bytes_ += reached.passed_bytes;
-  if (quiet_) return;
+  if (quiet_ && reached.passed_over == 0) return;
   std::string text = name + ": " + CountsText(reached.records, reached.passed_over, reached.passed_bytes);
   if (reached.repaired > 0) text += ", " + std::to_string(reached.repaired) + " repaired";
   if (reached.position < size) {
@@ -59,8 +62,8 @@ void PassedOver::Summarize(const ReadState& reached, uint64_t size, const std::s
     places += "  at byte " + std::to_string(stretch.offset) + ", " + Counted(stretch.size, "byte") + ": " +
               console_.Displayed(stretch.reason) + "\n";
   }
-  if (reached.passed_over > stretches_.size()) {
-    places += "  and " + std::to_string(reached.passed_over - stretches_.size()) + " more\n";
+  if (reached.passed_over > pieces_shown_) {
+    places += "  and " + std::to_string(reached.passed_over - pieces_shown_) + " more\n";
   }
   if (!places.empty()) console_.Show(places);
 }

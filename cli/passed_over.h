@@ -18,14 +18,19 @@ class PassedOver {
   PassedOver(Console& console, const Options& options);
 
   // Ahead of each run.
-  void BeginRun() { stretches_.clear(); }
+  void BeginRun() {
+    stretches_.clear();
+    pieces_shown_ = 0;
+  }
   // A stretch, in the order of reading.
   void Take(const SkippedRecord& skipped);
   // After a run over a file of `size` bytes (0: not known): a line with the counts, and the first places that were
-  // passed over.
+  // passed over. With --quiet only where something was.
   void Summarize(const ReadState& reached, uint64_t size, const std::string& name);
   // After all runs: the sums, if there was more than one run.
   void SummarizeAll();
+  // True if something was passed over in what was summarized.
+  bool HasAny() const { return total_stretches_ > 0; }
   // False, with a message, if a reject was lost.
   bool Finish();
 
@@ -45,6 +50,7 @@ class PassedOver {
   LineState rejects_line_;
   std::unique_ptr<Writer> rejects_;
   std::vector<Stretch> stretches_;  // of the current run, the first few
+  uint64_t pieces_shown_ = 0;       // that make these
   uint64_t files_ = 0;
   uint64_t total_records_ = 0;
   uint64_t total_stretches_ = 0;

@@ -1,6 +1,8 @@
 // RecordDatabase: one reading, one index for each place asked for. RecordDatabases: the callback and its faults.
 #include "record_database.h"
 
+#include <algorithm>
+
 #include "exit_status.h"
 #include "records/record_input.h"
 #include "stop_request.h"
@@ -35,7 +37,9 @@ bool RecordDatabase::Find(const RecordQuery& query, std::vector<char>& record, C
 
 bool RecordDatabase::Load(Console& console) {
   RecordInput file({.charset = charset_});
-  if (file.Open(file_.ForLibrary()) == -1) throw std::runtime_error("cannot read " + file_.Shown());
+  if (file.Open(file_.ForLibrary()) == -1) {
+    throw std::runtime_error("cannot read " + file_.Shown() + (file.Failure().empty() ? "" : ": " + file.Failure()));
+  }
   RecordSpool records;
   int result = 0;
   for (CString record; (result = file.NextRecord(record)) == 0 || result == 2;) {
@@ -44,6 +48,7 @@ bool RecordDatabase::Load(Console& console) {
   }
   records.Finish();
   if (result == -1) {
+    all_read_ = false;
     console.Say("database " + name_ + ": " + file_.Shown() + " cannot be read behind byte " +
                 std::to_string(file.BytePosition()) + ": " + file.Failure());
   }
@@ -83,6 +88,10 @@ RecordDatabases::RecordDatabases(const Options& options) {
 }
 
 RecordDatabases::~RecordDatabases() { the_databases = nullptr; }
+
+bool RecordDatabases::AllRead() const {
+  return failed_.empty() && std::ranges::all_of(databases_, [](const auto& one) { return one.second->AllRead(); });
+}
 
 int32_t RecordDatabases::Fetch(const char* name, const char* query, std::vector<char>* record, uint32_t, CString*) {
   if (!the_databases || !the_databases->console_) return -1;

@@ -30,6 +30,8 @@ class RecordDatabase {
   // if there is none, or if the run is to stop. `console` gets what the reading has to tell. std::exception if the
   // records cannot be kept.
   bool Find(const RecordQuery& query, std::vector<char>& record, Console& console);
+  // False if the file was looked into and broke off, which was told.
+  bool AllRead() const { return all_read_; }
 
  private:
   bool Load(Console& console);
@@ -42,6 +44,7 @@ class RecordDatabase {
   std::mutex mutex_;                    // for all below
   std::optional<RecordSpool> records_;  // empty until the file was read to its end
   std::map<std::string, KeyIndex, std::less<>> indexes_;
+  bool all_read_ = true;
 };
 
 // All of them: what the engine's look-ups reach. One for the whole process.
@@ -55,6 +58,10 @@ class RecordDatabases {
 
   // Where faults are told; until then look-ups find nothing.
   void TellOn(Console& console) { console_ = &console; }
+
+  // False if a file that was asked could not be read to its end, which was told: look-ups may have missed a record.
+  // After the run.
+  bool AllRead() const;
 
   // Makes these databases answer an engine object. Also where there are none: a look-up is then answered with -1.
   static void Connect(CFuncArray& engine) { engine.GetRcdCallBack = Fetch; }

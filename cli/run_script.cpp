@@ -1,7 +1,9 @@
 // The verb "run": one script, in the steps of the library's own entry point.
 #include "error_display.h"
-#include "input_file.h"
+#include "exit_status.h"
+#include "filter/named_files.h"
 #include "record_database.h"
+#include "source_file.h"
 #include "stop_request.h"
 #include "verbs.h"
 #include "windows/script_windows.h"
@@ -9,28 +11,32 @@
 namespace karst::cli {
 namespace {
 
-void ExplainFailure(Console& console, const CScript& script, const InputFile& file) {
-  if (script.lpCodeBuffer) return console.Say(file.Shown() + ": the script ended with the result -1");
-  const std::string reason = file.WhyUnreadable();
-  console.Say("cannot read " + file.Shown() + (reason.empty() ? "" : ": " + reason));
+int Status(Console& console, CScript& script, const SourceFile& file) {
+  try {
+    if (!file.LoadInto(script)) return StatusOf(-1);
+    const int result = script.MainLoop();
+    if (result == -1) console.Say(file.Shown() + ": the script ended with the result -1");
+    return StatusOf(result);
+  } catch (const MemoryError& error) {
+    return StatusOf(ReportNoMemory(console, script, file, error));
+  } catch (const CError& error) {
+    return StatusOf(ReportScriptError(console, script, file, error.what(), script.LineOf(error)));
+  }
 }
 
 }  // namespace
 
 int RunScript(const Options& options, Console& console) {
-  const InputFile file(options.program, options.encoding);
+  const SourceFile file(options, console);
   CScript script;
   console.Connect(script);
   RecordDatabases::Connect(script);
   const StoppableRun stoppable(script);
   const ScriptWindows::RunScope windows;
-  try {
-    const int result = script.Run(file.ForLibrary());
-    if (result == -1) ExplainFailure(console, script, file);
-    return StatusOf(result);
-  } catch (const CError& error) {
-    return StatusOf(ReportScriptError(console, script, file, error.what()));
-  }
+  NamedFiles files(script, console, RecordCharset::kAuto);
+  const int status = Status(console, script, file);
+  files.Finish();
+  return status == 0 && !files.Whole() ? kOutputFailed : status;
 }
 
 }  // namespace karst::cli

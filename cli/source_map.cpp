@@ -1,18 +1,12 @@
 // The walk beside loading's own, and just enough of the token rules to mark one token of a line.
 #include "source_map.h"
 
-#include <sys/stat.h>
-
-#include <cstdio>
-#include <memory>
-
-#include "encoding.h"
+#include <algorithm>
 
 namespace karst::cli {
 namespace {
 
 constexpr size_t kLiteralHead = 5;  // the quote and the length
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kDelimiters = "+-*^/%=;(),><[]&|!{}";
 constexpr std::string_view kWordEnds = " ;,+-<>/*%^=()[]&|!{}\t\r";
 
@@ -41,10 +35,6 @@ size_t TokenEnd(std::string_view line, size_t begin) {
   if (kDelimiters.find(first) != std::string_view::npos || first == ' ' || first == '\t') return begin + 1;
   return std::min(line.find_first_of(kWordEnds, begin + 1), line.size());
 }
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
 
 }  // namespace
 
@@ -113,20 +103,6 @@ std::optional<size_t> FindOpenLiteral(std::string_view source) {
     was_inside = walk.InLiteral();
   }
   return was_inside ? std::optional(opening) : std::nullopt;
-}
-
-std::optional<std::string> ReadSource(const char* path) {
-  struct stat status;
-  if (stat(path, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path, "rbe"));
-  if (!file) return std::nullopt;
-  std::string source(static_cast<size_t>(status.st_size), '\0');
-  source.resize(std::fread(source.data(), 1, source.size(), file.get()));
-  if (!source.starts_with(kByteOrderMark)) return source;
-  std::string gbk;
-  const bool complete = ToGbk(std::string_view(source).substr(kByteOrderMark.size()), gbk);
-  // Where a character had no place in GBK there is no code to map; the text is still good for showing a line.
-  return complete || !gbk.empty() ? std::optional(gbk) : std::nullopt;
 }
 
 TokenBounds FindToken(std::string_view line, size_t offset) {

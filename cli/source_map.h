@@ -3,13 +3,12 @@
 
 #include <cstddef>
 #include <optional>
-#include <string>
 #include <string_view>
 
 namespace karst::cli {
 
-// Goes through a source as loading does: comments vanish, continued lines are joined, literals get 5 bytes ahead and
-// a NUL behind. Nothing is written; only the two positions move.
+// Goes through a source as loading does: comments vanish, continued lines are joined, literals get 5 bytes in front
+// and a NUL at the end. Nothing is written; only the two positions move.
 class SourceWalk {
  public:
   explicit SourceWalk(std::string_view source) : source_(source.substr(0, source.find('\0'))) {}
@@ -39,10 +38,6 @@ std::optional<size_t> FindSourceOffset(std::string_view source, size_t code_offs
 
 // Where the literal opens that is still open at the end of the source. Nothing if all are closed.
 std::optional<size_t> FindOpenLiteral(std::string_view source);
-
-// A source file as the engine sees it: one that begins with a UTF-8 byte order mark is turned into GBK. Nothing if it
-// is no regular file or cannot be read again.
-std::optional<std::string> ReadSource(const char* path);
 
 // The token of a source line that holds the byte at `offset` of the line: its bounds.
 struct TokenBounds {

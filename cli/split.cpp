@@ -1,7 +1,6 @@
 // The verb "split": a file of records into files of so many each.
-#include <iomanip>
 #include <optional>
-#include <sstream>
+#include <string>
 
 #include "records/record_sink.h"
 #include "records/record_walk.h"
@@ -13,16 +12,21 @@ namespace karst::cli {
 namespace {
 
 constexpr size_t kBuffer = size_t{256} << 10;
-constexpr int kDigits = 4;
+constexpr size_t kDigits = 4;
 
 class Splitting {
  public:
   Splitting(const Options& options, Console& console)
-      : options_(options), input_(options.records.front()), walk_(options, console) {}
+      : options_(options), console_(console), input_(options.records.front()), walk_(options, console) {}
 
   int Run() {
     walk_.Read(input_, [this](const WalkedRecord& record) { return Take(record); });
-    if (part_ && !StopRequested()) EndPart();
+    if (!part_ || StopRequested()) return walk_.Finish();
+    if (walk_.HasReadAll()) {
+      EndPart();
+    } else {
+      KeepPart();
+    }
     return walk_.Finish();
   }
 
@@ -51,9 +55,18 @@ class Splitting {
     part_.emplace(PartName(format), false, options_);
     out_ = writer_->Start();
   }
-  void EndPart() {
+  // A part that the file would have gone on with.
+  void KeepPart() {
+    WriteEnd();
+    const std::string told = part_->CommitPart();
+    if (!told.empty()) console_.Say(told);
+  }
+  void WriteEnd() {
     out_ += writer_->End();
     Flush();
+  }
+  void EndPart() {
+    WriteEnd();
     part_->Commit();
     part_.reset();
     in_part_ = 0;
@@ -63,23 +76,27 @@ class Splitting {
     out_.clear();
   }
 
-  // "books-0001.iso" for "folder/books.iso": parts go to the working directory.
+  // "books-0001.iso" for "folder/books.iso": parts go to the working directory. An ending that does not stand for the
+  // format of the records gives way to one that does.
   std::string PartName(RecordFormat format) {
     std::string stem = input_ == "-" ? "records" : input_.substr(input_.rfind('/') + 1);
     if (EndsInGz(stem)) stem.resize(stem.size() - 3);
     std::string ending(FileEnding(format));
-    const size_t dot = stem.rfind('.');
-    if (dot != std::string::npos && dot > 0) {
+    const RecordFormat named = FormatOfFileName(stem);
+    // The internal form is read as ISO 2709 is.
+    if (named == format || (named == RecordFormat::kInternal && format == RecordFormat::kIso2709)) {
+      const size_t dot = stem.rfind('.');
       ending = stem.substr(dot);
       stem.resize(dot);
     }
     const std::string& prefix = options_.record_tools.prefix;
-    std::ostringstream name;
-    name << (prefix.empty() ? stem + "-" : prefix) << std::setw(kDigits) << std::setfill('0') << ++parts_ << ending;
-    return name.str();
+    const std::string number = std::to_string(++parts_);
+    const std::string zeros(number.size() < kDigits ? kDigits - number.size() : 0, '0');
+    return (prefix.empty() ? stem + "-" : prefix) + zeros + number + ending;
   }
 
   const Options& options_;
+  Console& console_;
   const std::string& input_;
   RecordWalk walk_;
   std::unique_ptr<RecordWriter> writer_;

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 #include <utility>
 
 namespace karst::cli {
@@ -19,6 +20,8 @@ bool WaitUntilReady(int file) {
 }
 
 }  // namespace
+
+std::string ReasonOf(int error) { return error == EPIPE ? "its reader is gone" : std::strerror(error); }
 
 int WriteAll(int file, std::string_view bytes) {
   while (!bytes.empty()) {

@@ -49,6 +49,9 @@ class Writer {
   int failure_ = 0;
 };
 
+// Why a write failed, for a message.
+std::string ReasonOf(int error);
+
 // Writes all bytes, waiting where the file is not ready. 0, or the errno of the failure.
 int WriteAll(int file, std::string_view bytes);
 

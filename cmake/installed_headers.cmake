@@ -1,5 +1,6 @@
 # Copies the public headers to a folder in the form that users include: <karst/marc/marctree.h>. Public is what shows a
 # host something, marked KARST_API, and what these headers include, since a class shows its bases and fields.
+# So all that is declared in them is marked as well, and none of them asks for more than C++17: a test holds both.
 # Run as: cmake -D SOURCE_DIR=.../src -D TARGET_DIR=.../karst -P installed_headers.cmake
 cmake_minimum_required(VERSION 3.25)
 

@@ -2,12 +2,11 @@
 #include "check/check.h"
 
 #include <algorithm>
-#include <climits>
 
 #include "check/filter.h"
 #include "check/lexer.h"
-#include "check/source.h"
 #include "check/statements.h"
+#include "encoding.h"
 #include "marc/marctree.h"
 
 namespace karst::cli::check {
@@ -35,16 +34,48 @@ size_t OffsetOfLine(std::string_view text, int line) {
   return offset;
 }
 
+// The first byte of every stretch that is no GBK.
+void FindBadBytes(std::string_view gbk, Findings& findings) {
+  size_t after = std::string_view::npos;
+  for (auto bad = FindBadByte(gbk); bad; bad = FindBadByte(gbk, *bad + 1)) {
+    if (*bad != after) findings.Add(Rule::kBadGbk, *bad, {Hexadecimal(gbk[*bad])});
+    after = *bad + 1;
+  }
+}
+
+// What the program reads and the library, which takes the bytes as they are, does not.
+void TellForm(const SourceText& source, Findings& findings) {
+  const bool utf8 = source.charset == SourceCharset::kUtf8;
+  const bool lf = source.bare_lf > 0;
+  if (utf8 || lf) findings.Add(Rule::kHostForm, 0, {utf8 && lf ? "UTF-8, LF" : utf8 ? "UTF-8" : "LF"});
+}
+
+// The text to be checked, with findings on charset and line ends.
+SourceText PrepareSource(std::string_view bytes, SourceReading reading, Findings& findings) {
+  SourceText source = ReadSourceText(bytes, reading);
+  TellForm(source, findings);
+  if (source.charset == SourceCharset::kGbk) FindBadBytes(source.gbk, findings);
+  for (const SourceText::Misfit& misfit : source.misfits) {
+    if (misfit.is_character) {
+      findings.AddUtf8(Rule::kNotInGbk, misfit.offset, misfit.bytes);
+    } else {
+      findings.Add(Rule::kBadUtf8, misfit.offset, {Hexadecimal(misfit.bytes[0])});
+    }
+  }
+  if (source.mostly_lf) {
+    const LineEndCounts ends = CountLineEnds(source.gbk);
+    findings.Add(Rule::kLfLines, ends.first_lf, {std::to_string(ends.lf)});
+  }
+  return source;
+}
+
 // Loads the source, and builds the tree of a filter, as a run would. Neither runs any code.
 void AskEngine(const std::string& gbk, bool with_tree, Findings& findings) {
   CMARCTree engine;
   try {
-    const int length = engine.ChangeCode(gbk.data(), static_cast<int>(gbk.size()), &engine.lpCodeBuffer);
-    engine.nCodeLen = std::max(length, 0);
-    engine.lpProg = engine.lpCodeBuffer;
-    if (with_tree && engine.lpCodeBuffer) engine.BuildMARCTree();
+    if (engine.LoadCode(gbk, "") != -1 && with_tree) engine.BuildMARCTree();
   } catch (const CError& error) {
-    findings.Add(Rule::kEngine, OffsetOfLine(gbk, engine.GetCurLineNumber()), {WithoutOuterSpace(error.what())});
+    findings.Add(Rule::kEngine, OffsetOfLine(gbk, engine.LineOf(error)), {WithoutOuterSpace(error.what())});
   }
 }
 
@@ -73,7 +104,7 @@ SourceKind KindOf(std::string_view file_name, std::string_view bytes) {
   if (HasEnding(file_name, ".flt")) return SourceKind::kFilter;
   if (HasEnding(file_name, ".pro") || bytes.size() > kLargest) return SourceKind::kScript;
   Findings dropped;
-  const SourceText source = PrepareSource(bytes, dropped);
+  const SourceText source = PrepareSource(bytes, SourceReading::kEvident, dropped);
   const TokenList list(source, dropped);
   const auto& tokens = list.Tokens();
   const bool blocks = std::any_of(tokens.begin(), tokens.end(),
@@ -81,15 +112,14 @@ SourceKind KindOf(std::string_view file_name, std::string_view bytes) {
   return blocks ? SourceKind::kFilter : SourceKind::kScript;
 }
 
-CheckedSource CheckSource(std::string_view bytes, SourceKind kind) {
+CheckedSource CheckSource(std::string_view bytes, SourceKind kind, SourceReading reading) {
   CheckedSource checked;
   if (bytes.size() > kLargest) {
     checked.findings.Add(Rule::kTooLong, 0, {std::to_string(kLargest)});
     return checked;
   }
-  SourceText source = PrepareSource(bytes, checked.findings);
-  CheckTokens(source, kind, checked.findings);
-  checked.text = std::move(source.gbk);
+  checked.text = PrepareSource(bytes, reading, checked.findings);
+  CheckTokens(checked.text, kind, checked.findings);
   return checked;
 }
 

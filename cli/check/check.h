@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "check/findings.h"
+#include "source_text.h"
 
 namespace karst::cli::check {
 
@@ -15,12 +16,12 @@ enum class SourceKind { kScript, kFilter };
 SourceKind KindOf(std::string_view file_name, std::string_view bytes);
 
 struct CheckedSource {
-  std::string text;  // GBK; where the findings are
+  SourceText text;  // where the findings are
   Findings findings;
 };
 
-// All findings on a source, given by the bytes of its file. Nothing of the source is run. The time is in proportion to
-// the size.
-CheckedSource CheckSource(std::string_view bytes, SourceKind kind);
+// All findings on a source, given by the bytes of its file, as the program reads it in that way. Nothing of the source
+// is run. The time is in proportion to the size.
+CheckedSource CheckSource(std::string_view bytes, SourceKind kind, SourceReading reading = SourceReading::kEvident);
 
 }  // namespace karst::cli::check

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "check/gbk.h"
 #include "encoding.h"
+#include "gbk.h"
 
 namespace karst::cli::check {
 namespace {
@@ -71,16 +71,6 @@ std::string LineOf(const Finding& finding, Language language) {
   line += ": " + TextOf(finding, language) + " [";
   line += RuleOf(finding.rule).name;
   return line + "]";
-}
-
-PlaceFinder::Place PlaceFinder::Find(size_t offset) {
-  while (at_ < offset && at_ < text_.size()) {
-    const std::string_view rest = text_.substr(at_);
-    const bool line_end = rest[0] == '\n' || (rest[0] == '\r' && !rest.starts_with("\r\n"));
-    at_ += CharacterLength(rest);
-    place_ = line_end ? Place{place_.line + 1, 1} : Place{place_.line, place_.column + 1};
-  }
-  return place_;
 }
 
 }  // namespace karst::cli::check

@@ -46,23 +46,4 @@ std::string TextOf(const Finding& finding, Language language);
 // What stands behind the place: "severity: text [rule]". UTF-8.
 std::string LineOf(const Finding& finding, Language language);
 
-// Goes through a text from its beginning and tells line and column, both from 1. A column is a character, whatever
-// its width; a tab is one. A line ends at LF, or at a CR that no LF follows.
-class PlaceFinder {
- public:
-  struct Place {
-    size_t line;
-    size_t column;
-  };
-
-  explicit PlaceFinder(std::string_view gbk) : text_(gbk) {}
-  // Offsets never fall from one call to the next.
-  Place Find(size_t offset);
-
- private:
-  std::string_view text_;
-  size_t at_ = 0;
-  Place place_{1, 1};
-};
-
 }  // namespace karst::cli::check

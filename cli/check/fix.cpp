@@ -1,10 +1,7 @@
 // Mending.
 #include "check/fix.h"
 
-#include <algorithm>
-
-#include "check/gbk.h"
-#include "check/source.h"
+#include "platform/charset.h"
 
 namespace karst::cli::check {
 namespace {
@@ -12,7 +9,7 @@ namespace {
 // Goes through the text of a source by characters of its charset.
 class LineEndMending {
  public:
-  LineEndMending(std::string_view text, Charset charset) : text_(text), utf8_(charset != Charset::kGbk) {}
+  LineEndMending(std::string_view text, bool utf8) : text_(text), utf8_(utf8) {}
 
   // False if a literal is still open at the end.
   bool Run(MendedSource& mended) {
@@ -25,7 +22,7 @@ class LineEndMending {
   }
 
  private:
-  // CR LF, LF, CR, or several CR ahead of an LF; 0 if there is none. A lone CR is a line end outside literals only.
+  // CR LF, LF, CR, or several CR before an LF; 0 if there is none. A lone CR is a line end outside literals only.
   size_t LineEndLength() const {
     size_t length = 0;
     while (at_ + length < text_.size() && text_[at_ + length] == '\r') ++length;
@@ -41,7 +38,7 @@ class LineEndMending {
 
   void Copy(MendedSource& mended) {
     const std::string_view rest = text_.substr(at_);
-    const size_t length = utf8_ ? std::max<size_t>(Utf8CharacterLength(rest), 1) : StepLength(rest, tracker_);
+    const size_t length = utf8_ ? DecodeUtf8(rest).length : StepLength(rest, tracker_);
     tracker_.Pass(rest[0]);
     mended.bytes += rest.substr(0, length);
     at_ += length;
@@ -57,14 +54,19 @@ class LineEndMending {
 
 MendedSource Mend(std::string_view bytes) {
   MendedSource mended;
-  const Charset charset = CharsetOf(bytes);
-  mended.checked_text = bytes;
-  if (charset == Charset::kUtf8) {
-    mended.converted = true;
-    mended.checked_text = ToGbkSource(bytes, true, mended.findings);
+  mended.text = ReadSourceText(bytes, SourceReading::kEvident);
+  const SourceText& source = mended.text;
+  mended.converted = source.charset == SourceCharset::kUtf8;
+  const bool marked = source.charset == SourceCharset::kMarkedUtf8;
+  for (const SourceText::Misfit& misfit : source.misfits) {
+    if (mended.converted) mended.findings.AddUtf8(Rule::kNotInGbk, misfit.offset, misfit.bytes);
   }
-  const Charset now = charset == Charset::kMarkedUtf8 ? charset : Charset::kGbk;
-  mended.open_literal = !LineEndMending(mended.checked_text, now).Run(mended);
+  const std::string with_mark = marked && source.bare_lf > 0 ? WithCrLf(bytes) : std::string(marked ? bytes : "");
+  mended.open_literal = !LineEndMending(marked ? with_mark : source.gbk, marked).Run(mended);
+  mended.line_ends += source.bare_lf;
+  // What would be taken for UTF-8 again is better left as it is.
+  const bool lasts = !mended.converted || CharsetOf(mended.bytes) == SourceCharset::kGbk;
+  if (!lasts) mended.findings.Add(Rule::kHostForm, Severity::kError, 0, {"UTF-8"});
   return mended;
 }
 

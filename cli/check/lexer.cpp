@@ -3,9 +3,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 
-#include "check/gbk.h"
+#include "encoding.h"
+#include "gbk.h"
 #include "outside/zebutil.h"
 
 namespace karst::cli::check {
@@ -73,11 +73,11 @@ class TokenList::Rewrite {
 
  private:
   char NextByte() const { return at_ + 1 < source_.size() ? source_[at_ + 1] : '\0'; }
-  bool IsLfLineEnd() const { return source_info_.lf_style && source_[at_] == '\n'; }
+  bool IsLfLineEnd() const { return source_info_.mostly_lf && source_[at_] == '\n'; }
 
   void TakeByte(char byte) {
     if (in_comment_) {
-      if (byte == '\n' && !source_info_.lf_style) TellStrayLf(Severity::kWarning);
+      if (byte == '\n' && !source_info_.mostly_lf) TellStrayLf(Severity::kWarning);
       if (byte != '\r' && !IsLfLineEnd()) return;
       in_comment_ = false;
     }
@@ -105,8 +105,8 @@ class TokenList::Rewrite {
 
   void TakeLf() {
     const bool behind_cr = !list_.code_.empty() && list_.code_.back() == '\r';
-    if (!behind_cr && source_info_.lf_style) Put('\r');
-    if (!behind_cr && !source_info_.lf_style) TellStrayLf(SeverityOfLf());
+    if (!behind_cr && source_info_.mostly_lf) Put('\r');
+    if (!behind_cr && !source_info_.mostly_lf) TellStrayLf(SeverityOfLf());
     Put('\n');
     for (; line_ends_owed_ > 0; --line_ends_owed_) {
       Put('\r');
@@ -353,9 +353,7 @@ class TokenList::Scanner {
   static std::string Shown(std::string_view character) {
     const auto byte = static_cast<unsigned char>(character[0]);
     if (character.size() == 2 || (byte > ' ' && byte < 0x7F)) return std::string(character);
-    char text[8];
-    std::snprintf(text, sizeof text, "0x%02X", byte);
-    return text;
+    return Hexadecimal(character[0]);
   }
 
   TokenList& list_;

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "check/findings.h"
-#include "check/source.h"
 #include "script/code.h"
+#include "source_text.h"
 
 namespace karst::cli::check {
 

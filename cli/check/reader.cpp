@@ -61,6 +61,11 @@ void Reader::Fail(Rule rule, const Token& token, std::initializer_list<std::stri
   throw Abandoned{};
 }
 
+void Reader::RefuseReserved(const Token& name) {
+  const bool is_word = name.cls == COMMAND && !name.Is('{') && !name.Is('}');
+  if (is_word) Fail(Rule::kReservedName, name, {name.text});
+}
+
 Type Reader::Expression() {
   Read();
   if (token_->text.empty() && token_->cls != STRING) Fail(Rule::kBadExpression, *token_);
@@ -139,7 +144,7 @@ Type Reader::Primitive() {
     }
     case STRING: type = Type::kText; break;
     case CHARCONST: break;
-    default: Fail(Rule::kBadExpression, *token_);
+    default: RefuseReserved(*token_); Fail(Rule::kBadExpression, *token_);
   }
   Read();
   return type;

@@ -66,6 +66,8 @@ class Reader {
   void Report(Rule rule, const Token& token, std::initializer_list<std::string_view> arguments = {});
   void Report(Rule rule, Severity severity, const Token& token, std::initializer_list<std::string_view> arguments);
   [[noreturn]] void Fail(Rule rule, const Token& token, std::initializer_list<std::string_view> arguments = {});
+  // Fails where a reserved word stands in the place of a name.
+  void RefuseReserved(const Token& name);
 
  private:
   class Deeper;

@@ -18,7 +18,7 @@ enum class Rule : uint8_t {
   kLfLines,
   kStrayLf,
   kLoneCr,
-  kUtf8,
+  kHostForm,
   kNotInGbk,
   kBadUtf8,
   kBadGbk,
@@ -62,6 +62,7 @@ enum class Rule : uint8_t {
   kDeclaredInLoop,
   // Statements.
   kBadDeclaration,
+  kReservedName,
   kOpenDeclaration,
   kTextStart,
   kWrongType,

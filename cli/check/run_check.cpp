@@ -1,15 +1,8 @@
 // The verb "check".
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
-#include <memory>
-#include <optional>
 
 #include "check/check.h"
 #include "check/fix.h"
@@ -36,13 +29,6 @@ Language LocaleLanguage() {
   return Language::kEnglish;
 }
 
-std::optional<std::string> ReadBytes(const char* path) {
-  std::ifstream file(path, std::ios::binary);
-  std::string bytes{std::istreambuf_iterator<char>(file), {}};
-  if (!file || file.bad()) return std::nullopt;
-  return bytes;
-}
-
 std::string Counted(size_t count, const char* thing) {
   return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
@@ -61,7 +47,8 @@ class CheckRun {
     for (const std::string& name : options_.check.files) File(InputFile(name, options_.encoding));
     output_.Finish();
     if (output_.Failure() != 0) {
-      console_.Say(std::string("cannot write standard output: ") + std::strerror(output_.Failure()));
+      if (EndsQuietly(output_.Failure(), options_)) return kReaderGone;
+      console_.Say("cannot write standard output: " + ReasonOf(output_.Failure()));
       return kOutputFailed;
     }
     if (!options_.check.only_errors) Summary();
@@ -71,11 +58,11 @@ class CheckRun {
 
  private:
   void File(const InputFile& file) {
-    const std::string reason = file.WhyUnreadable();
-    auto bytes = reason.empty() ? ReadBytes(file.ForSystem()) : std::nullopt;
-    if (!bytes) return Trouble("cannot read " + file.Shown() + (reason.empty() ? "" : ": " + reason));
-    if (options_.check.fix && !Fix(file, *bytes)) return;
-    const check::CheckedSource checked = check::CheckSource(*bytes, check::KindOf(file.Shown(), *bytes));
+    std::string bytes;
+    const std::string reason = file.Read(bytes);
+    if (!reason.empty()) return Trouble("cannot read " + file.Shown() + ": " + reason);
+    if (options_.check.fix && !Fix(file, bytes)) return;
+    const auto checked = check::CheckSource(bytes, check::KindOf(file.Shown(), bytes), options_.source);
     Show(file, checked.findings, checked.text);
   }
 
@@ -88,7 +75,7 @@ class CheckRun {
     }
     if (mended.Refused()) {
       console_.Say(file.Shown() + ": left as it was");
-      Show(file, mended.findings, mended.checked_text);
+      Show(file, mended.findings, mended.text);
       return false;
     }
     if (!mended.Changed()) return true;
@@ -103,8 +90,8 @@ class CheckRun {
     return true;
   }
 
-  void Show(const InputFile& file, const check::Findings& findings, std::string_view text) {
-    check::PlaceFinder places(text);
+  void Show(const InputFile& file, const check::Findings& findings, const SourceText& text) {
+    PlaceFinder places(text);
     for (const Finding& finding : findings.Sorted()) {
       errors_ += finding.severity == Severity::kError;
       warnings_ += finding.severity == Severity::kWarning;

@@ -108,6 +108,7 @@ void Statements::Append(const Token& name) {
 void Statements::Prepend(const Token& name) {
   if (!reader_.Read().Is('>')) reader_.Fail(Rule::kNoAssignment, name, {name.text});
   const Token& right = reader_.Read();
+  reader_.RefuseReserved(right);
   if (right.cls != VARIABLE) reader_.Fail(Rule::kBadDeclaration, right, {">>"});
   WantText(right, ">>");
   WantText(name, ">>");
@@ -133,6 +134,7 @@ void Statements::PassLine(bool tell) {
 void Statements::Declaration(const Token& word) {
   const Type type = TypeOfWord(word.number);
   const Token& name = reader_.Read();
+  reader_.RefuseReserved(name);
   if (name.cls != VARIABLE) reader_.Fail(Rule::kBadDeclaration, word, {NameOf(type)});
   const Token& mark = reader_.Read();
   if (mark.number == EOL) {

@@ -9,6 +9,12 @@ namespace karst::cli {
 NamedFiles::NamedFiles(CFuncArray& engine, Console& console, RecordCharset charset)
     : engine_(engine), console_(console), to_utf8_(charset == RecordCharset::kUtf8) {
   if (to_utf8_) engine.OnNamedOutput([this](const NamedText& text) { return Deliver(text); });
+  engine.OnNamedOutputFailure([this](std::string_view file, int error) { TellLoss(file, error); });
+}
+
+NamedFiles::~NamedFiles() {
+  if (to_utf8_) engine_.OnNamedOutput({});
+  engine_.OnNamedOutputFailure({});
 }
 
 int32_t NamedFiles::Deliver(const NamedText& text) {
@@ -19,32 +25,24 @@ int32_t NamedFiles::Deliver(const NamedText& text) {
   return whole ? static_cast<int32_t>(text.bytes.size()) : -1;
 }
 
-void NamedFiles::DeliverLate(const NamedText& text) {
-  if (lost_.contains(text.file)) return;
-  errno = 0;
-  if (Deliver(text) != static_cast<int32_t>(text.bytes.size())) TellLoss(text.file);
+void NamedFiles::DeliverLate(const OutputLog::Entry& entry) {
+  if (entry.kind == OutputLog::Kind::kNamedRefused) return TellLoss(entry.name, EBUSY);
+  Deliver({entry.name, entry.bytes, entry.kind == OutputLog::Kind::kNamedConverted});
 }
 
-void NamedFiles::TellLoss(std::string_view file) {
-  const std::string reason = errno != 0 ? std::string(": ") + std::strerror(errno) : "";
-  lost_.emplace(file);
-  console_.Say("cannot write " + console_.Displayed(file) + reason);
+void NamedFiles::TellLoss(std::string_view file, int error) {
+  whole_ = false;
+  const std::string reason = error == EBUSY ? "bmprintf cannot write to it while it is open" : std::strerror(error);
+  console_.SayOnce("lost:" + std::string(file), "cannot write " + console_.Displayed(file) + ": " + reason);
 }
 
 void NamedFiles::Finish() {
   for (auto& [file, stream] : streams_) {
     std::string utf8;
     stream.Finish(utf8);
-    errno = 0;
-    const auto size = static_cast<int32_t>(utf8.size());
-    if (size > 0 && engine_.AppendToFile({file, utf8, false}) != size && !lost_.contains(file)) TellLoss(file);
+    if (!utf8.empty()) engine_.AppendToFile({file, utf8, false});
   }
-}
-
-int32_t NamedFiles::Divert(const NamedText& text) {
-  const auto kind = text.converted ? OutputLog::Kind::kNamedConverted : OutputLog::Kind::kNamed;
-  Console::Diverted()->Add(kind, text.bytes, text.file);
-  return static_cast<int32_t>(text.bytes.size());
+  engine_.CloseAllCatchedFileHandle();
 }
 
 }  // namespace karst::cli

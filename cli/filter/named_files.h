@@ -1,8 +1,7 @@
-// The files that a filter writes by name.
+// The files that a script or a filter writes by name.
 #pragma once
 
 #include <map>
-#include <set>
 #include <string>
 
 #include "builtins/funcarray.h"
@@ -11,35 +10,33 @@
 
 namespace karst::cli {
 
-// Of one run: what several engines write goes through the file handles of one of them.
+// Of one run: what several engines write goes through the file handles of one of them. Each file that loses something
+// is told once.
 class NamedFiles {
  public:
-  // With a `charset`, what the engine writes comes here too; kAuto leaves it to the engine.
+  // With a `charset`, what the engine writes comes here too; kAuto leaves it to the engine. The engine outlives this.
   NamedFiles(CFuncArray& engine, Console& console, RecordCharset charset);
   NamedFiles(const NamedFiles&) = delete;
   NamedFiles& operator=(const NamedFiles&) = delete;
+  ~NamedFiles();
 
-  // Appends a text that an engine wrote when it was not its turn. The engine was told that all is well, so a failure is
-  // told here, once for each file.
-  void DeliverLate(const NamedText& text);
-  // Behind the run: writes what was held back, such as half a character that was never completed.
+  // What an engine wrote when it was not its turn, and was told to be written.
+  void DeliverLate(const OutputLog::Entry& entry);
+  // After the run: writes what was held back, such as half a character that was never completed, and closes the files.
   void Finish();
-  // False if such a text was lost.
-  bool Whole() const { return lost_.empty(); }
-
-  // Takes a text into the log to which this thread's output is diverted.
-  static int32_t Divert(const NamedText& text);
+  // False if something was lost, up to the last Finish.
+  bool Whole() const { return whole_; }
 
  private:
   // Appends it in the charset of the files. The bytes that the text has, or -1.
   int32_t Deliver(const NamedText& text);
-  void TellLoss(std::string_view file);
+  void TellLoss(std::string_view file, int error);
 
   CFuncArray& engine_;
   Console& console_;
   const bool to_utf8_;
   std::map<std::string, ReversibleUtf8Stream, std::less<>> streams_;  // where files are UTF-8
-  std::set<std::string, std::less<>> lost_;
+  bool whole_ = true;
 };
 
 }  // namespace karst::cli

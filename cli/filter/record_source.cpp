@@ -19,7 +19,7 @@ int RecordSource::NextRecord(CString& record) {
   if (hook_) hook_();
   const int result = input_.NextRecord(record);
   stream_position = input_.stream_position;
-  return result;
+  return result == -1 && IsInNoFormat() ? 1 : result;
 }
 
 }  // namespace karst::cli

@@ -29,6 +29,8 @@ class RecordSource : public CMARCStream {
   uint64_t ByteSize() const { return input_.ByteSize(); }  // 0 where the source has no size
   // Why the file cannot be opened, or read on; empty if it can. UTF-8.
   const std::string& Failure() const { return input_.Failure(); }
+  // True if the file was read to its end and is in no format: a run over no records, and Failure says why.
+  bool IsInNoFormat() const { return input_.IsInNoFormat(); }
 
   int Open(const CString& name) override;
   int Close() override { return input_.Close(); }

@@ -1,5 +1,7 @@
 // The verbs "filter" and "tree": a filter is loaded and its tree built; then it runs over record files, or is shown.
 // The steps and the messages on the output control are those of the library's own entry point.
+#include <new>
+
 #include "error_display.h"
 #include "exit_status.h"
 #include "filter/named_files.h"
@@ -9,6 +11,7 @@
 #include "passed_over.h"
 #include "progress.h"
 #include "record_database.h"
+#include "source_file.h"
 #include "standard_input.h"
 #include "stop_request.h"
 #include "verbs.h"
@@ -19,28 +22,27 @@ namespace {
 
 // Runs `body`, which gives a result, and reports what it throws. A failed run is -1.
 template <class Body>
-int Guarded(Console& console, CMARCTree& tree, const InputFile& filter, const Body& body) {
+int Guarded(Console& console, CMARCTree& tree, const SourceFile& filter, const Body& body) {
   try {
     return body();
   } catch (const HostError&) {
     throw;
+  } catch (const std::bad_alloc&) {
+    throw;  // the program's own: no place in the filter is at fault
+  } catch (const MemoryError& error) {
+    return ReportNoMemory(console, tree, filter, error);
   } catch (const CError& error) {
-    return ReportScriptError(console, tree, filter, error.what());
+    return ReportScriptError(console, tree, filter, error.what(), tree.LineOf(error));
   } catch (const char* text) {
-    return ReportScriptError(console, tree, filter, text);
+    return ReportScriptError(console, tree, filter, text, tree.GetCurLineNumber());
   } catch (...) {
-    return ReportScriptError(console, tree, filter, ToGbk("未知错误...").c_str());
+    return ReportScriptError(console, tree, filter, ToGbk("未知错误...").c_str(), tree.GetCurLineNumber());
   }
 }
 
 // The filter's code and its tree. -1 if there is no tree to run; the reason has been told.
-int LoadTree(Console& console, CMARCTree& tree, const InputFile& filter) {
-  if (tree.ReadCodeFromFile(filter.ForLibrary(), 0) == -1) {
-    tree.eprintf(ToGbk("文件[%s]打开错误").c_str(), filter.ForLibrary());
-    const std::string reason = filter.WhyUnreadable();
-    console.Say("cannot read " + filter.Shown() + (reason.empty() ? "" : ": " + reason));
-    return -1;
-  }
+int LoadTree(Console& console, CMARCTree& tree, const SourceFile& filter) {
+  if (!filter.LoadInto(tree)) return -1;
   if (tree.IsStop()) return 0;
   const int result = tree.BuildMARCTree();
   if (result == -1) console.Say(filter.Shown() + ": the filter ended with the result -1 while it was built");
@@ -56,7 +58,7 @@ void ExplainUnreadable(Console& console, const InputFile& records, const std::st
 // One filter over one record file.
 class FileRun {
  public:
-  FileRun(const Options& options, Console& console, const InputFile& filter, PassedOver& passed_over)
+  FileRun(const Options& options, Console& console, const SourceFile& filter, PassedOver& passed_over)
       : options_(options),
         console_(console),
         filter_(filter),
@@ -64,7 +66,6 @@ class FileRun {
         stoppable_(tree_),
         files_(tree_, console, options.output_charset),
         records_(options.records_charset) {
-    tree_.Initial();
     console.Connect(tree_);
     RecordDatabases::Connect(tree_);
   }
@@ -81,14 +82,16 @@ class FileRun {
     if (!is_open_) return result;
     passed_over_.Summarize(reached_, records_.ByteSize(), records.Shown());
     if (ended_early_ || records_.Failure().empty()) return result;
-    // Records were lost, whatever the filter made of the rest.
     ExplainUnreadable(console_, records, records_.Failure());
-    return -1;
+    // Where the reading failed, records were lost, whatever the filter made of the rest.
+    return IsInNoFormat() ? result : -1;
   }
 
   // False: the filter itself is at fault, and would be for every record file.
   bool HasTree() const { return has_tree_; }
-  // False if something that goes to files was lost, which was told.
+  // True if all of the record file was passed over and it is in no format, which was told.
+  bool IsInNoFormat() const { return is_open_ && !ended_early_ && records_.IsInNoFormat(); }
+  // False if something that goes to named files was lost, which was told.
   bool OutputIsWhole() const { return files_.Whole(); }
   // After a run by several engines: what records changed that each engine has for itself.
   const std::vector<std::string>& Changes() const { return changes_; }
@@ -114,7 +117,7 @@ class FileRun {
     if (tree_.m_bOldStyle) {
       CString text;
       text.Format(ToGbk("文件'%s'打开失败...").c_str(), records.ForLibrary());
-      WriteErrorMessage(tree_, text);
+      WriteErrorMessage(tree_, text, tree_.GetCurLineNumber());
     }
     ExplainUnreadable(console_, records, records_.Failure());
     return -1;
@@ -143,7 +146,7 @@ class FileRun {
 
   const Options& options_;
   Console& console_;
-  const InputFile& filter_;
+  const SourceFile& filter_;
   PassedOver& passed_over_;
   CMARCTree tree_;
   const StoppableRun stoppable_;
@@ -160,10 +163,7 @@ class FileRun {
 class FilterRuns {
  public:
   FilterRuns(const Options& options, Console& console)
-      : options_(options),
-        console_(console),
-        filter_(options.program, options.encoding),
-        passed_over_(console, options) {}
+      : options_(options), console_(console), filter_(options, console), passed_over_(console, options) {}
 
   int RunAll() {
     int first_failure = 0;
@@ -173,10 +173,18 @@ class FilterRuns {
       if (first_failure == 0) first_failure = status;
     }
     passed_over_.SummarizeAll();
-    return passed_over_.Finish() && output_is_whole_ ? first_failure : kOutputFailed;
+    if (!passed_over_.Finish()) return kOutputFailed;
+    return first_failure != 0 ? first_failure : StatusOfSoundRuns();
   }
 
  private:
+  // What the user has to look at, though every run has the result 0.
+  int StatusOfSoundRuns() const {
+    if (!output_is_whole_) return kOutputFailed;
+    const bool not_all_read = has_no_format_ || (options_.strict && passed_over_.HasAny());
+    return not_all_read ? kNotAllRead : 0;
+  }
+
   int RunOne(const std::string& name, bool& has_tree) {
     if (name == "-") PrepareStandardInput();
     const InputFile records(name == "-" ? InputFile::kStandardInput : name, options_.encoding);
@@ -184,6 +192,7 @@ class FilterRuns {
     const int status = StatusOf(run.Run(records));
     has_tree = run.HasTree();
     output_is_whole_ = output_is_whole_ && run.OutputIsWhole();
+    has_no_format_ = has_no_format_ || run.IsInNoFormat();
     WarnOfChanges(run.Changes());
     return status;
   }
@@ -199,9 +208,10 @@ class FilterRuns {
 
   const Options& options_;
   Console& console_;
-  const InputFile filter_;
+  const SourceFile filter_;
   PassedOver passed_over_;
   bool output_is_whole_ = true;
+  bool has_no_format_ = false;  // one of the record files
 };
 
 }  // namespace
@@ -209,9 +219,8 @@ class FilterRuns {
 int RunFilter(const Options& options, Console& console) { return FilterRuns(options, console).RunAll(); }
 
 int ShowTree(const Options& options, Console& console) {
-  const InputFile filter(options.program, options.encoding);
+  const SourceFile filter(options, console);
   CMARCTree tree;
-  tree.Initial();
   console.Connect(tree);
   RecordDatabases::Connect(tree);
   const StoppableRun stoppable(tree);

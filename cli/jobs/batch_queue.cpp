@@ -36,9 +36,9 @@ void BatchQueue::Close() {
   work_.notify_all();
 }
 
-bool BatchQueue::WaitForAll(std::chrono::milliseconds time) {
+void BatchQueue::WaitForAll() {
   std::unique_lock lock(mutex_);
-  return results_.wait_for(lock, time, [this] { return workers_ == 0; });
+  results_.wait(lock, [this] { return workers_ == 0; });
 }
 
 void BatchQueue::Enter() {

@@ -1,7 +1,6 @@
 // Batches on their way from the reader to the engines and back, in the order of the records.
 #pragma once
 
-#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <memory>
@@ -24,8 +23,8 @@ class BatchQueue {
   std::unique_ptr<RecordBatch> TakeDone(bool wait);
   // No batch comes any more, and those that nobody has begun are dropped: workers that come back are sent home.
   void Close();
-  // True when all workers have left; false if the time is over before.
-  bool WaitForAll(std::chrono::milliseconds time);
+  // Returns when all workers have left.
+  void WaitForAll();
 
   // The workers' side.
 

@@ -16,6 +16,7 @@ class OutputLog {
     kStdOut,          // the stream "stdout"
     kNamed,           // a text for the file `name`
     kNamedConverted,  // the same in a charset of the script's own
+    kNamedRefused,    // such a text that was refused, and said to be; without its bytes
     kShown,           // lines for standard error
     kNotice,          // a line for standard error that is shown once for each `name`
     kBox,             // a message box

@@ -13,7 +13,6 @@ constexpr size_t kBatchesForEach = 4;
 constexpr size_t kMostRecords = 256;
 constexpr size_t kFewRecords = 8;
 constexpr uint64_t kRecordsOfOneSize = 256;
-constexpr std::chrono::milliseconds kStopAgainAfter{10};
 
 // What NextRecord gives, as far as reading goes on.
 constexpr int kCame = 0;
@@ -28,6 +27,7 @@ size_t BatchSize(uint64_t records_read) {
 
 SharedRun::SharedRun(const SharedRunSetup& setup, int jobs)
     : setup_(setup), most_in_flight_(static_cast<size_t>(jobs) * kBatchesForEach), failed_engine_(&setup.tree) {
+  setup.tree.KeepFilesApart();
   for (int i = 0; i < jobs; ++i) workers_.push_back(std::make_unique<Worker>(setup.console));
   setup.records.OnSkippedRecord([this](const SkippedRecord& skipped) { reading_->AddStretch(skipped); });
 }
@@ -63,7 +63,7 @@ int SharedRun::Run() {
 void SharedRun::Prepare() {
   for (const auto& worker : workers_) {
     try {
-      worker->Prepare(setup_.filter, setup_.tree);
+      worker->Prepare(setup_.filter);
     } catch (const HostError&) {
       throw;
     } catch (...) {
@@ -129,7 +129,7 @@ void SharedRun::Write(const RecordBatch& batch) {
     if (batch.ended && stretch.before >= batch.ran) break;
     setup_.passed_over.Take({stretch.offset, stretch.bytes, stretch.reason.c_str()});
   }
-  setup_.console.Replay(batch.log, [this](const NamedText& text) { setup_.files.DeliverLate(text); });
+  setup_.console.Replay(batch.log, [this](const OutputLog::Entry& entry) { setup_.files.DeliverLate(entry); });
   reached_ = batch.Reached();
   setup_.progress.Update(reached_, setup_.records.ByteSize());
   if (!batch.ended) return;
@@ -160,12 +160,10 @@ void SharedRun::Finish() {
   for (const auto& worker : workers_) worker->Join();
 }
 
-// A request may be missed by an engine, so it is repeated.
 void SharedRun::StopWorkers() {
   queue_.Close();
-  do {
-    for (const auto& worker : workers_) worker->Tree().Stop();
-  } while (!queue_.WaitForAll(kStopAgainAfter));
+  for (const auto& worker : workers_) worker->Tree().Stop();
+  queue_.WaitForAll();
 }
 
 }  // namespace karst::cli

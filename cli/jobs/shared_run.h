@@ -16,7 +16,7 @@ namespace karst::cli {
 // What the run needs from outside; all of it outlives the run.
 struct SharedRunSetup {
   Console& console;
-  const InputFile& filter;
+  const SourceFile& filter;
   CMARCTree& tree;  // the first engine, with its tree built
   RecordSource& records;
   PassedOver& passed_over;

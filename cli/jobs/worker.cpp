@@ -4,7 +4,6 @@
 #include <csignal>
 
 #include "exit_status.h"
-#include "filter/named_files.h"
 #include "hyper/hypermodule.h"
 #include "platform/queuedwindows.h"
 #include "record_database.h"
@@ -61,22 +60,21 @@ class BlockedSignals {
 
 }  // namespace
 
-Worker::Worker(Console& console) : stoppable_(tree_) {
-  tree_.Initial();
+Worker::Worker(Console& console) : stoppable_(tree_), files_(tree_) {
   console.Connect(tree_);
   RecordDatabases::Connect(tree_);
   // Windows belong to the thread that owns the first engine; here they cannot be opened.
   tree_.UseHyperModule(std::make_shared<HyperModule>(std::make_unique<QueuedWindows>(nullptr)));
-  tree_.OnNamedOutput(NamedFiles::Divert);
+  tree_.KeepFilesApart();
 }
 
-void Worker::Prepare(const InputFile& filter, const CMARCTree& model) {
+void Worker::Prepare(const SourceFile& filter) {
   OutputLog nowhere;
   nowhere.Discard();
   const Diversion diversion(nowhere);
-  const bool loaded = tree_.ReadCodeFromFile(filter.ForLibrary(), 0) != -1;
-  if (!loaded || tree_.nCodeLen != model.nCodeLen || tree_.BuildMARCTree() == -1) {
-    throw HostError(kWrongUsage, filter.Shown() + " cannot be read several times, as --jobs does");
+  filter.LoadInto(tree_);
+  if (tree_.BuildMARCTree() == -1) {
+    throw HostError(kWrongUsage, filter.Shown() + " cannot be built several times, as --jobs does");
   }
   if (tree_.m_bOldStyle) return;
   records_ = tree_.RunUntilRecords();

@@ -4,9 +4,10 @@
 #include <thread>
 
 #include "console.h"
-#include "input_file.h"
 #include "jobs/batch_queue.h"
+#include "jobs/diverted_files.h"
 #include "jobs/variable_state.h"
+#include "source_file.h"
 #include "stop_request.h"
 
 namespace karst::cli {
@@ -20,9 +21,9 @@ class Worker {
   ~Worker() { Join(); }
 
   CMARCTree& Tree() { return tree_; }
-  // Loads and builds the filter, which `model` holds already, and runs its code ahead of the records. Nothing of what
-  // that code writes comes out. Gives what the filter throws. HostError if the file gives another filter now.
-  void Prepare(const InputFile& filter, const CMARCTree& model);
+  // Loads and builds the filter, which another engine has built already, and runs its code before the records.
+  // Nothing of what that code writes comes out. Gives what the filter throws. HostError if it cannot be built again.
+  void Prepare(const SourceFile& filter);
   // Takes batches from the queue until there are none, or until the walk over the records ends.
   void Start(BatchQueue& queue);
   void Join();
@@ -34,6 +35,7 @@ class Worker {
 
   CMARCTree tree_;
   StoppableRun stoppable_;
+  DivertedFiles files_;
   CCell* records_ = nullptr;  // the first Record cell; null in the old style
   VariableState state_;
   std::thread thread_;

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <vector>
 
+#include "encoding.h"
 #include "platform/files.h"
 
 namespace karst::cli {
@@ -35,6 +36,20 @@ class FileSource : public ByteSource {
   SharedSourceState state_;
 };
 
+class MemorySource : public ByteSource {
+ public:
+  explicit MemorySource(std::string_view bytes) : rest_(bytes) {}
+
+  int64_t Read(char* target, size_t count) override {
+    const size_t read = rest_.copy(target, count);
+    rest_.remove_prefix(read);
+    return static_cast<int64_t>(read);
+  }
+
+ private:
+  std::string_view rest_;
+};
+
 class GzipSource : public ByteSource {
  public:
   GzipSource(std::unique_ptr<ByteSource> source, SharedSourceState state)
@@ -48,15 +63,17 @@ class GzipSource : public ByteSource {
 
   int64_t Read(char* target, size_t count) override {
     if (!ready_) return Fail("cannot uncompress");
-    if (damaged_) return Fail("the compressed data are damaged");
+    if (damaged_) return FailDamaged();
     stream_.next_out = reinterpret_cast<Bytef*>(target);
     stream_.avail_out = static_cast<uInt>(std::min(count, size_t{1} << 30));
     const uInt room = stream_.avail_out;
     while (stream_.avail_out == room) {
-      if (stream_.avail_in == 0 && !Refill()) return AtEnd();
+      // Where the target was filled, more may come from what is in already.
+      if (stream_.avail_in == 0 && (!filled_ || between_) && !Refill()) return AtEnd();
       if (between_ && !BeginStretch()) return ended_ ? 0 : Fail("there are other bytes behind the compressed data");
       damaged_ = !Inflate();
-      if (damaged_ && stream_.avail_out == room) return Fail("the compressed data are damaged");
+      filled_ = stream_.avail_out == 0;
+      if (damaged_ && stream_.avail_out == room) return FailDamaged();
     }
     return room - stream_.avail_out;
   }
@@ -96,6 +113,8 @@ class GzipSource : public ByteSource {
     between_ = result == Z_STREAM_END;
     return result == Z_OK || result == Z_STREAM_END || result == Z_BUF_ERROR;
   }
+  // What was given may be wrong: the place of the damage is not known.
+  int64_t FailDamaged() { return Fail("the compressed data are damaged, so that records read from them may be wrong"); }
   int64_t Fail(const char* fault) {
     if (state_->fault.empty()) state_->fault = fault;
     return -1;
@@ -108,6 +127,7 @@ class GzipSource : public ByteSource {
   bool ready_ = false;
   bool failed_ = false;
   bool damaged_ = false;
+  bool filled_ = false;
   bool between_ = false;  // at the end of a compressed stretch
   bool padded_ = false;
   bool ended_ = false;
@@ -115,11 +135,8 @@ class GzipSource : public ByteSource {
 
 class TextSource : public ByteSource {
  public:
-  TextSource(std::unique_ptr<ByteSource> source, iconv_t converter, SharedSourceState state)
-      : source_(std::move(source)), converter_(converter), state_(std::move(state)) {}
-  ~TextSource() override { iconv_close(converter_); }
-  TextSource(const TextSource&) = delete;
-  TextSource& operator=(const TextSource&) = delete;
+  TextSource(std::unique_ptr<ByteSource> source, ConverterHandle converter, SharedSourceState state)
+      : source_(std::move(source)), converter_(std::move(converter)), state_(std::move(state)) {}
 
   int64_t Read(char* target, size_t count) override {
     constexpr size_t kLongestCharacter = 8;
@@ -132,7 +149,7 @@ class TextSource : public ByteSource {
       if (input_.empty()) return 0;
       char* from = input_.data();
       size_t left = input_.size();
-      const bool stopped = iconv(converter_, &from, &left, &to, &room) == static_cast<size_t>(-1);
+      const bool stopped = iconv(converter_.get(), &from, &left, &to, &room) == static_cast<size_t>(-1);
       const int reason = errno;
       input_.erase(0, input_.size() - left);
       const bool cut = reason == EINVAL && !ended_;
@@ -167,7 +184,7 @@ class TextSource : public ByteSource {
   }
 
   std::unique_ptr<ByteSource> source_;
-  iconv_t converter_;
+  ConverterHandle converter_;
   SharedSourceState state_;
   std::string input_;
   std::string spare_;
@@ -187,16 +204,18 @@ std::unique_ptr<ByteSource> OpenFileSource(const CString& name, const SharedSour
   return std::make_unique<FileSource>(file, state);
 }
 
-const std::string* PeekSource::Peek(size_t count) {
-  while (head_.size() < count && !ended_) {
+std::unique_ptr<ByteSource> MakeMemorySource(std::string_view bytes) { return std::make_unique<MemorySource>(bytes); }
+
+bool PeekSource::Peek(size_t count) {
+  while (head_.size() < count && !ended_ && !failed_) {
     const size_t before = head_.size();
     head_.resize(before + kPortion);
     const int64_t read = source_->Read(head_.data() + before, kPortion);
     head_.resize(before + static_cast<size_t>(std::max<int64_t>(read, 0)));
-    if (read < 0) return nullptr;
+    failed_ = read < 0;
     ended_ = read == 0;
   }
-  return &head_;
+  return !failed_;
 }
 
 int64_t PeekSource::Read(char* target, size_t count) {
@@ -206,6 +225,7 @@ int64_t PeekSource::Read(char* target, size_t count) {
     if (given_ == head_.size()) head_ = std::string(), given_ = 0;
     return static_cast<int64_t>(given);
   }
+  if (failed_) return -1;
   return ended_ ? 0 : source_->Read(target, count);
 }
 
@@ -222,9 +242,9 @@ std::unique_ptr<ByteSource> MakeGzipSource(std::unique_ptr<ByteSource> source, c
 
 std::unique_ptr<ByteSource> MakeTextSource(std::unique_ptr<ByteSource> source, const std::string& charset,
                                            const SharedSourceState& state) {
-  const iconv_t converter = iconv_open("UTF-8", charset.c_str());
-  if (converter == reinterpret_cast<iconv_t>(-1)) return nullptr;
-  return std::make_unique<TextSource>(std::move(source), converter, state);
+  ConverterHandle converter(OpenConverter("UTF-8", charset.c_str()));
+  if (!converter) return nullptr;
+  return std::make_unique<TextSource>(std::move(source), std::move(converter), state);
 }
 
 }  // namespace karst::cli

@@ -25,13 +25,17 @@ using SharedSourceState = std::shared_ptr<SourceState>;
 // `name` is GBK. Null if it is no file that can be read; the fault then says why, as far as the system tells.
 std::unique_ptr<ByteSource> OpenFileSource(const CString& name, const SharedSourceState& state);
 
+// `bytes` have to outlive it.
+std::unique_ptr<ByteSource> MakeMemorySource(std::string_view bytes);
+
 // Gives the first bytes of another source without taking them from it.
 class PeekSource : public ByteSource {
  public:
   explicit PeekSource(std::unique_ptr<ByteSource> source) : source_(std::move(source)) {}
-  // At least `count` bytes unless there are fewer; one portion of the source is enough. Null if the source fails.
-  const std::string* Peek(size_t count);
-  const std::string* Head() const { return &head_; }
+  // Reads on until there are `count` bytes, or no more. False if the source fails; Read does, then, after what there
+  // is.
+  bool Peek(size_t count);
+  const std::string& Head() const { return head_; }
   int64_t Read(char* target, size_t count) override;
 
  private:
@@ -39,12 +43,14 @@ class PeekSource : public ByteSource {
   std::string head_;
   size_t given_ = 0;
   bool ended_ = false;
+  bool failed_ = false;
 };
 
 bool LooksCompressed(std::string_view head);
 
 // Uncompresses; several compressed stretches may stand one behind the other. Damage, a missing end and other bytes
-// behind the end are failures, behind all that could be read in front of them.
+// after the end are failures, after all that could be read in front of them. Damage may show later than where it is,
+// by the checksum at the end of its stretch at the latest, and what is read up to there may be wrong.
 std::unique_ptr<ByteSource> MakeGzipSource(std::unique_ptr<ByteSource> source, const SharedSourceState& state);
 
 // Text of `charset` in UTF-8. Null if the system does not know the charset. Bytes that do not belong to it are a

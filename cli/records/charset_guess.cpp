@@ -17,7 +17,7 @@ constexpr unsigned kEvidenceOfMore = 6;
 constexpr unsigned kEnough = 12;
 
 // No value: the text is not valid as UTF-8. A character that is cut at the end does not count where that is `open`.
-std::optional<unsigned> EvidenceOfUtf8(std::string_view text, bool open) {
+std::optional<unsigned> CountEvidence(std::string_view text, bool open) {
   constexpr size_t kLongestCut = 3;
   unsigned evidence = 0;
   for (size_t at = 0; at < text.size();) {
@@ -36,15 +36,21 @@ std::optional<unsigned> EvidenceOfUtf8(std::string_view text, bool open) {
 
 }  // namespace
 
+Utf8Evidence EvidenceOfUtf8(std::string_view text) {
+  const std::optional<unsigned> evidence = CountEvidence(text, false);
+  if (!evidence) return Utf8Evidence::kNone;
+  return *evidence >= kEnough ? Utf8Evidence::kEnough : Utf8Evidence::kLittle;
+}
+
 RecordCharset GuessCharset(std::string_view record, RecordCharset before) {
-  const std::optional<unsigned> evidence = EvidenceOfUtf8(record, false);
-  if (!evidence) return RecordCharset::kGbk;
-  if (*evidence >= kEnough || SaysUtf8(record)) return RecordCharset::kUtf8;
+  const Utf8Evidence evidence = EvidenceOfUtf8(record);
+  if (evidence == Utf8Evidence::kNone) return RecordCharset::kGbk;
+  if (evidence == Utf8Evidence::kEnough || SaysUtf8(record)) return RecordCharset::kUtf8;
   return before == RecordCharset::kUtf8 ? RecordCharset::kUtf8 : RecordCharset::kGbk;
 }
 
 RecordCharset GuessCharsetOfHead(std::string_view head) {
-  const std::optional<unsigned> evidence = EvidenceOfUtf8(head, true);
+  const std::optional<unsigned> evidence = CountEvidence(head, true);
   if (!evidence) return RecordCharset::kGbk;
   return *evidence >= kEnough ? RecordCharset::kUtf8 : RecordCharset::kAuto;
 }

@@ -1,4 +1,4 @@
-// Which of the two charsets a record is in, where nobody has said it.
+// Which of the two charsets a text is in, where nobody has said it.
 #pragma once
 
 #include <string_view>
@@ -7,11 +7,16 @@
 
 namespace karst::cli {
 
+// How much speaks for UTF-8: nothing where the text is not valid as UTF-8; enough where it has so many characters that
+// GBK would hardly look like that by chance: two of three bytes or six of two.
+enum class Utf8Evidence { kNone, kLittle, kEnough };
+Utf8Evidence EvidenceOfUtf8(std::string_view text);
+
 // Says kGbk or kUtf8 for a record in the internal form. `before` is what the text ahead of it was.
 //
 // Text that is not valid as UTF-8 is GBK. Text that is valid is UTF-8 if the record says so (leader 9 "a", or 100 $a
-// with "50" at 26), or if it has so many characters that GBK would hardly look like that by chance: two of three bytes
-// or six of two. With fewer, as with none, it is taken for what was before, and for GBK at the start.
+// with "50" at 26), or if there is enough evidence of it. With less, as with none, it is taken for what was before, and
+// for GBK at the start.
 RecordCharset GuessCharset(std::string_view record, RecordCharset before);
 
 // The same for the head of a file in any format, where the last character may be cut: kAuto if it does not tell.

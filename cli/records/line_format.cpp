@@ -236,7 +236,7 @@ std::string ParseLines(std::string_view text, std::string& record) {
   const bool gbk = !IsValidUtf8(text);
   for (size_t number = 1; !text.empty(); ++number) {
     const std::string_view line = NextLine(text);
-    if (line.empty()) continue;
+    if (line.find_first_not_of(" \t") == line.npos) continue;  // a blank line
     const Fault fault = number == 1 ? ParseLeader(line, gbk, record) : ParseField(line, gbk, record);
     if (fault) return ToGbk("第" + std::to_string(number) + "行：" + fault);
   }

@@ -6,9 +6,9 @@
 //   200 1_$a书名$f作者
 //
 // A line that begins with LDR and a blank begins a record; its 24 bytes are the leader. Every other line is a field:
-// the tag of three characters, a blank, the field's bytes. Empty lines mean nothing. "$" is the mark of a subfield; "_"
-// as an indicator is a blank. "\" begins what cannot stand for itself: "\\", "\$", "\_", "\s" a blank at the begin or
-// the end of a field, and "\xHH" any byte, so each control character and each byte that belongs to no character.
+// the tag of three characters, a blank, the field's bytes. A blank line ends the record. "$" is the mark of a subfield;
+// "_" as an indicator is a blank. "\" begins what cannot stand for itself: "\\", "\$", "\_", "\s" a blank at the begin
+// or the end of a field, and "\xHH" any byte, so each control character and each byte that belongs to no character.
 #pragma once
 
 #include <string>

@@ -22,8 +22,11 @@ class RecordFileReader {
   void Close() { parser_->Close(); }
   const std::string& Fault() const { return state_->fault; }
 
-  // kFailed: the file cannot be read on, and Fault says why.
+  // kFailed: the file cannot be read on, or broke off, or all of it was passed over and it is in no format of records.
+  // Fault says which.
   ReadResult Next(const SkippedRecordHandler& handler);
+  // True if everything so far was passed over and nothing of any format was seen at the beginning.
+  bool IsInNoFormat() const;
   // The parser tells all of the record and the counts; null while nothing was opened.
   const RecordParser* Parser() const { return parser_.get(); }
   // The charset of the record given last: what is known of the file, or what its text looks like.
@@ -38,10 +41,10 @@ class RecordFileReader {
 
  private:
   bool Begin(std::unique_ptr<ByteSource> source);
-  bool MakeParser(std::unique_ptr<PeekSource> source, const std::string& head);
 
   RecordFormat format_;
   RecordCharset charset_;
+  bool in_no_format_ = false;                    // the first bytes have nothing of any format
   RecordCharset before_ = RecordCharset::kAuto;  // what the records so far were
   SharedSourceState state_ = std::make_shared<SourceState>();
   std::unique_ptr<RecordParser> parser_;

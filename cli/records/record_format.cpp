@@ -33,8 +33,6 @@ constexpr Names<RecordFormat, 9> kEndings = {{{RecordFormat::kIso2709, ".iso"},
                                               {RecordFormat::kLines, ".lines"},
                                               {RecordFormat::kLines, ".txt"}}};
 constexpr std::string_view kGzEnding = ".gz";
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kWhiteSpace = " \t\r\n";
 
 template <class Value, size_t kCount>
 std::string_view NameIn(const Names<Value, kCount>& names, Value value) {
@@ -67,17 +65,6 @@ RecordFormat FormatOfFileName(std::string_view name) {
     if (lowered.ends_with(ending)) return format;
   }
   return RecordFormat::kAuto;
-}
-
-RecordFormat FormatOfContent(std::string_view head) {
-  if (head.starts_with("\xFF\xFE") || head.starts_with("\xFE\xFF")) return RecordFormat::kMarcXml;
-  if (head.starts_with(kByteOrderMark)) head.remove_prefix(kByteOrderMark.size());
-  head.remove_prefix(std::min(head.find_first_not_of(kWhiteSpace), head.size()));
-  if (head.empty()) return RecordFormat::kAuto;
-  if (head.front() == '<') return RecordFormat::kMarcXml;
-  const bool leader_line =
-      head.starts_with("LDR") && (head.size() == 3 || kWhiteSpace.find(head[3]) != std::string_view::npos);
-  return leader_line ? RecordFormat::kLines : RecordFormat::kIso2709;
 }
 
 }  // namespace karst::cli

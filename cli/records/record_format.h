@@ -25,8 +25,4 @@ std::optional<Flavour> FlavourByName(std::string_view name);
 RecordFormat FormatOfFileName(std::string_view name);
 bool EndsInGz(std::string_view name);
 
-// The format that the first bytes of a file (not compressed) speak for. kIso2709 stands for the internal form too: the
-// reader tells these apart record by record. kAuto if there is nothing but white space.
-RecordFormat FormatOfContent(std::string_view head);
-
 }  // namespace karst::cli

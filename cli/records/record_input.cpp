@@ -97,6 +97,7 @@ uint64_t RecordInput::SkippedCount() const { return Parser() ? Parser()->Skipped
 uint64_t RecordInput::SkippedBytes() const { return Parser() ? Parser()->SkippedBytes() : 0; }
 uint64_t RecordInput::RepairedCount() const { return Parser() ? Parser()->RepairedCount() : 0; }
 RecordFormat RecordInput::Format() const { return reader_ ? reader_->Format() : RecordFormat::kAuto; }
+bool RecordInput::IsInNoFormat() const { return reader_ && Parser() && reader_->IsInNoFormat(); }
 bool RecordInput::IsCompressed() const { return reader_ && reader_->IsCompressed(); }
 
 }  // namespace karst::cli

@@ -18,7 +18,7 @@ class RecordFileReader;
 class RecordParser;
 
 struct RecordInputOptions {
-  RecordFormat format = RecordFormat::kAuto;     // kAuto: found out from the first bytes
+  RecordFormat format = RecordFormat::kAuto;     // kAuto: found out from the first records
   RecordCharset charset = RecordCharset::kAuto;  // kAuto: found out record by record
 };
 
@@ -49,11 +49,14 @@ class RecordInput : public CMARCStream {
   // -1 if nothing is open. The counts stay.
   int Close() override;
   // 0, 1, 2 or -1 as for every CMARCStream. Behind -1 there are no more records: the file cannot be read on (also a
-  // compressed file that breaks off); Failure() says why. The records in front of the damage have been given.
+  // compressed file or one of XML that breaks off), or all of it was passed over and it is in no format; Failure() says
+  // which. The records in front of the damage have been given.
   int NextRecord(CString& record) override;
   const char* GetCurRec() override;
   // Why the last Open or NextRecord gave -1, for a message: UTF-8.
   const std::string& Failure() const { return failure_; }
+  // True if NextRecord gave -1 because all of the file was passed over and it is in no format.
+  bool IsInNoFormat() const;
 
   // The bytes of the current record as they stand in the file, uncompressed, and their offset there. Valid until the
   // next NextRecord. A record of MARCXML is its element, one of the line form its lines.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "outside/recordreader.h"
@@ -13,6 +14,10 @@ class RecordParser {
   virtual ~RecordParser() = default;
   // On to the next record, or over the next stretch that is none: `handler` gets it, if there is one.
   virtual ReadResult Next(const SkippedRecordHandler& handler) = 0;
+  // Why Next gave kFailed, in UTF-8; empty where the source is to blame.
+  virtual std::string Fault() const { return ""; }
+  // True if something was read that only this format has, be it no whole record.
+  virtual bool HasSign() const { return RecordCount() > 0; }
   // Lets go of the source. The counts and the position stay.
   virtual void Close() = 0;
 

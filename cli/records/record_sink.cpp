@@ -8,7 +8,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <vector>
 
@@ -54,7 +53,8 @@ class RecordSink::Compressor {
   std::vector<Bytef> output_;
 };
 
-RecordSink::RecordSink(const std::string& name, bool compressed, const Options& options) : shown_(name) {
+RecordSink::RecordSink(const std::string& name, bool compressed, const Options& options)
+    : options_(options), shown_(name) {
   if (name == "-") {
     shown_ = "standard output";
     descriptor_ = STDOUT_FILENO;
@@ -66,33 +66,26 @@ RecordSink::RecordSink(const std::string& name, bool compressed, const Options& 
 }
 
 RecordSink::~RecordSink() {
-  if (!path_.empty() && descriptor_ != fresh_.Descriptor()) close(descriptor_);
+  if (!path_.empty() && !IsFresh()) close(descriptor_);
 }
 
 void RecordSink::Open(const Options& options) {
   struct stat target;
   if (stat(path_.c_str(), &target) != 0) {
     if (errno != ENOENT) Fail(errno);
-    return OpenFresh(nullptr);
+    return OpenFresh();
   }
   if (S_ISDIR(target.st_mode)) Fail(EISDIR);
   if (IsReadByRun(target, options) && S_ISREG(target.st_mode)) {
     throw HostError(kWrongUsage, shown_ + " is read by this run; it is left as it was");
   }
-  // A link stays one: the file behind it gets the new text.
-  std::error_code unresolved;
-  const auto resolved = std::filesystem::canonical(path_, unresolved);
-  if (!unresolved) path_ = resolved;
-  if (S_ISREG(target.st_mode)) {
-    if (access(path_.c_str(), W_OK) != 0) Fail(errno);
-    return OpenFresh(&target);
-  }
+  if (S_ISREG(target.st_mode)) return OpenFresh();
   descriptor_ = open(path_.c_str(), O_WRONLY | O_CLOEXEC);
   if (descriptor_ < 0) Fail(errno);
 }
 
-void RecordSink::OpenFresh(const struct stat* old) {
-  const int error = fresh_.Make(path_, old);
+void RecordSink::OpenFresh() {
+  const int error = fresh_.Make(path_);
   if (error != 0) Fail(error);
   descriptor_ = fresh_.Descriptor();
 }
@@ -110,20 +103,38 @@ void RecordSink::WriteOut(std::string_view bytes) {
   if (error != 0) Fail(error);
 }
 
-void RecordSink::Commit() {
+void RecordSink::EndCompression() {
   if (compressor_) compressor_->Write({}, Z_FINISH);
   compressor_.reset();
+}
+
+void RecordSink::Commit() {
+  EndCompression();
   if (path_.empty()) return;
-  const bool fresh = descriptor_ == fresh_.Descriptor();
+  const bool fresh = IsFresh();
   const int descriptor = descriptor_;
   descriptor_ = -1;
   const int error = fresh ? fresh_.TakeName() : close(descriptor) != 0 ? errno : 0;
   if (error != 0) Fail(error);
 }
 
+std::string RecordSink::CommitPart() {
+  if (!IsFresh()) {
+    Commit();
+    return "";
+  }
+  EndCompression();
+  descriptor_ = -1;
+  const int error = fresh_.TakePartialName();
+  if (error != 0) Fail(error);
+  // Of a link, the file that it leads to.
+  const std::string part = std::filesystem::is_symlink(path_) ? fresh_.PartialPath() : shown_ + ".partial";
+  return "what could be read is kept as " + part + ", and " + shown_ + " is not written";
+}
+
 void RecordSink::Fail(int error) const {
-  const std::string reason = error == EPIPE ? "its reader is gone" : std::strerror(error);
-  throw HostError(kOutputFailed, "cannot write " + shown_ + ": " + reason);
+  if (path_.empty() && EndsQuietly(error, options_)) throw HostError(kReaderGone, "");
+  throw HostError(kOutputFailed, "cannot write " + shown_ + ": " + ReasonOf(error));
 }
 
 }  // namespace karst::cli

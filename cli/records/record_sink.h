@@ -14,7 +14,7 @@ namespace karst::cli {
 class RecordSink {
  public:
   // "-" is standard output; that, and what is no regular file, is written as it comes. HostError if the file cannot be
-  // made, or if the run reads from it.
+  // made, or if the run reads from it. The options outlive the object.
   RecordSink(const std::string& name, bool compressed, const Options& options);
   RecordSink(const RecordSink&) = delete;
   RecordSink& operator=(const RecordSink&) = delete;
@@ -25,14 +25,21 @@ class RecordSink {
   void Write(std::string_view bytes);
   // Gives the file its name. HostError if that fails; what had the name before is still there then.
   void Commit();
+  // Ends the file as one that holds only a part of what it should: it gets a name that says so, and what has the name
+  // of the file keeps it. Gives a line that says this; empty where the part was written as it came. HostError if it
+  // fails.
+  std::string CommitPart();
 
  private:
   class Compressor;
   void Open(const Options& options);
-  void OpenFresh(const struct stat* old);
+  void OpenFresh();
+  bool IsFresh() const { return !path_.empty() && descriptor_ == fresh_.Descriptor(); }
+  void EndCompression();
   void WriteOut(std::string_view bytes);
   [[noreturn]] void Fail(int error) const;
 
+  const Options& options_;
   std::string shown_;
   std::string path_;     // empty: standard output
   FreshFile fresh_;      // what is to be a regular file

@@ -13,7 +13,7 @@ constexpr const char* kConvertExample =
     "Examples:\n"
     "  karst convert books.iso books.xml\n"
     "  karst convert --to-charset utf-8 old.mrc new.mrc.gz\n"
-    "  karst convert --to lines books.iso | less";
+    "  karst convert --to lines --to-charset utf-8 books.iso | less";
 constexpr const char* kShowExample =
     "Examples:\n"
     "  karst show --limit 10 books.iso\n"
@@ -68,7 +68,7 @@ CLI::Option* AddRecordNumber(CLI::App& verb, const char* name, const char* help,
 
 void AddRejects(CLI::App& verb, Options& options) {
   verb.add_option("--rejects", options.rejects, "Keep the raw bytes of what is no record in FILE")->option_text("FILE");
-  verb.add_flag("-q,--quiet", options.quiet, "No summary");
+  verb.add_flag("-q,--quiet", options.quiet, "No summary unless something was passed over");
 }
 
 // The names that are given: IN... and OUT, or IN... where -o names OUT. One name alone goes to standard output.
@@ -119,7 +119,7 @@ void AddShow(CLI::App& app, Options& options, std::string& encoding) {
           "Colours (default: auto, on a terminal unless NO_COLOR is set)")
       ->check(CLI::IsMember({"auto", "always", "never"}))
       ->option_text("auto|always|never");
-  show->add_flag("-q,--quiet", options.quiet, "No summary of what is no record");
+  show->add_flag("-q,--quiet", options.quiet, "No summary unless something was passed over");
 }
 
 void AddCount(CLI::App& app, Options& options, std::string& encoding) {

@@ -24,13 +24,13 @@ bool RecordWalk::Read(const std::string& name, const Use& use) {
   if (!readable) {
     const std::string reason = reader.Fault().empty() ? file.WhyUnreadable() : reader.Fault();
     console_.Say("cannot read " + file.Shown() + (reason.empty() ? "" : ": " + reason));
-    all_read_ = false;
+    has_read_all_ = false;
   }
   const RecordParser* parser = reader.Parser();
   if (!parser) return false;
   reached_ = {parser->RecordCount() - refused_, parser->SkippedCount() + refused_,
               parser->SkippedBytes() + refused_bytes_, parser->RepairedCount(), reader.Position()};
-  if (reached_.passed_over > 0) all_read_ = false;
+  has_passed_over_ = has_passed_over_ || reached_.passed_over > 0;
   // What is behind the last record of a whole file does not count.
   const bool told = summaries_ == Summaries::kOfFaults ? reached_.passed_over > 0 : summaries_ == Summaries::kAll;
   if (told) passed_.Summarize(reached_, more || !readable ? reader.Size() : 0, file.Shown());
@@ -59,7 +59,7 @@ void RecordWalk::Refuse(const WalkedRecord& record, const std::string& reason) {
 int RecordWalk::Finish() {
   if (summaries_ == Summaries::kAll) passed_.SummarizeAll();
   if (!passed_.Finish()) return kOutputFailed;
-  return all_read_ ? 0 : kNotAllRead;
+  return has_read_all_ && !has_passed_over_ ? 0 : kNotAllRead;
 }
 
 }  // namespace karst::cli

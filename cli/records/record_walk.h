@@ -36,6 +36,8 @@ class RecordWalk {
   RecordFormat Format() const { return format_; }
   // False as long as not one file could be opened.
   bool HasOpened() const { return has_opened_; }
+  // False if a file could not be read, or not to its end.
+  bool HasReadAll() const { return has_read_all_; }
 
   // After all files: the sums and the exit status, 0 or another.
   int Finish();
@@ -52,7 +54,8 @@ class RecordWalk {
   uint64_t refused_ = 0;
   uint64_t refused_bytes_ = 0;
   bool has_opened_ = false;
-  bool all_read_ = true;
+  bool has_read_all_ = true;
+  bool has_passed_over_ = false;
 };
 
 }  // namespace karst::cli

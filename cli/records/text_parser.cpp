@@ -18,7 +18,7 @@ ReadResult TextParser::Next(const SkippedRecordHandler& handler) {
   text_.clear();
   while (true) {
     const Stretch stretch = FindStretch();
-    if (window_.Failed()) return ReadResult::kFailed;
+    if (window_.Failed() || stretch.kind == Kind::kBroken) return ReadResult::kFailed;
     if (stretch.kind == Kind::kEnd) return ReadResult::kEnd;
     const std::string_view bytes = window_.View().substr(0, stretch.size);
     if (stretch.kind == Kind::kSeparator) {

@@ -29,8 +29,8 @@ class TextParser : public RecordParser {
   static constexpr size_t kLongest = size_t{8} << 20;
   static constexpr size_t kNowhere = std::string_view::npos;
 
-  // What stands at the read position. `fault` is GBK text.
-  enum class Kind { kEnd, kSeparator, kRecord, kNoRecord };
+  // What stands at the read position; kBroken is an end where there should be more. `fault` is GBK text.
+  enum class Kind { kEnd, kBroken, kSeparator, kRecord, kNoRecord };
   struct Stretch {
     Kind kind = Kind::kEnd;
     size_t size = 0;

@@ -28,6 +28,7 @@ int main(int argc, char** argv) {
       ++failures;
     }
   }
+  if (status != KARST_END) fprintf(stderr, "%s\n", karst_reader_error_text(reader, NULL));
   karst_reader_free(reader);
   karst_engine_free(engine);
   return status == KARST_END && failures == 0 ? 0 : 1;

@@ -31,8 +31,10 @@ int main(int argc, char** argv) {
     return 2;
   }
   bool good = true;
-  for (int result; (result = records.NextRecord(record)) == 0 || result == 2;) {
+  int result;
+  while ((result = records.NextRecord(record)) == 0 || result == 2) {
     good = result == 0 && PrintOutput(filter, record) && good;
   }
-  return good ? 0 : 1;
+  if (result == -1) std::cerr << "cannot read on in " << argv[2] << "\n";  // an error, and not the end
+  return good && result != -1 ? 0 : 1;
 }

@@ -13,12 +13,16 @@ def main(filter_file: str, record_file: str) -> int:
         print(f"passed over {len(data)} bytes at {offset}: {reason}", file=sys.stderr)
 
     with karst.Filter(filter_file) as titles:
-        for record in karst.records(record_file, on_skipped=passed_over):
-            try:
-                print(titles.run(record))
-            except karst.ScriptError as error:
-                failures.append(error)
-                print(error, file=sys.stderr)
+        try:
+            for record in karst.records(record_file, on_skipped=passed_over):
+                try:
+                    print(titles.run(record))
+                except karst.ScriptError as error:
+                    failures.append(error)
+                    print(error, file=sys.stderr)
+        except karst.FileError as error:  # the file cannot be opened, or read to its end
+            failures.append(error)
+            print(error, file=sys.stderr)
     return 1 if failures else 0
 
 

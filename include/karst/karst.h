@@ -8,9 +8,10 @@
  *
  * Encoding. Inside, everything is GBK. A handle made with KARST_UTF8 takes and gives all its texts in UTF-8, and
  * nothing gets lost on the way: a character that GBK has no place for stands inside as a numeric reference,
- * "&#128512;", and comes out as the character; a byte inside that is no GBK comes out as one of the characters U+10F780
- * to U+10F7FF (its value added to U+10F700) and is that byte again when it goes in. Bytes that are no UTF-8 are refused
- * with KARST_ERROR_TEXT. A handle made with KARST_GBK takes and gives the bytes as they are.
+ * "&#128512;", and comes out as the character; a byte inside that is no GBK comes out as one of the characters U+10F781
+ * to U+10F7FF (its value added to U+10F700) and is that byte again when it goes in. The host's own text may hold these
+ * characters too: one that would be taken for half a character inside goes in as a reference. Bytes that are no UTF-8
+ * are refused with KARST_ERROR_TEXT. A handle made with KARST_GBK takes and gives the bytes as they are.
  *
  * Records. A record goes in and comes out in the internal form: a 24-byte header; fields, each a 3-byte tag, the body
  * (two indicators and subfields, or data) and the byte 0x1E; the byte 0x1D. A subfield is the byte 0x1F, its code and
@@ -38,18 +39,22 @@
 #define KARST_EXPORT
 #endif
 
+/* An enumeration of this interface holds any int, in C++ as in C: a host may hand in what is none of its names. */
 #ifdef __cplusplus
+#define KARST_ANY_INT : int
 extern "C" {
+#else
+#define KARST_ANY_INT
 #endif
 
 /* What a call came to. */
-typedef enum karst_status {
+typedef enum karst_status KARST_ANY_INT {
   KARST_OK = 0,
   KARST_END = 1,              /* karst_reader_next: there is no further record */
   KARST_SKIPPED = 2,          /* karst_reader_next: a stretch of the file is no record and was passed over */
   KARST_STOPPED = 3,          /* karst_stop, or a progress callback, ended the run early */
   KARST_ERROR_ARGUMENT = -1,  /* a null handle or pointer, an encoding that is none, a file name with a NUL in it */
-  KARST_ERROR_FILE = -2,      /* a file cannot be opened or read */
+  KARST_ERROR_FILE = -2,      /* a file cannot be opened, read or written */
   KARST_ERROR_SCRIPT = -3,    /* the script or filter is at fault: see the error text and line */
   KARST_ERROR_TEXT = -4,      /* bytes that are no UTF-8 */
   KARST_ERROR_RECORD = -5,    /* a record that cannot be converted */
@@ -61,7 +66,7 @@ typedef enum karst_status {
 } karst_status;
 
 /* The encoding of a handle's texts. */
-typedef enum karst_encoding { KARST_GBK = 0, KARST_UTF8 = 1 } karst_encoding;
+typedef enum karst_encoding KARST_ANY_INT { KARST_GBK = 0, KARST_UTF8 = 1 } karst_encoding;
 
 /* The library's version, as "0.1.0". The text lives as long as the library. Never fails. */
 KARST_EXPORT const char* karst_version(void);
@@ -72,7 +77,14 @@ KARST_EXPORT const char* karst_status_text(karst_status status);
 
 /* ---- Engines: what runs scripts and filters ---------------------------------------------------------------------- */
 
-/* An engine holds at most one filter, the variables that the host gave it, and its callbacks. */
+/* An engine holds at most one filter, the variables that the host gave it, and its callbacks.
+ *
+ * Output that is lost. Scripts and filters write to files by name (fnprintf, FnCat, bmprintf); these are closed at the
+ * end of each call that runs code. Where one of them cannot be opened, does not take the whole text or fails at its
+ * closing, the call gives KARST_ERROR_FILE in the place of KARST_OK and of KARST_STOPPED, after the run, which goes on
+ * as the script wants it; also where the script has looked at the -1 that it got. The error text names the file that
+ * failed first, and the number of others. What was written otherwise, and all that went to callbacks, is there. A call
+ * that fails for another reason gives that one. */
 typedef struct karst_engine karst_engine;
 
 /* Makes an engine, to be freed with karst_engine_free. Null for an encoding that is none and without memory. */
@@ -85,12 +97,13 @@ KARST_EXPORT void karst_engine_free(karst_engine* engine);
 /* Runs the script (.pro) in a file, from a fresh start: nothing of an earlier script is there. `result` (may be null)
  * gets the script's result: 0, or the number of its "stop". Blocks until the script is over.
  *
- * KARST_OK, also for a script that ended with "stop -1"; KARST_STOPPED; KARST_ERROR_FILE, KARST_ERROR_SCRIPT and the
- * general errors; `result` is then left as it was. */
+ * KARST_OK, also for a script that ended with "stop -1"; KARST_STOPPED; KARST_ERROR_FILE, also for lost output,
+ * KARST_ERROR_SCRIPT and the general errors; `result` is then left as it was. */
 KARST_EXPORT karst_status karst_run_script(karst_engine* engine, const char* file, size_t file_length, int* result);
 
 /* Loads the filter (.flt) in a file, in the place of the one that is loaded, and builds its tree. The file is read
- * afresh each time. After a failure no filter is loaded. The host's variables stay. */
+ * afresh each time. After a failure, other than that of a null pointer or a busy engine, no filter is loaded. The
+ * host's variables stay. */
 KARST_EXPORT karst_status karst_load_filter(karst_engine* engine, const char* file, size_t file_length);
 
 /* Runs the loaded filter over one record in the internal form: its Root code, its Record block and its Final code. The
@@ -100,18 +113,19 @@ KARST_EXPORT karst_status karst_load_filter(karst_engine* engine, const char* fi
  * Each record stands for itself: what a failed run left behind is cleared away ahead of the next one. State that is to
  * outlast a record lives in variables of the host (karst_set_variable).
  *
- * KARST_OK; KARST_STOPPED, with the output so far; KARST_ERROR_NO_FILTER; KARST_ERROR_RECORD for a record with a NUL in
- * it, which would end it there; KARST_ERROR_SCRIPT, with no output, also
- * where the filter ended the run with "stop -1" or "soutput" is no text variable any more; the general errors. After
- * each of them the next record can be filtered. */
+ * KARST_OK; KARST_STOPPED, with the output so far; and with no output: KARST_ERROR_NO_FILTER; KARST_ERROR_RECORD for a
+ * record with a NUL in it, which would end it there; KARST_ERROR_FILE where something was lost that the filter writes
+ * to files; KARST_ERROR_SCRIPT, also where the filter ended the run with "stop -1" or "soutput" is no text variable any
+ * more; the general errors. After each of them the next record can be filtered. */
 KARST_EXPORT karst_status karst_filter_record(karst_engine* engine, const char* record, size_t length,
                                               const char** output, size_t* output_length);
 
 /* Runs the loaded filter over all records of a file: Root code once, the Record block for each record, Final code once.
  * What the file holds that is no record is passed over; see karst_on_skipped. Blocks until the run is over.
  *
- * KARST_OK; KARST_STOPPED, after the records so far; KARST_ERROR_NO_FILTER; KARST_ERROR_FILE; KARST_ERROR_SCRIPT, also
- * where a filter without a Record block ended the run with "stop -1"; the general errors. */
+ * KARST_OK; KARST_STOPPED, after the records so far; KARST_ERROR_NO_FILTER; KARST_ERROR_FILE, also for lost output,
+ * once all records have been run; KARST_ERROR_SCRIPT, also where a filter without a Record block ended the run with
+ * "stop -1"; the general errors. */
 KARST_EXPORT karst_status karst_filter_file(karst_engine* engine, const char* file, size_t file_length);
 
 /* Gives a text variable a value, and makes it if there is none. It stands outside all scopes of the loaded filter and
@@ -213,9 +227,9 @@ KARST_EXPORT const char* karst_reader_error_text(const karst_reader* reader, siz
  * They use no handle: any thread may call them at any time. Without memory: KARST_ERROR_MEMORY. */
 
 /* Writes a record in the internal form out as ISO 2709. Fields whose tag begins with "-" are left out.
- * KARST_ERROR_RECORD for what is no record in the internal form (no 24-byte header, a field without a whole tag, a
- * field or record without its end mark) or has no place in ISO 2709: a field of 10,000 bytes, a record of 100,000 bytes
- * or more. */
+ * KARST_ERROR_RECORD for what is no record in the internal form (no 24-byte header, a field without a whole tag of
+ * printable ASCII, a field or record without its end mark, a NUL) or has no place in ISO 2709: a field of 10,000 bytes,
+ * a record of 100,000 bytes or more. */
 KARST_EXPORT karst_status karst_to_iso2709(const char* record, size_t length, char* buffer, size_t room,
                                            size_t* needed);
 

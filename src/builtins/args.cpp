@@ -1,6 +1,8 @@
 // The argument reader: what its inline reads do not need.
 #include "builtins/args.h"
 
+#include <cstdio>
+
 #include "builtins/table.h"
 
 namespace karst {
@@ -13,6 +15,12 @@ int32_t Arguments::SetText(int number, std::string_view text) {
 
 void Arguments::HaltForCount() {
   self_->halt("函数%s()应当以%d个参数调用，现错为%d个", name_, RequiredArguments(row_.kinds), argc_);
+}
+
+void HaltForBytes(CFuncArray* self, int64_t bytes) {
+  char text[48];
+  std::snprintf(text, sizeof text, "mem low, need %lld bytes...", static_cast<long long>(bytes));
+  self->HaltForMemory(text);
 }
 
 const CString& Arguments::NoText() {

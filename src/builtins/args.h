@@ -70,6 +70,9 @@ class Arguments {
   const char* name_;
 };
 
+// Stops the script: there is no memory for a buffer of so many bytes.
+[[noreturn]] void HaltForBytes(CFuncArray* self, int64_t bytes);
+
 // The interpreter's working text, for the time of one call: empty at first, with the memory of earlier calls. One call
 // at a time has it: no built-in runs another.
 class WorkText {

@@ -40,7 +40,7 @@ SeekFrom OriginOf(int32_t code) {
 // the bytes read, or -1.
 template <typename Done>
 int64_t ReadInSteps(FileHandle file, CString& data, size_t count, size_t step, Done done) {
-  while (data.size() < count) {
+  do {  // at least once: what is wrong with a handle shows also where no byte is asked for
     const size_t start = data.size();
     const size_t wanted = std::min(count - start, step);
     data.Resize(start + wanted);
@@ -49,7 +49,7 @@ int64_t ReadInSteps(FileHandle file, CString& data, size_t count, size_t step, D
     if (came == -1) return -1;
     if (static_cast<size_t>(came) < wanted || done(data.view().substr(start))) break;
     step *= 2;
-  }
+  } while (data.size() < count);
   return static_cast<int64_t>(data.size());
 }
 
@@ -93,7 +93,8 @@ void Open(CFuncArray* self, int argc, int first, CValue* result) {
   Arguments args(self, argc, first, BuiltinRow("Open"));
   const CString& name = args.Text(1);
   const unsigned style = StyleOf(args.Text(2).view());
-  result->SetVal((style & kStyleDelete) != 0 ? self->DeleteMappedFile(name) : OpenWithStyle(name, style));
+  result->SetVal((style & kStyleDelete) != 0 ? self->DeleteMappedFile(name)
+                                             : OpenWithStyle(name, style, self->FileOwner()));
 }
 
 // Close (handle): 0, or -1.
@@ -124,7 +125,7 @@ void Read(CFuncArray* self, int argc, int first, CValue* result) {
   try {
     if (count >= 0) came = ReadInSteps(file, *data, count, kReadStep, [](std::string_view) { return false; });
   } catch (const std::bad_alloc&) {
-    self->halt("mem low, need %u bytes...", static_cast<unsigned>(count) + 1);
+    HaltForBytes(self, int64_t{count} + 1);
   }
   args.SetText(2, came == -1 ? std::string_view() : data->view());
   result->SetVal(static_cast<int32_t>(came));
@@ -160,12 +161,7 @@ void ReadLine(CFuncArray* self, int argc, int first, CValue* result) {
   result->SetVal(-1);
   if (most < 0) return;
   WorkText line(self);
-  bool read = false;
-  try {
-    read = NextLine(file, most, *line);
-  } catch (const std::bad_alloc&) {
-    self->halt("mem low...");
-  }
+  const bool read = NextLine(file, most, *line);
   const int32_t length = args.SetText(2, read ? line->view() : std::string_view());
   if (read) result->SetVal(length);
 }

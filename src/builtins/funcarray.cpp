@@ -1,9 +1,11 @@
 // CFuncArray: the look-up of built-ins, the shared argument checks, and the caches behind file names.
 #include "builtins/funcarray.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <utility>
 
+#include "builtins/namedoutput.h"
 #include "builtins/replacetable.h"
 #include "builtins/table.h"
 #include "platform/mbtext.h"
@@ -90,26 +92,42 @@ karst::FileHandle CFuncArray::GetFileHandleForAppend(const char* name) {
   const auto found = m_mapCatchedFile.find(std::string_view(name));
   if (found != m_mapCatchedFile.end()) return found->second;
   const karst::FileHandle file = karst::OpenForAppending(name);
-  if (file != karst::kNoFile) m_mapCatchedFile.emplace(name, file);
+  if (file == karst::kNoFile) {
+    TellNamedOutputFailure(name);
+    return file;
+  }
+  try {
+    m_mapCatchedFile.emplace(name, file);
+  } catch (...) {
+    karst::CloseFile(file);
+    throw;
+  }
   return file;
 }
 
 void CFuncArray::CloseAllCatchedFileHandle() {
-  for (const auto& [name, file] : m_mapCatchedFile) karst::CloseFile(file);
+  for (const auto& [name, file] : m_mapCatchedFile) {
+    if (karst::CloseFile(file) != 0) TellNamedOutputFailure(name);
+  }
   m_mapCatchedFile.clear();
 }
 
 void CFuncArray::OnNamedOutput(karst::NamedOutputHandler handler) { named_output_ = std::move(handler); }
 
+void CFuncArray::OnNamedOutputFailure(karst::NamedOutputFailureHandler handler) {
+  named_output_failure_ = std::move(handler);
+}
+
+void CFuncArray::TellNamedOutputFailure(std::string_view file) const {
+  if (named_output_failure_) named_output_failure_(file, errno);
+}
+
+bool CFuncArray::HasFileOpen(const char* name) const { return karst::IsFileOpen(name, FileOwner()); }
+
 int32_t CFuncArray::AppendToFile(const karst::NamedText& text) {
   const CString name(text.file);
-  // A converted text is written as its built-in does it: through a handle of its own.
-  const karst::FileHandle file = text.converted ? karst::OpenForAppending(name) : GetFileHandleForAppend(name);
-  if (file == karst::kNoFile) return -1;
-  const auto written = static_cast<int32_t>(karst::WriteFile(file, text.bytes));
-  if (!text.converted) return written;
-  karst::CloseFile(file);
-  return written == static_cast<int32_t>(text.bytes.size()) ? written : -1;
+  karst::NamedFile file(this);
+  return file.Open(name, text.converted) ? file.Write(text.bytes) : -1;
 }
 
 int32_t CFuncArray::DeleteMappedFile(const char* name) {

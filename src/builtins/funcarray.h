@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,6 +42,8 @@ struct NamedText {
 };
 // Takes such a text in the place of the file. Gives the bytes that the script is told were written, or -1.
 using NamedOutputHandler = std::function<int32_t(const NamedText& text)>;
+// Is told of such a file that failed: its name as the script gives it, and the system's number of the error.
+using NamedOutputFailureHandler = std::function<void(std::string_view file, int error)>;
 
 }  // namespace karst
 
@@ -60,6 +63,15 @@ class KARST_API CFuncArray : public CVarArray {
   // "@" and the row number, for a look-up by name.
   int32_t FindKernelFunction(const char* name, karst::BuiltinHandler* handler, char* outName, int outSize);
 
+  // Calls a built-in with the cells from position `first` on. An allocation that fails in any of them stops the script.
+  void CallBuiltin(karst::BuiltinHandler handler, int argc, int first, CValue* result) {
+    try {
+      handler(this, argc, first, result);
+    } catch (const std::bad_alloc&) {
+      HaltForMemory();
+    }
+  }
+
   // Adds `count` argument cells from position `first` on to the words of a format call.
   void ProcessArgList(karst::WordList& words, int first, int count);
 
@@ -74,6 +86,7 @@ class KARST_API CFuncArray : public CVarArray {
 
   // The cached handle behind a file name, opened at its end (or made) at first use; -1 on failure.
   karst::FileHandle GetFileHandleForAppend(const char* name);
+  // What has failed until then is told as OnNamedOutputFailure says.
   void CloseAllCatchedFileHandle();
   // `handler` gets what goes to named files from here on; an empty one takes it off again. It may call AppendToFile, at
   // once or later. The host's stream "stdout" does not come this way.
@@ -81,6 +94,21 @@ class KARST_API CFuncArray : public CVarArray {
   const karst::NamedOutputHandler& NamedOutputTaker() const { return named_output_; }
   // What is done without a handler: appends to the file. The bytes written, or -1.
   int32_t AppendToFile(const karst::NamedText& text);
+  // `handler` is told from here on of each failure of a file that scripts write by name: it cannot be opened, does not
+  // take the whole text, or loses something when it is closed. EBUSY is a file for bmprintf that is open in this run.
+  // The script gets its -1 all the same, but need not look at it; and a file that stays open is closed after the run,
+  // by CloseAllCatchedFileHandle or the destructor. The handler is called on the thread of the failure, as often as
+  // something fails, and throws nothing. What a handler of OnNamedOutput takes does not come here.
+  void OnNamedOutputFailure(karst::NamedOutputFailureHandler handler);
+  // For what writes such a file: calls the handler, with the reason in errno.
+  void TellNamedOutputFailure(std::string_view file) const;
+  // True if the file is open in this run: by a handle of a script, by its name, or to be read.
+  bool HasFileOpen(const char* name) const;
+  // From here on, files that this object's scripts open by handle are open for this object only. For objects that share
+  // one run; any other handle is open for all objects of the process.
+  void KeepFilesApart() { keeps_files_apart_ = true; }
+  // Whose the handles of its scripts are, for the file layer.
+  karst::FileOwner FileOwner() const { return keeps_files_apart_ ? this : karst::kNoOwner; }
   // A cached file is emptied and its handle given; any other is deleted, and the result is 1 in any case.
   int32_t DeleteMappedFile(const char* name);
   // 0, with `value` set, if the table file has a line for `key`; else -1.
@@ -120,6 +148,8 @@ class KARST_API CFuncArray : public CVarArray {
  private:
   friend class karst::WorkText;
   karst::NamedOutputHandler named_output_;
+  karst::NamedOutputFailureHandler named_output_failure_;
+  bool keeps_files_apart_ = false;
   std::shared_ptr<karst::HyperModule> hyper_module_;
   std::unique_ptr<CString> work_text_;  // a call in a loop finds its memory ready; null while a call uses it
 };

@@ -21,9 +21,10 @@ int32_t CFuncArray::OpenHyperWindow(const char* lpszFile) {
   const int32_t handle = m_nNextHyperWindow++;
   const std::shared_ptr<karst::HyperModule> module = HyperModule();
   if (!module->Prepare()) MessageBoxA("Load DLL veldctl.dll error ...");
-  std::unique_ptr<CHyperWindow>& window = m_mapHyperWindow[static_cast<uint16_t>(handle)];
-  window = std::make_unique<CHyperWindow>();
-  karst::ShowHyperWindow(*module, *window, lpszFile ? lpszFile : "");
+  auto made = std::make_unique<CHyperWindow>();
+  CHyperWindow& window = *made;
+  m_mapHyperWindow[static_cast<uint16_t>(handle)] = std::move(made);
+  karst::ShowHyperWindow(*module, window, lpszFile ? lpszFile : "");
   return handle;
 }
 

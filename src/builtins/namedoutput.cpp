@@ -7,28 +7,48 @@
 
 namespace karst {
 
-NamedOutput::NamedOutput(CFuncArray* self, const CString& name)
-    : self_(self), name_(name.view()), to_host_(EqualIgnoringCase(name_, "stdout")) {
-  if (to_host_) {
-    // CHOICE: a stream without a callback is no stream.
-    file_ = self->m_pfnStdOutWrite ? self->m_hStdOut : kNoFile;
-  } else if (!self->NamedOutputTaker()) {
-    file_ = self->GetFileHandleForAppend(name);
-  }
+bool NamedFile::Open(const CString& name, bool converted) {
+  name_ = name.view();
+  converted_ = converted;
+  if (!converted) return (file_ = self_->GetFileHandleForAppend(name)) != kNoFile;
+  file_ = OpenForAppendingAlone(name, self_->FileOwner());
+  if (file_ == kNoFile) self_->TellNamedOutputFailure(name_);
+  return file_ != kNoFile;
 }
 
-bool NamedOutput::Served() const { return file_ != kNoFile || (!to_host_ && self_->NamedOutputTaker()); }
+int32_t NamedFile::Write(std::string_view bytes) {
+  const int64_t written = WriteFile(file_, bytes);
+  const bool whole = written == static_cast<int64_t>(bytes.size());
+  if (!whole) self_->TellNamedOutputFailure(name_);
+  return whole || !converted_ ? static_cast<int32_t>(written) : -1;
+}
+
+void NamedFile::Close() {
+  if (converted_ && file_ != kNoFile && CloseFile(file_) != 0) self_->TellNamedOutputFailure(name_);
+  file_ = kNoFile;
+}
+
+NamedOutput::NamedOutput(CFuncArray* self, const CString& name, Kind kind)
+    : self_(self), name_(name.view()), kind_(kind), file_(self), way_(FindWay(name)) {}
+
+NamedOutput::Way NamedOutput::FindWay(const CString& name) {
+  if (kind_ == Kind::kPlain && EqualIgnoringCase(name_, "stdout")) {
+    // CHOICE: a stream without a callback is no stream.
+    return self_->m_pfnStdOutWrite && self_->m_hStdOut != kNoFile ? Way::kStream : Way::kNone;
+  }
+  if (self_->NamedOutputTaker()) return Way::kHandler;
+  return file_.Open(name, kind_ == Kind::kConverted) ? Way::kFile : Way::kNone;
+}
 
 int32_t NamedOutput::Deliver(std::string_view text) {
-  if (!to_host_) {
-    const NamedOutputHandler& taker = self_->NamedOutputTaker();
-    return taker ? taker({name_, text, false}) : static_cast<int32_t>(WriteFile(file_, text));
-  }
+  if (way_ == Way::kFile) return file_.Write(text);
+  if (way_ == Way::kHandler) return self_->NamedOutputTaker()({name_, text, kind_ == Kind::kConverted});
   return self_->m_nStdOutChunked == 1 ? StreamChunk(text) : Stream(text);
 }
 
 int32_t NamedOutput::Stream(std::string_view bytes) {
-  return self_->m_pfnStdOutWrite(file_, bytes.data(), static_cast<int32_t>(bytes.size()), self_->m_lStdOutParam);
+  return self_->m_pfnStdOutWrite(self_->m_hStdOut, bytes.data(), static_cast<int32_t>(bytes.size()),
+                                 self_->m_lStdOutParam);
 }
 
 // HTTP chunked framing. An empty text would read as the closing chunk, so it is not sent.

@@ -43,14 +43,7 @@ class FormatCall {
   }
 
   // Makes the text. False if format and values do not match.
-  [[nodiscard]] bool Build(CString& text) {
-    try {
-      return FormatWords(text, format_, words_);
-    } catch (const std::bad_alloc&) {
-      self_->halt("mem low...");
-    }
-    return false;
-  }
+  [[nodiscard]] bool Build(CString& text) { return FormatWords(text, format_, words_); }
   void BuildOrHalt(CString& text, const char* message) {
     if (!Build(text)) self_->halt("%s", message);
   }
@@ -65,33 +58,6 @@ class FormatCall {
   WordList words_;
 };
 
-// A file that is open for one call, or what the host put in the place of files.
-class ConvertedOutput {
- public:
-  ConvertedOutput(CFuncArray* self, const CString& name)
-      : taker_(self->NamedOutputTaker()), name_(name.view()), file_(taker_ ? kNoFile : OpenForAppending(name)) {}
-  ConvertedOutput(const ConvertedOutput&) = delete;
-  ConvertedOutput& operator=(const ConvertedOutput&) = delete;
-  ~ConvertedOutput() { Close(); }
-
-  bool Served() const { return taker_ || file_ != kNoFile; }
-  void Close() {
-    if (file_ != kNoFile) CloseFile(file_);
-    file_ = kNoFile;
-  }
-  // The bytes written, or -1 if they are not all of them.
-  int32_t WriteAll(std::string_view bytes) {
-    if (taker_) return taker_({name_, bytes, true});
-    const int64_t written = WriteFile(file_, bytes);
-    return written == static_cast<int64_t>(bytes.size()) ? static_cast<int32_t>(written) : -1;
-  }
-
- private:
-  const NamedOutputHandler& taker_;
-  std::string_view name_;
-  FileHandle file_;
-};
-
 // A handle in a cell of any kind: what is no integer is no handle.
 FileHandle HandleIn(CFuncArray* self, const CVarCell* cell) {
   const bool is_integer = cell->leixing == kInt || cell->leixing == kInt64;
@@ -102,15 +68,15 @@ constexpr int kSmallBuffer = 4000;
 constexpr int kLargeBuffer = 60000;  // LIMIT: a converted text that is longer is refused
 
 // Appends the converted text to the file. -1 on failure.
-int32_t WriteConverted(CFuncArray* self, ConvertedOutput& file, const char* text, const char* conversion) {
+int32_t WriteConverted(CFuncArray* self, NamedOutput& output, const char* text, const char* conversion) {
   char small[kSmallBuffer];
   int length = MakeBM(text, small, kSmallBuffer, conversion);
-  if (length != -1) return file.WriteAll({small, static_cast<size_t>(length)});
+  if (length != -1) return output.Deliver({small, static_cast<size_t>(length)});
   const std::unique_ptr<char[]> large(new (std::nothrow) char[kLargeBuffer]);
-  if (!large) self->halt("mem low, need %d bytes...", kLargeBuffer);
+  if (!large) HaltForBytes(self, kLargeBuffer);
   length = MakeBM(text, large.get(), kLargeBuffer, conversion);
-  if (length != -1) return file.WriteAll({large.get(), static_cast<size_t>(length)});
-  file.Close();
+  if (length != -1) return output.Deliver({large.get(), static_cast<size_t>(length)});
+  output.Close();
   self->MessageBoxA("bmprintf()缓冲区太小...");
   return -1;
 }
@@ -126,7 +92,7 @@ void Printf(CFuncArray* self, int argc, int first, CValue* result) {
   WorkText text(self);
   call.BuildOrHalt(*text, kBadFormat);
   text->CutAtNul();
-  self->eprintf("%s", text->c_str());
+  self->MustBeTold(self->eprintf("%s", text->c_str()));
   result->SetVal(text->GetLength());
 }
 
@@ -166,17 +132,17 @@ void Fnprintf(CFuncArray* self, int argc, int first, CValue* result) {
 }
 
 // bmprintf (name, conversion, format, values...): appended to a file after a conversion. The bytes written, or -1,
-// also for a format that does not match its values.
+// also for a format that does not match its values and for a file that is open in this run.
 void Bmprintf(CFuncArray* self, int argc, int first, CValue* result) {
   FormatCall call(self, argc, first, {"bmprintf", "bmprintf()"});
   const CString& name = call.args.Text(1);
   const CString& conversion = call.args.Text(2);
   call.ReadFormat();
   result->SetVal(-1);
-  ConvertedOutput file(self, name);
+  NamedOutput output(self, name, NamedOutput::Kind::kConverted);
   WorkText text(self);
-  if (file.Served() && call.Build(*text)) {
-    result->SetVal(WriteConverted(self, file, text->c_str(), conversion));
+  if (output.Served() && call.Build(*text)) {
+    result->SetVal(WriteConverted(self, output, text->c_str(), conversion));
   }
 }
 

@@ -1,6 +1,8 @@
 // Reading a file of key=value lines.
 #include "builtins/replacetable.h"
 
+#include <new>
+
 #include "outside/zebutil.h"
 
 namespace {
@@ -16,11 +18,26 @@ std::string_view WithoutLeadingSpace(std::string_view text) {
   return start == std::string_view::npos ? std::string_view() : text.substr(start);
 }
 
+// False for a file that cannot be read, or is empty. A refusal names the table's line in its text: who reports it knows
+// the script's alone.
+// CHOICE: a content for which there is no memory is a file that cannot be read. All that is made of it is the engine's.
+bool ReadContent(const char* file_name, CString& content) {
+  try {
+    return LoadFileContentToString(file_name, content) != -1 && !content.IsEmpty();
+  } catch (const CError& refused) {
+    CString message;
+    message.Format("替换表第%d行: %s", refused.second_code, refused.what());
+    throw CError(message, -1, -1);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
 }  // namespace
 
 int CReplaceTable::Load(const char* file_name) {
   CString content;
-  if (LoadFileContentToString(file_name, content) == -1 || content.IsEmpty()) return -1;
+  if (!ReadContent(file_name, content)) return -1;
   // CHOICE: a line feed alone ends a line as well. A carriage return alone does not.
   std::string_view rest = content.view();
   while (!rest.empty()) {

@@ -22,7 +22,8 @@ class CReplaceTable {
   CReplaceTable& operator=(const CReplaceTable&) = delete;
   virtual ~CReplaceTable() = default;
 
-  // Reads the file's lines behind those already held. -1 if it cannot be read or holds nothing, else 0.
+  // Reads the file's lines after those already held. -1 if it cannot be read or holds nothing, else 0. A table
+  // in UTF-8 with a character that GBK lacks is a CError with the table's line in its text.
   int Load(const char* file_name);
   // The item of the first line with exactly this key, or null.
   const CReplaceItem* Find(std::string_view key) const;

@@ -5,7 +5,6 @@
 
 #include "builtins/args.h"
 #include "builtins/changetext.h"
-#include "builtins/partmatcher.h"
 #include "builtins/table.h"
 #include "platform/mbtext.h"
 
@@ -18,29 +17,6 @@ constexpr int kHighestRadix = 36;
 size_t Position(int32_t given) { return static_cast<size_t>(std::max(given, 0)); }
 
 int32_t Sign(int order) { return (order > 0) - (order < 0); }
-
-// Where `sought` begins at a character of `text`, at `from` or behind, or npos.
-size_t FindAtCharacter(std::string_view text, std::string_view sought, size_t from) {
-  PartMatcher matcher(sought, PartMatcher::Case::kExact);
-  size_t boundary = 0;
-  for (size_t end = from; end < text.size(); ++end) {
-    if (!matcher.Take(text[end])) continue;
-    const size_t start = end + 1 - sought.size();
-    while (boundary < start) boundary += IsDBCSLeadByte(static_cast<unsigned char>(text[boundary])) ? 2 : 1;
-    if (boundary == start) return start;
-  }
-  return std::string_view::npos;
-}
-
-// SPEED: what _mbsstr finds. Most texts are done with the library's search of bytes, which is linear; only where its
-// hit begins inside a character the rest of the text is searched by characters, in one pass.
-size_t FindByCharacters(std::string_view text, std::string_view sought) {
-  if (sought.empty()) return 0;
-  const void* hit = memmem(text.data(), text.size(), sought.data(), sought.size());
-  if (!hit) return std::string_view::npos;
-  const size_t at = static_cast<size_t>(static_cast<const char*>(hit) - text.data());
-  return WholeCharacters(text, at) == at ? at : FindAtCharacter(text, sought, at + 1);
-}
 
 }  // namespace
 

@@ -203,7 +203,7 @@ void ZebGetRcd(CFuncArray* self, int argc, int first, CValue* result) {
   try {
     record.resize(kRecordRoom);
   } catch (const std::bad_alloc&) {
-    self->halt("mem low, need %d bytes...", kRecordRoom);
+    HaltForBytes(self, kRecordRoom);
   }
   if (!self->GetRcdCallBack) self->halt("GetRcdCallBack 尚未初始化...");
   CString unread;

@@ -1,8 +1,10 @@
 // The engine behind the C interface.
 #include "capi/engine.h"
 
+#include <new>
 #include <optional>
 
+#include "capi/lostfiles.h"
 #include "values/name.h"
 
 using karst::capi::Failure;
@@ -18,6 +20,15 @@ std::string Quoted(std::string_view what, std::string_view name) {
   return std::string(what) + " '" + std::string(name) + "'";
 }
 
+// Reads the file afresh and loads its code.
+void Load(CCode& code, const std::string& name, std::string_view shown) {
+  CString path(name.c_str());
+  MakeFullPathName(path);
+  CString source;
+  if (code.ReadSource(path, source) == -1) throw Failure{KARST_ERROR_FILE, Quoted("cannot read", shown)};
+  if (code.LoadCode(source.view(), path.view()) == -1) throw std::bad_alloc();
+}
+
 }  // namespace
 
 // The time of a run: the interpreter is connected to the host's callbacks, and a stop request reaches it.
@@ -29,9 +40,12 @@ class karst_engine::Run {
         outer_(running_engine),
         stoppable_(engine.stop_target_, interpreter) {
     running_engine = &engine;
+    engine.messages_.Drop();
+    engine.written_.Drop();
     interpreter.hWnd = engine.on_message.function ? engine.control_ : nullptr;
     interpreter.m_hStdOut = kOutputHandle;
     interpreter.m_pfnStdOutWrite = engine.on_output.function ? WriteOutput : nullptr;
+    interpreter.OnNamedOutputFailure([this](std::string_view file, int error) { lost_.Add(file, error); });
     if (!engine.on_message_box.function) return;
     boxes_.emplace([&engine](std::string_view text) {
       const std::string shown = engine.Outside(text);
@@ -40,15 +54,23 @@ class karst_engine::Run {
   }
   Run(const Run&) = delete;
   Run& operator=(const Run&) = delete;
-  ~Run() { running_engine = outer_; }
+  ~Run() {
+    interpreter_.OnNamedOutputFailure({});
+    running_engine = outer_;
+  }
 
-  // Gives what pieces of output are still kept, and closes the files that the run appended to.
+  // Closes the files that the run appended to, and gives what pieces of output are still kept.
   void Finish() {
+    interpreter_.CloseAllCatchedFileHandle();
     engine_.Give(engine_.on_message, engine_.messages_.Finish());
     engine_.Give(engine_.on_output, engine_.written_.Finish());
-    interpreter_.CloseAllCatchedFileHandle();
   }
   karst_status Status() const { return interpreter_.IsStop() ? KARST_STOPPED : KARST_OK; }
+  // After Finish: a run that did what it should, and has lost something of what it wrote, is a failure.
+  void RefuseLoss() const {
+    if (!lost_.HasAny()) return;
+    throw Failure{KARST_ERROR_FILE, lost_.Text([this](const std::string& file) { return engine_.Outside(file); })};
+  }
 
  private:
   karst_engine& engine_;
@@ -56,9 +78,10 @@ class karst_engine::Run {
   karst_engine* outer_;
   karst::capi::StopTarget::Scope stoppable_;
   std::optional<karst::MessageBoxesOfThread> boxes_;
+  karst::capi::LostFiles lost_;
 };
 
-// A record file on its way through a run, which reports how far it is and notices when it cannot be read on.
+// A record file on its way through a run, which reports how far it is.
 class karst_engine::RecordFile : public CMARCFile {
  public:
   explicit RecordFile(karst_engine& engine) : engine_(engine) {
@@ -68,14 +91,11 @@ class karst_engine::RecordFile : public CMARCFile {
     const auto& progress = engine_.on_progress;
     if (progress.function && progress.function(progress.user, BytePosition(), ByteSize(), RecordCount()) != 0) {
       engine_.Stop();
+      constexpr int kEnd = 1;
+      return kEnd;
     }
-    constexpr int kEnd = 1;
-    if (engine_.stop_target_.WasAsked()) return engine_.filter_.Stop(), kEnd;
-    const int result = CMARCFile::NextRecord(record);
-    failed_ = result == -1;
-    return result;
+    return CMARCFile::NextRecord(record);
   }
-  bool Failed() const { return failed_; }
 
  private:
   void Report(const karst::SkippedRecord& skipped) {
@@ -87,10 +107,10 @@ class karst_engine::RecordFile : public CMARCFile {
   }
 
   karst_engine& engine_;
-  bool failed_ = false;
 };
 
-karst_engine::karst_engine(karst_encoding encoding) : encoding_(encoding), messages_(encoding), written_(encoding) {
+karst_engine::karst_engine(karst_encoding encoding)
+    : last_failure(encoding), encoding_(encoding), messages_(encoding), written_(encoding) {
   control_ = karst::AddWindow(std::make_unique<karst::ForwardingTextControl>(
       [this](std::string_view text) { Give(on_message, messages_.Add(text)); }));
 }
@@ -125,50 +145,51 @@ int32_t karst_engine::WriteOutput(karst::FileHandle, const char* bytes, int32_t 
   return count;
 }
 
-// Runs `body` with the interpreter connected. A script error is a Failure with its line.
+// Runs `body` with the interpreter connected. A script error is a Failure with its line, and lost output is one.
 template <typename Body>
 auto karst_engine::Interpret(CScript& interpreter, Body body) {
   Run run(*this, interpreter);
-  const auto refuse = [&](const char* text) {
+  const auto refuse = [&](karst_status status, const char* text, int line) {
     run.Finish();
-    return Failure{KARST_ERROR_SCRIPT, Outside(text), interpreter.GetCurLineNumber()};
+    return Failure{status, Outside(text), line};
   };
+  karst_status status;
   try {
-    const karst_status status = body(run);
+    status = body(run);
     run.Finish();
-    return status;
+  } catch (const karst::MemoryError& error) {
+    throw refuse(KARST_ERROR_MEMORY, error.what(), interpreter.LineOf(error));
   } catch (const CError& error) {
-    if (!interpreter.IsStop()) throw refuse(error.what());
-    run.Finish();
-    return KARST_STOPPED;  // a stop that is noticed at the end of a loop is raised as an error
+    throw refuse(KARST_ERROR_SCRIPT, error.what(), interpreter.LineOf(error));
   } catch (const char* text) {
-    throw refuse(text);
+    throw refuse(KARST_ERROR_SCRIPT, text, interpreter.GetCurLineNumber());
   } catch (...) {
     run.Finish();
     throw;
   }
+  run.RefuseLoss();
+  return status;
 }
 
 karst_status karst_engine::RunScript(std::string_view file, int* result) {
   const std::string name = FileName(file);
   CScript script;
-  script.Initial();
-  return Interpret(script, [&](Run& run) {
-    if (script.ReadCodeFromFile(name.c_str(), 0) == -1) throw Failure{KARST_ERROR_FILE, Quoted("cannot read", file)};
-    const int given = script.MainLoop();
-    const karst_status status = run.Status();
-    if (result && status == KARST_OK) *result = given;
-    return status;
+  int given = 0;
+  const karst_status status = Interpret(script, [&](Run& run) {
+    Load(script, name, file);
+    given = script.MainLoop();
+    return run.Status();
   });
+  if (result && status == KARST_OK) *result = given;
+  return status;
 }
 
 karst_status karst_engine::LoadFilter(std::string_view file) {
+  has_filter_ = false;  // whatever refuses the new one
   const std::string name = FileName(file);
-  has_filter_ = false;
-  filter_.CloseAfterError();
-  filter_.Initial();
   return Interpret(filter_, [&](Run& run) {
-    if (filter_.ReadCodeFromFile(name.c_str(), 1) == -1) throw Failure{KARST_ERROR_FILE, Quoted("cannot read", file)};
+    filter_.CloseAfterError();
+    Load(filter_, name, file);
     if (filter_.BuildMARCTree() == -1) throw Failure{KARST_ERROR_SCRIPT, "the filter gave -1 while it was built"};
     has_filter_ = run.Status() == KARST_OK;
     return run.Status();
@@ -186,9 +207,9 @@ karst_status karst_engine::FilterRecord(std::string_view record) {
   if (text.find('\0') != text.npos) throw Failure{KARST_ERROR_RECORD, "a NUL in a record"};
   CMARCString stream;
   stream.Open(std::string_view(text));
-  filter_.CloseAfterError();
   const karst_status status = Interpret(filter_, [&](Run& run) {
-    filter_.SafeSetVar("soutput", "");
+    filter_.CloseAfterError();
+    Set("soutput", "");
     if (filter_.RunMARCTree(&stream) == -1) throw Failure{KARST_ERROR_SCRIPT, "the filter ended with the result -1"};
     return run.Status();
   });
@@ -206,12 +227,13 @@ void karst_engine::GiveOutput() {
 
 karst_status karst_engine::FilterFile(std::string_view file) {
   NeedFilter();
-  RecordFile records(*this);
-  if (records.Open(FileName(file).c_str()) == -1) throw Failure{KARST_ERROR_FILE, Quoted("cannot read", file)};
-  filter_.CloseAfterError();
+  const std::string name = FileName(file);
   return Interpret(filter_, [&](Run& run) {
+    RecordFile records(*this);
+    if (records.Open(name.c_str()) == -1) throw Failure{KARST_ERROR_FILE, Quoted("cannot read", file)};
+    filter_.CloseAfterError();
     const int result = filter_.RunMARCTree(&records);
-    if (records.Failed()) throw Failure{KARST_ERROR_FILE, Quoted("cannot read on in", file)};
+    if (filter_.ReadFailed()) throw Failure{KARST_ERROR_FILE, Quoted("cannot read on in", file)};
     if (result == -1) throw Failure{KARST_ERROR_SCRIPT, "the filter ended with the result -1"};
     return run.Status();
   });
@@ -222,13 +244,17 @@ std::string karst_engine::VariableName(std::string_view name) const {
   return std::string(karst::SignificantName(Inside(name)));
 }
 
+void karst_engine::Set(const char* name, const char* value) {
+  if (filter_.SafeSetVar(name, value) == -1) throw std::bad_alloc();
+}
+
 karst_status karst_engine::SetVariable(std::string_view name, std::string_view value) {
   const std::string inner_name = VariableName(name);
   const std::string inner_value = Inside(value);
   if (inner_value.find('\0') != inner_value.npos) throw Failure{KARST_ERROR_ARGUMENT, "a NUL in a variable's value"};
   filter_.CloseAfterError();
   try {
-    filter_.SafeSetVar(inner_name.c_str(), inner_value.c_str());
+    Set(inner_name.c_str(), inner_value.c_str());
   } catch (const CError& error) {
     throw Failure{KARST_ERROR_SCRIPT, Outside(error.what())};
   }

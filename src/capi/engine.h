@@ -52,6 +52,7 @@ struct karst_engine {
   void NeedFilter() const;
   template <typename Body>
   auto Interpret(CScript& interpreter, Body body);
+  void Set(const char* name, const char* value);
   void GiveOutput();
   void Give(const Callback<karst_text_callback>& callback, std::string_view text) const;
   static int32_t WriteOutput(karst::FileHandle, const char* bytes, int32_t count, uint32_t);

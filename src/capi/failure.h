@@ -3,23 +3,29 @@
 
 #include <karst/karst.h>
 
+#include <exception>
+#include <new>
 #include <string>
+
+#include "capi/hosttext.h"
 
 namespace karst::capi {
 
 struct Failure {
   karst_status status;
-  std::string text;  // in the encoding of the handle; empty: the status says it all
+  // In the encoding of the handle, apart from names of files, which may be any bytes. Empty: the status says it all.
+  std::string text;
   int line = 0;
 };
 
 // What a handle keeps of its last failure.
 class LastFailure {
  public:
+  explicit LastFailure(karst_encoding encoding) : encoding_(encoding) {}
   karst_status Keep(karst_status status, std::string_view text, int line) noexcept {
     line_ = line;
     try {
-      text_ = text.empty() ? karst_status_text(status) : text;
+      text_ = ShownOutside(text.empty() ? karst_status_text(status) : text, encoding_);
     } catch (...) {
       text_.clear();
     }
@@ -29,6 +35,7 @@ class LastFailure {
   int Line() const { return line_; }
 
  private:
+  karst_encoding encoding_;
   std::string text_;
   int line_ = 0;
 };

@@ -3,7 +3,7 @@
 
 using karst::capi::Failure;
 
-karst_reader::karst_reader(karst_encoding encoding) : encoding_(encoding) {
+karst_reader::karst_reader(karst_encoding encoding) : last_failure(encoding), encoding_(encoding) {
   file_.OnSkippedRecord([this](const karst::SkippedRecord& skipped) {
     offset_ = skipped.offset;
     raw_ = skipped.bytes;

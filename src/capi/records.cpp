@@ -24,7 +24,9 @@ bool AreBad(const char* record, size_t length, const char* buffer, size_t room, 
 karst_status karst_to_iso2709(const char* record, size_t length, char* buffer, size_t room, size_t* needed) {
   if (AreBad(record, length, buffer, room, needed)) return KARST_ERROR_ARGUMENT;
   const karst::IsoLayout layout(std::string_view(record, length), karst::LocalFields::kLeftOut);
-  if (layout.Fault() != karst::IsoFault::kNone) return KARST_ERROR_RECORD;
+  // The internal form is a text, which a NUL would end.
+  const bool has_nul = length > 0 && std::memchr(record, 0, length) != nullptr;
+  if (has_nul || layout.Fault() != karst::IsoFault::kNone) return KARST_ERROR_RECORD;
   const karst_status status = AskForRoom(layout.Length(), buffer, room, needed);
   if (status == KARST_OK) layout.Write(buffer);
   return status;

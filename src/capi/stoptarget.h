@@ -14,22 +14,14 @@ class StopTarget {
   // Any thread. Nothing happens where nothing runs.
   void Stop() {
     ++callers_;
-    if (CRunable* running = running_) {
-      asked_ = true;
-      running->Stop();
-    }
+    if (CRunable* running = running_) running->Stop();
     --callers_;
   }
-  // True if the run was asked to stop, also where its beginning has withdrawn the request.
-  bool WasAsked() const { return asked_; }
 
-  // The interpreter can be stopped while the object lives.
+  // The interpreter can be stopped while the object lives, and nothing that begins in it meanwhile withdraws that.
   class Scope {
    public:
-    Scope(StopTarget& target, CRunable& running) : target_(target) {
-      target_.asked_ = false;
-      target_.running_ = &running;
-    }
+    Scope(StopTarget& target, CRunable& running) : target_(target), held_(running) { target_.running_ = &running; }
     Scope(const Scope&) = delete;
     Scope& operator=(const Scope&) = delete;
     // Waits for a request that still holds the interpreter: a few instructions of another thread.
@@ -40,12 +32,12 @@ class StopTarget {
 
    private:
     StopTarget& target_;
+    const CRunable::StopsHeld held_;
   };
 
  private:
   std::atomic<CRunable*> running_{nullptr};
   std::atomic<int> callers_{0};
-  std::atomic<bool> asked_{false};
   static_assert(std::atomic<CRunable*>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
 };
 

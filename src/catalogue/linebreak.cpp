@@ -1,11 +1,10 @@
 // LineBreak: puts line breaks into a text that may hold markup.
 #include <cstdint>
-#include <new>
 
 #include "builtins/args.h"
-#include "builtins/partmatcher.h"
 #include "builtins/table.h"
 #include "platform/mbtext.h"
+#include "platform/partmatcher.h"
 
 namespace karst::builtin {
 namespace {
@@ -127,12 +126,8 @@ void LineBreak(CFuncArray* self, int argc, int first, CValue* result) {
   const std::string_view line_break = args.Text(3).view();
   const std::string_view pair = args.Text(4).view();
   WorkText broken(self);
-  try {
-    result->SetVal(LineBreaker(text, width, line_break, pair, *broken).Run());
-    args.SetText(1, broken->view());
-  } catch (const std::bad_alloc&) {
-    self->halt("mem low...");
-  }
+  result->SetVal(LineBreaker(text, width, line_break, pair, *broken).Run());
+  args.SetText(1, broken->view());
 }
 
 }  // namespace karst::builtin

@@ -2,7 +2,6 @@
 // library's affair alone.
 #include <algorithm>
 #include <cstring>
-#include <new>
 
 #include "builtins/args.h"
 #include "builtins/table.h"
@@ -20,17 +19,12 @@ constexpr size_t kRoom = 100000;
 // SPEED: no item is longer than the text that it stands in, and no text grows by more than what is put in and two end
 // marks. So the library never sees that the room is less than kRoom.
 struct WorkingBuffer {
-  WorkingBuffer(CFuncArray* self, size_t wanted) : work(self), size(static_cast<int>(std::min(wanted, kRoom))) {
-    try {
-      bytes = work->Extend(static_cast<size_t>(size));
-    } catch (const std::bad_alloc&) {
-      self->halt("mem low...");
-    }
-  }
+  WorkingBuffer(CFuncArray* self, size_t wanted)
+      : work(self), size(static_cast<int>(std::min(wanted, kRoom))), bytes(work->Extend(static_cast<size_t>(size))) {}
 
   WorkText work;
   int size;
-  char* bytes = nullptr;
+  char* bytes;
 };
 
 // Runs a reading function of the library over `text`; what it finds goes to argument `target`.

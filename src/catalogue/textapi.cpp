@@ -1,6 +1,5 @@
 // The built-ins that edit and test texts, among them URLs and HTML. A variable is assigned to only if its text changes.
 #include <algorithm>
-#include <new>
 
 #include "builtins/args.h"
 #include "builtins/table.h"
@@ -8,6 +7,7 @@
 #include "outside/zebutil.h"
 #include "platform/characterset.h"
 #include "platform/mbtext.h"
+#include "platform/partmatcher.h"
 #include "platform/percent.h"
 
 namespace {
@@ -21,14 +21,13 @@ bool IsEscapedInUrl(char byte) {
 }
 
 // Puts `text` with every `old_part` replaced into `target`, and gives how many there were. Without one, `target` stays.
-int ReplaceParts(const CString& text, const CString& old_part, const CString& new_part, CString& target) {
-  if (old_part.IsEmpty()) return 0;
+int ReplaceParts(std::string_view text, std::string_view old_part, std::string_view new_part, CString& target) {
+  if (old_part.empty()) return 0;
   int count = 0;
-  const char* rest = text;
-  for (const char* hit; (hit = _mbsstr(rest, old_part)) != nullptr; ++count) {
-    target += std::string_view(rest, static_cast<size_t>(hit - rest));
-    target += new_part.view();
-    rest = hit + old_part.size();
+  std::string_view rest = text;
+  for (size_t at; (at = karst::FindByCharacters(rest, old_part)) != std::string_view::npos; ++count) {
+    (target += rest.substr(0, at)) += new_part;
+    rest.remove_prefix(at + old_part.size());
   }
   if (count != 0) target += rest;
   return count;
@@ -48,6 +47,15 @@ bool Canonicalize(std::string_view url, CString& target) {
   return changed;
 }
 
+// The place of hit number `index` of `wanted`, from 0, or npos. Hits may overlap.
+size_t FindHit(std::string_view text, std::string_view wanted, int index) {
+  karst::PartMatcher matcher(wanted, karst::PartMatcher::Case::kExact);
+  for (size_t end = 0; end < text.size(); ++end) {
+    if (matcher.Take(text[end]) && index-- == 0) return end + 1 - wanted.size();
+  }
+  return std::string_view::npos;
+}
+
 // Takes parameter `index` of that name out of the query. False, with the URL unchanged, if there is none.
 bool RemoveParameter(CString& url, int index, const CString& name) {
   if (index < 0) return false;
@@ -56,8 +64,7 @@ bool RemoveParameter(CString& url, int index, const CString& name) {
   if (has_query) url.data()[question] = '&';
   CString wanted("&");
   if (!name.IsEmpty()) (wanted += name.view()) += '=';
-  size_t start = url.view().find(wanted.view());
-  for (; index > 0 && start != std::string_view::npos; --index) start = url.view().find(wanted.view(), start + 1);
+  size_t start = FindHit(url.view(), wanted.view(), index);
   size_t end = start == std::string_view::npos ? start : url.view().find('&', start + 1);
   if (has_query) url.data()[question] = '?';
   if (start == std::string_view::npos) return false;
@@ -105,12 +112,7 @@ void StrReplace(CFuncArray* self, int argc, int first, CValue* result) {
   const CString& old_part = args.Text(2);
   const CString& new_part = args.Text(3);
   WorkText replaced(self);
-  int count = 0;
-  try {
-    count = ReplaceParts(text, old_part, new_part, *replaced);
-  } catch (const std::bad_alloc&) {
-    self->halt("mem low...");
-  }
+  const int count = ReplaceParts(text.view(), old_part.view(), new_part.view(), *replaced);
   if (count != 0) args.SetText(1, replaced->view());
   result->SetVal(count);
 }

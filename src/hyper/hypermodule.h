@@ -36,6 +36,6 @@ KARST_API std::shared_ptr<HyperModule> MakeMemoryModule();
 // What an interpreter object gets when its script opens a window and its host has given it no module. An empty maker
 // stands for MakeMemoryModule, which is also what holds at first. From any thread.
 KARST_API void SetHyperModuleMaker(HyperModuleMaker maker);
-std::shared_ptr<HyperModule> MakeHyperModule();
+KARST_API std::shared_ptr<HyperModule> MakeHyperModule();
 
 }  // namespace karst

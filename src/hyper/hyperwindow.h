@@ -36,14 +36,14 @@ class HyperModule;
 using HyperWindowMap = std::map<uint16_t, std::unique_ptr<CHyperWindow>>;
 
 // The window behind a handle that can be talked to, or null.
-CHyperWindow* FindHyperWindow(const HyperWindowMap& windows, int32_t handle);
+KARST_API CHyperWindow* FindHyperWindow(const HyperWindowMap& windows, int32_t handle);
 
 // Creates the frame and control of `window` and shows the file there. Where that cannot be done the window stays
 // without a frame.
-void ShowHyperWindow(HyperModule& module, CHyperWindow& window, const char* file);
+KARST_API void ShowHyperWindow(HyperModule& module, CHyperWindow& window, const char* file);
 
 // Waits until the window gets a command or is closed, dispatching what comes for any window meanwhile. `goes_on` is
 // asked between two waits and at the end; false if it ended the waiting, and then the window may be gone.
-bool WaitForCommand(WindowSystem& system, CHyperWindow& window, const std::function<bool()>& goes_on);
+KARST_API bool WaitForCommand(WindowSystem& system, CHyperWindow& window, const std::function<bool()>& goes_on);
 
 }  // namespace karst

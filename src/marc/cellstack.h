@@ -67,6 +67,6 @@ inline bool IsCell(const CCell* cell, CellType type) { return cell && cell->nTyp
 inline CCell* FirstChildInTree(const CCell* cell) { return cell->nType == kCellChain ? nullptr : cell->pFirstChild; }
 
 // The cell behind `cell` in a walk over a whole tree, parents before children; null at the end.
-CCell* NextInTree(const CCell* cell);
+KARST_API CCell* NextInTree(const CCell* cell);
 
 }  // namespace karst

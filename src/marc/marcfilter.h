@@ -37,13 +37,23 @@ class KARST_API CMARCFilter : public CMARCTree {
   CMARCFilter& operator=(const CMARCFilter&) = delete;
   ~CMARCFilter() override = default;
 
-  // Loads the filter file and builds its tree. With bit 0 of `nFlags` the variable "HyperFn" is set to "stdout", the
-  // host's output stream. 0, or -1 with `strError` set: "\r\n第%d行: %s (位于%s)" for a fault of the filter.
+  // Loads the filter file, in the place of the filter that is loaded, and builds its tree. With bit 0 of `nFlags` the
+  // variable "HyperFn" is set to "stdout", the host's output stream. 0, or -1 with `strError` set: "\r\n第%d行: %s
+  // (位于%s)" for a fault of the filter. After -1, to which a stop request during the call leads too, no filter is
+  // loaded: not the one from before either.
+  //
+  // The object keeps the code of the file that it read last, also where the filter in it was refused: the same name
+  // again serves that code, and the file is not read. A host that offers to load a corrected file calls ClearCodeCatch
+  // before LoadFilterFile.
   int LoadFilterFile(const char* lpszFltFile, CString& strError, int nFlags);
   // Runs the tree over one record in the internal form. 0, or -1 with `strError` set: "第%d行: %s (位于%s)" for a
-  // script error.
+  // script error, "CMARCTree::RunMARCTree(CMARCStream *) error..." where no filter is loaded or the filter ended with
+  // -1.
+  // An allocation that failed is a script error too, "mem low...": nothing passes but what a host's own callbacks
+  // throw.
   int FilterOneRecord(const CString& strRecord, CString& strError);
 
  private:
-  CString DescribeError(const CError& error);
+  int LoadAndBuild(const char* lpszFltFile, CString& strError, int nFlags);
+  int Refuse(const char* lead, const char* text, int line, CString& error_text);
 };

@@ -18,10 +18,13 @@ class KARST_API CMARCFLT {
   CMARCFLT& operator=(const CMARCFLT&) = delete;
   virtual ~CMARCFLT();
 
-  // Loads the filter file and builds its tree. 0, or -1 after a message box. A fault of the filter is a CError.
+  // Loads the filter file, in the place of the filter that is loaded, and builds its tree. 0, or -1 after a message
+  // box. A fault of the filter is a CError, and so is an allocation that failed. After either no filter is loaded, and
+  // Run gives -1. A file that was read last, and has been corrected since, is read again after
+  // m_pTree->ClearCodeCatch() alone (see marcfilter.h).
   int Initial(const char* lpszFltFile);
   // Runs the tree over one record in the internal form, with the variable "soutput" emptied first and handed back in
-  // `strOutput`. 0, or -1 after message boxes; `strOutput` is then as it was.
+  // `strOutput`. 0, or -1 after message boxes, also for an allocation that failed; `strOutput` is then as it was.
   int Run(const CString& strRecord, CString& strOutput);
   // Runs the tree over one record, with the variable "HyperFn" set to the name of the file to write to. 0 or -1.
   int Run(const CString& strRecord, const char* lpszHyperFn);
@@ -46,5 +49,6 @@ class KARST_API CMARCFLT {
 
  private:
   void SetVariable(const char* name, const char* value);
-  bool RunOverRecord(const CString& record, const char* variable, const char* value);
+  int ReportFailure(const char* text, int line);
+  int RunOverRecord(const CString& record, const char* variable, const char* value);
 };

@@ -10,7 +10,9 @@
 
 // Runs a filter file over a file of records. Both names are GBK; `hWnd` is the host's output control or null. -1 on
 // failure (after "\r\n第%d行: %s" on the host's output where a script error was the cause), else the last stage's
-// result, 0 after a full run.
+// result, 0 after a full run. A file of records that cannot be read to its end is a failure too: the filter runs over
+// the records that came, its Final code included; then "\r\n文件'%s'读取失败, 只读到%d条记录..." is written, and the
+// result is -1.
 KARST_API int RunKarstMARCTree(const char* lpszFltFile, const char* lpszMARCFile, HWND hWnd);
 
 namespace karst {
@@ -28,7 +30,7 @@ class KARST_API CMARCTree : public CScript {
   // anew, and until then every run of a piece is refused by halt.
   //
   // 0, the value of a "stop" met between blocks, or -1 (with a message on the host's output) if no code is loaded. A
-  // fault of the filter is a CError. A stop request ends the building early, with 0.
+  // fault of the filter is a CError. A stop request ends the building early, with 0. After either there is no tree.
   int BuildMARCTree();
   // Hangs a cell, which the tree owns from here on, under the newest cell of m_CellStack, or at top level.
   int JointToTree(CCell* cell);
@@ -95,10 +97,13 @@ class KARST_API CMARCTree : public CScript {
   int InitialEnvVars();
   int EndEnvVars();
 
-  // Whole runs of the built tree. Each clears the match counts, withdraws a stop request and, at a normal end, drops
-  // the variables that the run added. 0; -1 for a null argument, without a tree (with a message on the host's output)
-  // or when the source cannot be opened. A filter without a Record block is run by the old-style twin, in which -1 is
-  // also what a "stop -1" gives, and a file that cannot be opened is a CError.
+  // Whole runs of the built tree. Each clears the match counts, withdraws a stop request that was there when it was
+  // called and, at a normal end, drops the variables that the run added. 0; -1 for a null argument, without a tree
+  // (with a message on the host's output) or when the source cannot be opened. A filter without a Record block is run
+  // by the old-style twin, in which -1 is also what a "stop -1" gives, and a file that cannot be opened is a CError.
+  //
+  // The result says nothing of how the records ended: a source that fails ends them as its end does, the Final code
+  // runs, and the result is 0. ReadFailed says which it was.
   int RunWholeTree(const char* lpszMARCFile);
   int RunMARCTree(CMARCStream* stream);
   int RunWholeTreeOldStyle(const char* lpszMARCFile);
@@ -110,6 +115,9 @@ class KARST_API CMARCTree : public CScript {
   // for no further run.
   CCell* RunUntilRecords();
   void RunBehindRecords();
+  // True if the last run's records ended because they could not be read on (NextRecord gave -1) and not because there
+  // were no more.
+  bool ReadFailed() const { return read_failed_; }
   // The piece's result; -1 is told on the host's output.
   int RunRootStart(CCell* cell);
   // The piece's result.
@@ -151,7 +159,11 @@ class KARST_API CMARCTree : public CScript {
   const CMARCFile* RecordFile() const { return record_file_.get(); }
 
  private:
+  friend class karst::RecordWalk;
+
   // Steps of the building.
+  int BuildCells();
+  void DropTree();
   CCell* AddCell(karst::CellType type, const char* name, const char* no_memory);
   void ReadPattern(CCell* cell, size_t kept, const char* refusal);
   void ReadBlockName(CCell* cell, const char* refusal, const char* too_long);
@@ -163,6 +175,9 @@ class KARST_API CMARCTree : public CScript {
   void RefuseStaleTree();
   bool HasTree();
   void StartRun();
+  void CloseRun();
+  int TakeRecord(CMARCStream* stream, CString& record);
+  void EndRecord(int frames);
   bool MakeRecordFile(const char* no_memory);
   bool OpenRecordFile(const char* name);
   void ReportProgress(const CMARCStream* stream);
@@ -176,6 +191,8 @@ class KARST_API CMARCTree : public CScript {
   std::unique_ptr<karst::RecordWalk> walk_;
   uint32_t built_generation_ = 0;  // the code that the tree was built from
   int variables_before_ = 0;       // the size of the table when the run began
+  int frames_before_ = 0;          // and its open frames
+  bool read_failed_ = false;
   std::unique_ptr<CMARCFile> record_file_;
   karst::SkippedRecordHandler skipped_handler_;
 };

@@ -47,19 +47,38 @@ CMARCTree::CMARCTree() : walk_(std::make_unique<karst::RecordWalk>(*this, Store(
 
 CMARCTree::~CMARCTree() { FreeAllCellOnTree(); }
 
-int CMARCTree::BuildMARCTree() {
+int CMARCTree::BuildMARCTree() try {
   m_CellStack.EmptyStack();
   if (!lpCodeBuffer) {
     eprintf("\r\n.flt代码尚未装入... ");
     return -1;
   }
+  const StopsHeld held(*this);
   FreeAllCellOnTree();
   built_generation_ = code_generation_;
-  lpProg = lpCodeBuffer;
+  try {
+    const int result = BuildCells();
+    if (IsStop()) DropTree();
+    return result;
+  } catch (...) {
+    DropTree();
+    throw;
+  }
+} catch (const std::bad_alloc&) {
+  HaltForMemory();
+}
+
+// Half a tree is none: it would run without what the rest of the filter says.
+void CMARCTree::DropTree() {
+  FreeAllCellOnTree();
+  m_CellStack.EmptyStack();
+}
+
+int CMARCTree::BuildCells() {
+  ResetCodeStartPos();
   nTok = 0;
   DoRoot();
-  Initial();
-  Begin();
+  if (!BeginUnlessStopped()) return 0;
   int record_count = 0;
   bool ended = false;
   do {
@@ -152,7 +171,7 @@ int CMARCTree::PrepareChainTarget() {
 
 CCell* CMARCTree::AddCell(CellType type, const char* name, const char* no_memory) {
   CCell* cell = new (std::nothrow) CCell(type);
-  if (!cell) halt("%s", no_memory);
+  if (!cell) HaltForMemory(no_memory);
   SetName(cell, name, sizeof cell->szName - 1);
   JointToTree(cell);
   m_pcurcell = cell;

@@ -27,7 +27,7 @@ int LevelOf(const CCell* cell) {
 }  // namespace
 
 int CMARCTree::DumpMARCTree() {
-  eprintf("\r\n*********** dump MARC Tree ******************");
+  MustBeTold(eprintf("\r\n*********** dump MARC Tree ******************"));
   if (!m_pheadcell) {
     eprintf("\r\nMARC TREE not initialized ...");
     return -1;
@@ -42,26 +42,31 @@ int CMARCTree::DumpMARCTree() {
     const int level = LevelOf(cell);
     const int blanks = std::min(level, (kIndentMemory - 1) / kIndentPerLevel) * kIndentPerLevel;
     indent[static_cast<size_t>(std::fill_n(indent.get(), blanks, ' ') - indent.get())] = 0;
-    eprintf("\r\n %s %s \"%s\"                层[%d] ", indent.get(), TypeWord(cell->nType), cell->szName, level);
-    eprintf(" codelen[%d]", cell->nCodeLen);
+    MustBeTold(
+        eprintf("\r\n %s %s \"%s\"                层[%d] ", indent.get(), TypeWord(cell->nType), cell->szName, level));
+    MustBeTold(eprintf(" codelen[%d]", cell->nCodeLen));
     ++count;
   }
-  eprintf("\r\n****** end of dump . cell count[%d]********", count);
+  MustBeTold(eprintf("\r\n****** end of dump . cell count[%d]********", count));
   return 0;
 }
 
-int CMARCTree::DumpPicesCode(CCell* cell) {
+int CMARCTree::DumpPicesCode(CCell* cell) try {
   if (!cell) return -1;
   const CString shown(cell->lpCode, static_cast<size_t>(std::clamp(cell->nCodeLen, 0, kLongestPieceShown)));
-  eprintf("\r\n******** dump pices code begin *******");
-  eprintf("\r\ncode[%s]", shown.c_str());
-  eprintf("\r\n******** dump pices code end *******");
+  MustBeTold(eprintf("\r\n******** dump pices code begin *******"));
+  MustBeTold(eprintf("\r\ncode[%s]", shown.c_str()));
+  MustBeTold(eprintf("\r\n******** dump pices code end *******"));
   return 0;
+} catch (const std::bad_alloc&) {
+  return -1;
 }
 
-int CMARCTree::DumpPicesCode(CCell* cell, const char* lpszFileName) {
+int CMARCTree::DumpPicesCode(CCell* cell, const char* lpszFileName) try {
   if (!cell || !lpszFileName) return -1;
   if (cell->nCodeLen <= 0) return 0;
   karst::DeleteFile(lpszFileName);
   return DumpCode(lpszFileName, cell->lpCode, cell->nCodeLen);
+} catch (const std::bad_alloc&) {
+  HaltForMemory(kNoDumpMemory);
 }

@@ -12,6 +12,7 @@ namespace {
 // What a stream's NextRecord gives, as far as a run goes on.
 constexpr int kRecordCame = 0;
 constexpr int kRecordPassedOver = 2;
+constexpr int kReadFailed = -1;
 
 // Closes a run's record file, whichever way the run ends.
 class FileCloser {
@@ -37,6 +38,12 @@ class RunInTable {
   CVarArray& table_;
 };
 
+// The run has ended as if the file had; its own result does not say that records may be missing.
+int RefusePart(CMARCTree& tree, const char* record_file) {
+  tree.eprintf("\r\n文件'%s'读取失败, 只读到%d条记录...", record_file, tree.m_nRecordCount);
+  return -1;
+}
+
 // Loads, builds and runs, each stage if the one before did not fail and nobody asked for a stop.
 int RunStages(CMARCTree& tree, const char* filter_file, const char* record_file) {
   int result = tree.ReadCodeFromFile(filter_file, 0);
@@ -44,27 +51,29 @@ int RunStages(CMARCTree& tree, const char* filter_file, const char* record_file)
   if (result == -1 || tree.IsStop()) return result;
   result = tree.BuildMARCTree();
   if (result == -1 || tree.IsStop()) return result;
-  return tree.RunWholeTree(record_file);
+  result = tree.RunWholeTree(record_file);
+  return tree.ReadFailed() ? RefusePart(tree, record_file) : result;
 }
 
 }  // namespace
 
 int RunKarstMARCTree(const char* lpszFltFile, const char* lpszMARCFile, HWND hWnd) {
-  const auto tree = std::make_unique<CMARCTree>();
-  tree->Initial();
-  tree->hWnd = hWnd;
-  const auto report = [&tree](const char* text) {
-    tree->eprintf("\r\n第%d行: %s", tree->GetCurLineNumber(), text);
-    return -1;
-  };
+  std::unique_ptr<CMARCTree> tree;
+  const auto report = [hWnd](const char* text, int line) { return karst::TellRunFailed(hWnd, line, text); };
+  const auto line = [&tree] { return tree ? tree->GetCurLineNumber() : 1; };
   try {
+    tree = std::make_unique<CMARCTree>();
+    tree->Initial();
+    tree->hWnd = hWnd;
     return RunStages(*tree, lpszFltFile, lpszMARCFile);
   } catch (const CError& error) {
-    return report(error.what());
+    return report(error.what(), tree->LineOf(error));
   } catch (const char* text) {
-    return report(text);
+    return report(text, line());
+  } catch (const std::bad_alloc&) {
+    return report(karst::MemoryError::kText, line());
   } catch (...) {
-    return report("未知错误...");
+    return report("未知错误...", line());
   }
 }
 
@@ -78,6 +87,7 @@ int CMARCTree::CloseAfterError() {
 }
 
 int CMARCTree::RunOneOfMany(CMARCStream* stream) {
+  const StopsHeld held(*this);
   // What one error left can be so much that nothing would run beside it: a script that filled the table, say.
   if (m_Cells.size() > kMostCells / 2) CloseAfterError();
   // An open call counts as a frame but has no mark.
@@ -99,19 +109,31 @@ bool CMARCTree::HasTree() {
   return m_pheadcell != nullptr;
 }
 
-// A stop request of the run before is withdrawn first: it would keep the counts from being cleared.
+// A run that was stopped by now does nothing from here on: each of its steps asks.
 void CMARCTree::StartRun() {
-  Initial();
+  variables_before_ = static_cast<int>(m_Cells.size());
+  frames_before_ = m_nBeginCount;
+  read_failed_ = false;
   ClearAllDupCountOnTree();
   lpProg = lpCodeBuffer;
   m_CellStack.EmptyStack();
-  Begin();
+  BeginUnlessStopped();
+}
+
+void CMARCTree::CloseRun() {
+  End();
+  if (IsStop()) CloseFrames(frames_before_);
+  ClearSomeVars(variables_before_);
 }
 
 // Makes the file of this run. False, with a message, without memory.
 bool CMARCTree::MakeRecordFile(const char* no_memory) {
-  record_file_.reset(new (std::nothrow) CMARCFile);
-  if (!record_file_) eprintf("%s", no_memory);
+  record_file_.reset();
+  try {
+    record_file_ = std::make_unique<CMARCFile>();
+  } catch (const std::bad_alloc&) {
+    eprintf("%s", no_memory);
+  }
   return record_file_ != nullptr;
 }
 
@@ -131,20 +153,41 @@ void CMARCTree::ReportProgress(const CMARCStream* stream) {
   if (m_pfnProgress) m_pfnProgress(m_pProgressArg);
 }
 
+int CMARCTree::TakeRecord(CMARCStream* stream, CString& record) {
+  const int came = stream->NextRecord(record);
+  read_failed_ = came == kReadFailed;
+  return came;
+}
+
+// A piece that a stop request cut short has left frames open in that of its record.
+void CMARCTree::EndRecord(int frames) {
+  if (IsStop()) {
+    CloseFrames(frames);
+  } else {
+    EndRecordVars();
+  }
+}
+
 // The present style.
 
-int CMARCTree::RunWholeTree(const char* lpszMARCFile) {
+int CMARCTree::RunWholeTree(const char* lpszMARCFile) try {
+  const StopsHeld held(*this);
   if (m_bOldStyle) return RunWholeTreeOldStyle(lpszMARCFile);
   if (!lpszMARCFile || !HasTree()) return -1;
   if (!MakeRecordFile("\r\nCMARCFile对象建立失败!") || !OpenRecordFile(lpszMARCFile)) return -1;
   const FileCloser closer(*record_file_);
   return RunTopLevel(record_file_.get());
+} catch (const std::bad_alloc&) {
+  HaltForMemory();
 }
 
-int CMARCTree::RunMARCTree(CMARCStream* stream) {
+int CMARCTree::RunMARCTree(CMARCStream* stream) try {
+  const StopsHeld held(*this);
   if (m_bOldStyle) return RunMARCTreeOldStyle(stream);
   if (!stream || !HasTree()) return -1;
   return RunTopLevel(stream);
+} catch (const std::bad_alloc&) {
+  HaltForMemory();
 }
 
 int CMARCTree::RunTopLevel(CMARCStream* stream) {
@@ -154,22 +197,25 @@ int CMARCTree::RunTopLevel(CMARCStream* stream) {
   return 0;
 }
 
-CCell* CMARCTree::RunUntilRecords() {
-  variables_before_ = static_cast<int>(m_Cells.size());
+CCell* CMARCTree::RunUntilRecords() try {
+  const StopsHeld held(*this);
   StartRun();
   for (CCell* cell = m_pheadcell; cell && !IsStop(); cell = cell->pNext) {
     if (cell->nType == karst::kCellRecord) return cell;
     RunTopLevelCell(cell);
   }
   return nullptr;
+} catch (const std::bad_alloc&) {
+  HaltForMemory();
 }
 
-void CMARCTree::RunBehindRecords() {
+void CMARCTree::RunBehindRecords() try {
   CCell* cell = m_pheadcell;
   while (cell && cell->nType != karst::kCellRecord) cell = cell->pNext;
   for (; cell && !IsStop(); cell = cell->pNext) RunTopLevelCell(cell);
-  End();
-  ClearSomeVars(variables_before_);
+  CloseRun();
+} catch (const std::bad_alloc&) {
+  HaltForMemory();
 }
 
 void CMARCTree::RunTopLevelCell(CCell* cell) {
@@ -179,28 +225,31 @@ void CMARCTree::RunTopLevelCell(CCell* cell) {
 
 int CMARCTree::RunRootStart(CCell* cell) {
   const int result = RunPicesCode(cell);
-  if (result == -1) eprintf("\r\nRun Root Start return -1...");
+  if (result == -1) MustBeTold(eprintf("\r\nRun Root Start return -1..."));
   return result;
 }
 
 int CMARCTree::RunRootFinal(CCell* cell) { return RunPicesCode(cell); }
 
-int CMARCTree::RunRecord(CCell* first, CMARCStream* stream) {
+int CMARCTree::RunRecord(CCell* first, CMARCStream* stream) try {
   if (!first || !stream) return -1;
   m_nRecordCount = 0;
-  Begin();
+  read_failed_ = false;
   int result = -1;
+  if (!BeginUnlessStopped()) return result;
   CString text;
   for (;;) {
     ReportProgress(stream);
     if (IsStop()) break;
-    result = stream->NextRecord(text);
+    result = TakeRecord(stream, text);
     if (result == kRecordPassedOver) continue;
     if (result != kRecordCame || !RunRecordCells(first, stream->GetCurRec(), result)) break;
     ++m_nRecordCount;
   }
   End();
   return result;
+} catch (const std::bad_alloc&) {
+  HaltForMemory();
 }
 
 // Runs the Record cells that stand in a row. False, with the loop's result in `result`, if the record loop is over.
@@ -208,9 +257,10 @@ bool CMARCTree::RunRecordCells(CCell* first, const char* record, int& result) {
   CCell* cell = first;
   do {
     if (IsStop()) return false;
+    const int frames = m_nBeginCount;
     InitialRecordVars(record);
     const bool failed = !RunRecordCell(cell, record, result);
-    EndRecordVars();
+    EndRecord(frames);
     if (failed) {
       result = -1;
       return false;
@@ -231,22 +281,27 @@ bool CMARCTree::RunRecordCell(CCell* cell, const char* record, int& result) {
 
 // The old style.
 
-int CMARCTree::RunWholeTreeOldStyle(const char* lpszMARCFile) {
+int CMARCTree::RunWholeTreeOldStyle(const char* lpszMARCFile) try {
+  const StopsHeld held(*this);
   if (!lpszMARCFile || !HasTree()) return -1;
   if (!MakeRecordFile("\r\nCMARC对象建立失败!")) return -1;
   if (!OpenRecordFile(lpszMARCFile)) halt("文件'%s'打开失败...", lpszMARCFile);
   const FileCloser closer(*record_file_);
   return RunOldStyle(record_file_.get(), true);
+} catch (const std::bad_alloc&) {
+  HaltForMemory();
 }
 
-int CMARCTree::RunMARCTreeOldStyle(CMARCStream* stream) {
+int CMARCTree::RunMARCTreeOldStyle(CMARCStream* stream) try {
+  const StopsHeld held(*this);
   if (!stream || !HasTree()) return -1;
   return RunOldStyle(stream, false);
+} catch (const std::bad_alloc&) {
+  HaltForMemory();
 }
 
 int CMARCTree::RunOldStyle(CMARCStream* stream, bool reporting) {
   const RunInTable run(*this);
-  const int variables_before = static_cast<int>(m_Cells.size());
   StartRun();
   m_nRecordCount = 0;
   int result = 0;
@@ -254,18 +309,18 @@ int CMARCTree::RunOldStyle(CMARCStream* stream, bool reporting) {
   for (;;) {
     if (reporting) ReportProgress(stream);
     if (IsStop()) break;
-    const int came = stream->NextRecord(text);
+    const int came = TakeRecord(stream, text);
     if (came == kRecordPassedOver) continue;
     if (came != kRecordCame) break;
     const char* record = stream->GetCurRec();
+    const int frames = m_nBeginCount;
     InitialRecordVars(record);
     result = RunOldStyleRecord(record);
-    EndRecordVars();
+    EndRecord(frames);
     if (result == -1) break;
     ++m_nRecordCount;
   }
-  End();
-  ClearSomeVars(variables_before);
+  CloseRun();
   return result;
 }
 

@@ -187,8 +187,21 @@ int RecordWalk::RunPiece(CCell* cell) {
   return result == kWalkLeft || result == kWalkFailed ? result : kWalkDone;
 }
 
+// A head that a stop request cut short counts as left: what belongs to it, such as the brace that closes its scope,
+// must not run either.
+int RecordWalk::RunHead(CCell* cell) {
+  const int result = RunPiece(cell);
+  return result == kWalkDone && state_.IsStop() ? kWalkLeft : result;
+}
+
 int RecordWalk::RunClosingCode(const CCell* parent) {
   return IsCell(parent->pLastChild, kCellFinal) ? RunPiece(parent->pLastChild) : kWalkDone;
+}
+
+inline void RecordWalk::EndLevel(int depth) {
+  if (!state_.IsStop()) [[likely]]
+    return CloseFrame();
+  tree_.CloseFrames(depth);
 }
 
 inline void RecordWalk::CountMatch(CCell* cell, NameSlot& dup_name) { SetInt(dup_name, ++cell->nDupCount); }
@@ -199,10 +212,11 @@ int RecordWalk::OverFields(std::string_view text, bool nested, CCell* first) {
   if (!IsCell(first, kCellField)) return kWalkFailed;
   const LevelGuard level(*this);
   if (!nested) tree_.m_nIndicatorLen = kIndicatorLength;
+  const int depth = table_.m_nBeginCount;
   OpenMiddleFrame();
   int result = nested ? kWalkDone : OverRecordHeader(text, first);
-  if (result != kWalkFailed) result = OverEachField(text, nested, first);
-  CloseFrame();
+  if (result != kWalkFailed && !state_.IsStop()) result = OverEachField(text, nested, first);
+  EndLevel(depth);
   if (result == kWalkFailed) return kWalkFailed;
   ClearCounts(first, kCellField);
   return kWalkDone;
@@ -216,48 +230,51 @@ int RecordWalk::OverRecordHeader(std::string_view record, CCell* first) {
 }
 
 int RecordWalk::OverHeader(std::string_view header, std::optional<std::string_view> next, CCell* first) {
+  const int depth = table_.m_nBeginCount;
   OpenFieldFrame({kHeaderTag, {}, Clipped(header)});
   SetNeighbours({}, next);
   int result = kWalkDone;
   for (CCell* cell = first; IsCell(cell, kCellField) && result == kWalkDone; cell = cell->pNext) {
     if (!Tag(kHeaderTag).Matches(*cell)) continue;
     CountMatch(cell, names_.field_dup);
-    result = RunPiece(cell);
+    result = RunHead(cell);
     if (result == kWalkDone) result = RunClosingCode(cell);
   }
-  CloseFrame();
+  EndLevel(depth);
   return result;
 }
 
 // SPEED: a field that no cell matches gets no frame, since no code would see it; and a frame that the code of one field
 // left as it was made serves the next.
 int RecordWalk::OverEachField(std::string_view text, bool nested, CCell* first) {
-  state_.Begin();
+  const int depth = table_.m_nBeginCount;
   FieldCursor cursor = nested ? FieldCursor::OverEmbedded(text) : FieldCursor::OverRecord(text);
   Announcer<FieldPlace> announcer(*this);
   FieldPlace place;
   std::string_view field;
   int result = kWalkDone;
   bool frame_stands = false;
+  bool frame_fits = FieldFrameFits();  // SPEED: only where code has run is the table another
   for (; result != kWalkFailed && !state_.IsStop() && cursor.Next(field); ++place.index) {
     if (!nested) place.next = cursor.FollowingTag();
     const bool matched = Tag(field).MatchesAny(first);
     if (frame_stands && !matched) {
-      CloseFrame();
+      EndLevel(depth);
       frame_stands = false;
+      frame_fits = FieldFrameFits();
     }
-    if (!matched && FieldFrameFits()) {
+    if (!matched && frame_fits) {
       announcer.InPassing(place);
     } else {
       announcer.AheadOfCode(place);
       const std::string_view shown = Clipped(field);
-      result = OverNextField(shown, first, frame_stands);
+      result = OverNextField(shown, first, depth, frame_stands);
+      frame_fits = FieldFrameFits();
     }
     place.prev = field.substr(0, kTagLength);
   }
-  if (frame_stands) CloseFrame();
+  if (frame_stands) EndLevel(depth);
   announcer.Finish();
-  state_.End();
   return result;
 }
 
@@ -275,15 +292,16 @@ void RecordWalk::SetNeighbours(std::string_view prev, std::optional<std::string_
 bool RecordWalk::FieldFrameFits() const { return table_.m_Cells.size() + kFieldFrameCells <= CVarArray::kMostCells; }
 
 int RecordWalk::OverField(std::string_view field, size_t length, std::string_view items, CCell* first) {
+  const int depth = table_.m_nBeginCount;
   OpenFieldFrame(PartsOf(field, length));
   const int result = RunFieldCells(field, items, first);
-  CloseFrame();
+  EndLevel(depth);
   return result;
 }
 
-// One field of a record. `frame_stands` tells whether the frame of the field before is still open, and is told of this
-// one's.
-int RecordWalk::OverNextField(std::string_view field, CCell* first, bool& frame_stands) {
+// One field of a record. `frame_stands` says whether the frame of the field before is still open, and afterwards
+// whether this one's is. Below them are `depth` frames.
+int RecordWalk::OverNextField(std::string_view field, CCell* first, int depth, bool& frame_stands) {
   const FieldParts parts = PartsOf(field, field.size());
   const size_t frame = table_.m_Cells.size() - (frame_stands ? kFieldFrameCells : 0);
   if (frame_stands) {
@@ -293,18 +311,16 @@ int RecordWalk::OverNextField(std::string_view field, CCell* first, bool& frame_
   }
   const int result = RunFieldCells(field, field, first);
   frame_stands = result == kWalkDone && FieldFrameStands(frame);
-  if (!frame_stands) CloseFrame();
+  if (!frame_stands) EndLevel(depth);
   return result;
 }
 
 int RecordWalk::RunFieldCells(std::string_view field, std::string_view items, CCell* first) {
   const Tag tag(field);
-  state_.Begin();
   int result = kWalkDone;
   for (CCell* cell = first; IsCell(cell, kCellField) && !state_.IsStop() && result == kWalkDone; cell = cell->pNext) {
     if (tag.Matches(*cell)) result = RunFieldCell(items, cell);
   }
-  state_.End();
   return result;
 }
 
@@ -342,7 +358,7 @@ FieldParts RecordWalk::PartsOf(std::string_view field, size_t length) const {
 
 int RecordWalk::RunFieldCell(std::string_view items, CCell* cell) {
   CountMatch(cell, names_.field_dup);
-  if (const int result = RunPiece(cell); result != kWalkDone) return result;
+  if (const int result = RunHead(cell); result != kWalkDone) return result;
   if (RunFieldChildren(items, cell->pFirstChild) == kWalkFailed) return kWalkFailed;
   return RunClosingCode(cell);
 }
@@ -370,7 +386,7 @@ int RecordWalk::OverChains(std::string_view text, CCell* first) {
 int RecordWalk::OverCommon(std::string_view text, CCell* common) {
   if (!common) return kWalkFailed;
   const LevelGuard level(*this);
-  if (const int result = RunPiece(common); result != kWalkDone) return result;
+  if (const int result = RunHead(common); result != kWalkDone) return result;
   if (!common->pFirstChild) return kWalkDone;
   if (RunCommonChildren(text, common->pFirstChild) == kWalkFailed) return kWalkFailed;
   return RunClosingCode(common);
@@ -389,12 +405,12 @@ int RecordWalk::RunCommonChildren(std::string_view text, CCell* first) {
 
 int RecordWalk::OverSubfields(std::string_view text, CCell* first) {
   if (!IsCell(first, kCellSubField)) return kWalkFailed;
+  if (state_.IsStop()) return kWalkDone;
+  const int depth = table_.m_nBeginCount;
   OpenSubfieldFrame();
-  state_.Begin();
   const int result = OverEachSubfield(text, first);
   if (result != kWalkFailed) ClearCounts(first, kCellSubField);
-  state_.End();
-  CloseFrame();
+  EndLevel(depth);
   return result;
 }
 
@@ -438,10 +454,11 @@ int RecordWalk::RunSubfieldCells(char code, CCell* first) {
 
 int RecordWalk::OverGroups(std::string_view text, CCell* group) {
   if (!group) return kWalkFailed;
+  const int depth = table_.m_nBeginCount;
   OpenGroupFrame();
   const int result = OverEachGroup(text, group);
   if (result != kWalkFailed) group->nDupCount = 0;
-  CloseFrame();
+  EndLevel(depth);
   return result;
 }
 
@@ -460,7 +477,7 @@ int RecordWalk::OverEachGroup(std::string_view text, CCell* group) {
 }
 
 int RecordWalk::OverOneGroup(std::string_view text, CCell* group) {
-  if (const int result = RunPiece(group); result != kWalkDone) return result;
+  if (const int result = RunHead(group); result != kWalkDone) return result;
   if (IsCell(group->pFirstChild, kCellSubField) && OverSubfields(text, group->pFirstChild) == kWalkFailed) {
     return kWalkFailed;
   }

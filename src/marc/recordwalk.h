@@ -2,6 +2,11 @@
 //
 // The walk works on views into the record text and copies nothing but what goes into environment variables. Frames are
 // opened and closed by hand, not by guards: an error of the script leaves them as they stand.
+//
+// A stop request may come at any moment. From then on no level opens and no piece begins; the piece that it cut short
+// has left frames open, so each level that ends closes all that were opened since its own. SPEED: the walk only looks
+// at the run state, and does not count its levels there: a count that no request may get lost in costs a locked
+// instruction each time.
 #pragma once
 
 #include <optional>
@@ -79,7 +84,7 @@ class RecordWalk {
   int OverEachGroup(std::string_view text, CCell* group);
   int OverOneGroup(std::string_view text, CCell* group);
   int OverChains(std::string_view text, CCell* first);
-  int OverNextField(std::string_view field, CCell* first, bool& frame_stands);
+  int OverNextField(std::string_view field, CCell* first, int depth, bool& frame_stands);
   FieldParts PartsOf(std::string_view field, size_t length) const;
   bool FieldFrameStands(size_t position) const;
   void RenewFieldFrame(const FieldParts& field);
@@ -89,6 +94,7 @@ class RecordWalk {
   int RunCommonChildren(std::string_view text, CCell* first);
   int RunSubfieldCells(char code, CCell* first);
   int RunPiece(CCell* cell);
+  int RunHead(CCell* cell);
   int RunClosingCode(const CCell* parent);
   void CountMatch(CCell* cell, NameSlot& dup_name);
   bool FieldFrameFits() const;
@@ -98,6 +104,8 @@ class RecordWalk {
   // The variable table's operations. SPEED: what needs no memory and cannot fail is done here.
   void OpenFrame();
   void CloseFrame();
+  // Ends a level that began with `depth` frames: closes its frame, after a stop request also those of cut pieces.
+  void EndLevel(int depth);
   void MakeText(NameSlot& name, std::string_view text);
   void MakeInt(NameSlot& name, int32_t n);
   CVarCell* NewVariable(NameSlot& name);

@@ -66,11 +66,12 @@ class KARST_API SubfieldCursor {
 //
 // `name` of 3 bytes matches a tag, "*" in it any byte; the empty name matches every field, "hdr" the header; any other
 // name matches nothing. `next` (4 bytes, may be null) gets the tag of the following field, empty at the last.
-int MARC_GetField(const char* rec, const char* name, int index, char* buf, int size, char* next, int* unused);
-int MARC_GetNestedField(const char* text, const char* name, int index, char* buf, int size, char* next, int* unused);
+KARST_API int MARC_GetField(const char* rec, const char* name, int index, char* buf, int size, char* next, int* unused);
+KARST_API int MARC_GetNestedField(const char* text, const char* name, int index, char* buf, int size, char* next,
+                                  int* unused);
 // `name` is one code byte, "*" any, empty all.
-int MARC_GetSubField(const char* text, const char* name, int index, char* buf, int size, int* unused);
-int MARC_GetGroup(const char* text, int index, char* buf, int size, int* unused);
+KARST_API int MARC_GetSubField(const char* text, const char* name, int index, char* buf, int size, int* unused);
+KARST_API int MARC_GetGroup(const char* text, int index, char* buf, int size, int* unused);
 
 // Replacing. `buf` holds a record text (MARC_ReplaceField) or a field or group text, within `size`; it is edited in
 // place. `text`, which lies elsewhere, takes the place of the item that the reading function of the same arguments
@@ -87,9 +88,9 @@ int MARC_GetGroup(const char* text, int index, char* buf, int size, int* unused)
 // only be replaced, by exactly 24 bytes without 0x1D and 0x1E.
 //
 // CHOICE: a text of several subfields is put in as it stands, where one subfield is replaced too.
-int MARC_ReplaceField(char* buf, int size, const char* name, int index, const char* text);
-int MARC_ReplaceSubField(char* buf, int size, const char* name, int index, const char* text);
-int MARC_ReplaceGroup(char* buf, int size, int index, const char* text);
+KARST_API int MARC_ReplaceField(char* buf, int size, const char* name, int index, const char* text);
+KARST_API int MARC_ReplaceSubField(char* buf, int size, const char* name, int index, const char* text);
+KARST_API int MARC_ReplaceGroup(char* buf, int size, int index, const char* text);
 
 // A source of records.
 class KARST_API CMARCStream {
@@ -98,7 +99,8 @@ class KARST_API CMARCStream {
   // -1 on failure.
   virtual int Open(const CString& name) = 0;
   virtual int Close() = 0;
-  // 0: a record came, and `record` holds its text. 1: the end. 2: something was passed over; ask again. -1: an error.
+  // 0: a record came, and `record` holds its text. 1: the end. 2: something was passed over; ask again. -1: an error,
+  // and not the end: records may be missing.
   virtual int NextRecord(CString& record) = 0;
   // The current record's text, valid until the next NextRecord.
   virtual const char* GetCurRec() = 0;
@@ -132,9 +134,11 @@ using SkippedRecordHandler = std::function<void(const SkippedRecord&)>;
 //   if (file.Open("catalogue.iso") == -1) return -1;
 //   file.OnSkippedRecord([](const karst::SkippedRecord& skipped) { Keep(skipped.bytes); });
 //   CString record;
-//   for (int result; (result = file.NextRecord(record)) == 0 || result == 2;) {
+//   int result;
+//   while ((result = file.NextRecord(record)) == 0 || result == 2) {
 //     if (result == 0) Use(record);
 //   }
+//   if (result == -1) return -1;  // the rest of the file could not be read
 class KARST_API CMARCFile : public CMARCStream {
  public:
   CMARCFile();

@@ -23,14 +23,23 @@ bool IsNumberOrBlank(std::string_view text) {
   return AllDigits(text) || std::all_of(text.begin(), text.end(), IsBlank);
 }
 
+bool HasShape(std::string_view header) {
+  return header.substr(kEntryShapeAt, kEntryShape.size()) == kEntryShape && IsNumberOrBlank(header.substr(0, 5)) &&
+         IsLetter(header[5]) && IsLetter(header[6]) && IsPrintableTag(header.substr(7, 3)) &&
+         AllDigits(header.substr(10, 2)) && IsNumberOrBlank(header.substr(12, 5)) &&
+         IsPrintableTag(header.substr(17, 3)) && IsPrintableTag(header.substr(22, 2));
+}
+
 }  // namespace
+
+bool HasUsualHeader(std::string_view text) {
+  const std::string_view header = text.substr(0, kHeaderLength);
+  return header.size() == kHeaderLength && (std::all_of(header.begin(), header.end(), IsBlank) || HasShape(header));
+}
 
 bool LooksLikeHeader(std::string_view text) {
   if (text.size() < kHeaderLength + kTagLength) return false;
-  return text.substr(kEntryShapeAt, kEntryShape.size()) == kEntryShape && IsNumberOrBlank(text.substr(0, 5)) &&
-         IsLetter(text[5]) && IsLetter(text[6]) && IsPrintableTag(text.substr(7, 3)) && AllDigits(text.substr(10, 2)) &&
-         IsNumberOrBlank(text.substr(12, 5)) && IsPrintableTag(text.substr(17, 3)) &&
-         IsPrintableTag(text.substr(22, 2)) && AllDigits(text.substr(kHeaderLength, kTagLength));
+  return HasShape(text) && AllDigits(text.substr(kHeaderLength, kTagLength));
 }
 
 size_t FindLastHeader(std::string_view text, size_t from) {
@@ -44,19 +53,48 @@ size_t FindLastHeader(std::string_view text, size_t from) {
 
 const char* InternalRecord::Examine(std::string_view raw) {
   raw_ = raw;
-  last_mark_missing_ = false;
+  last_mark_missing_ = has_subfields_ = first_has_subfields_ = false;
+  has_usual_tags_ = true;
+  field_count_ = 0;
   if (raw.size() <= kHeaderLength) return fault::kNoRecord;
   if (std::any_of(raw.begin(), raw.begin() + kHeaderLength, IsControl)) return fault::kNoRecord;
+  std::string_view before;
   for (std::string_view rest = raw.substr(kHeaderLength, raw.size() - 1 - kHeaderLength); !rest.empty();) {
     const size_t end = rest.find(kFieldEnd);
     const std::string_view field = rest.substr(0, end);
     if (field.size() < kTagLength || !IsPrintableTag(field.substr(0, kTagLength))) return fault::kBadTag;
+    Regard(field, before);
+    before = field;
     last_mark_missing_ = end == std::string_view::npos;
     rest.remove_prefix(last_mark_missing_ ? rest.size() : end + 1);
   }
   if (last_mark_missing_ && !LooksLikeHeader(raw)) return fault::kNoRecord;
   if (raw.find('\0') != std::string_view::npos) return fault::kNulInside;
   return nullptr;
+}
+
+void InternalRecord::Regard(std::string_view field, std::string_view before) {
+  constexpr size_t kFirstMarkAt = kTagLength + 2;
+  const bool marked = field.size() > kFirstMarkAt && field[kFirstMarkAt] == kSubfieldMark;
+  if (field_count_++ == 0) {
+    first_has_subfields_ = marked;
+    return;
+  }
+  const bool control = field.starts_with("00") || field.starts_with("-0");
+  const bool higher = field.substr(0, kTagLength) > before.substr(0, kTagLength);
+  has_subfields_ = has_subfields_ || marked;
+  has_usual_tags_ = has_usual_tags_ && (marked || (control && higher));
+}
+
+bool InternalRecord::HasSubfields() const { return has_subfields_ || (first_has_subfields_ && !BeginsWithDigits()); }
+
+bool InternalRecord::BeginsWithDigits() const {
+  constexpr size_t kFewest = 8;
+  const size_t end = std::min(raw_.find(kFieldEnd, kHeaderLength), raw_.size() - 1);
+  if (end < kHeaderLength + kTagLength + kFewest) return false;
+  const std::string_view data = raw_.substr(kHeaderLength + kTagLength, end - kHeaderLength - kTagLength);
+  const auto digits = static_cast<size_t>(std::count_if(data.begin(), data.end(), IsDigit));
+  return digits >= data.size() / 4 * 3;
 }
 
 void InternalRecord::WriteInternalForm(RecordText& text) const {

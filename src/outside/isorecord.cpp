@@ -40,12 +40,15 @@ bool IsPrintableTag(std::string_view tag) {
 const char* IsoRecord::Examine(std::string_view raw) {
   raw_ = raw;
   length_right_ = base_right_ = directory_fits_ = mended_ = false;
+  stated_length_ = stated_base_ = kUnreadable;
+  if (raw.size() < kHeaderLength) return fault::kNoRecord;
+  stated_length_ = ReadNumber<kLeaderDigits>(raw.data() + kLengthAt);
+  stated_base_ = ReadNumber<kLeaderDigits>(raw.data() + kBaseAt);
   if (raw.size() < kShortestRecord) return fault::kNoRecord;
-  const uint32_t length = ReadNumber<kLeaderDigits>(raw.data() + kLengthAt);
-  length_right_ = length == raw.size();
+  length_right_ = stated_length_ == raw.size();
   const char* directory_fault = FitDirectory(raw);
   directory_fits_ = !directory_fault;
-  if (length == kUnreadable) return fault::kLengthNotNumber;
+  if (stated_length_ == kUnreadable) return fault::kLengthNotNumber;
   if (directory_fault) return directory_fault;
   if (raw.find('\0') != std::string_view::npos) return fault::kNulInside;
   if (raw.find(kRecordEnd) != raw.size() - 1) return fault::kRecordEndInside;
@@ -56,7 +59,7 @@ const char* IsoRecord::FitDirectory(std::string_view raw) {
   const size_t directory_end = raw.find(kFieldEnd, kHeaderLength);
   if (directory_end == std::string_view::npos) return fault::kNoDirectoryEnd;
   const size_t base = directory_end + 1;
-  base_right_ = ReadNumber<kLeaderDigits>(raw.data() + kBaseAt) == base;
+  base_right_ = stated_base_ == base;
   if ((directory_end - kHeaderLength) % kEntryLength != 0) return fault::kDirectoryLength;
   data_ = raw.substr(base, raw.size() - 1 - base);
   // Without a single entry there is nothing but the numbers to tell a record from any other bytes.
@@ -121,6 +124,54 @@ const char* IsoRecord::FindField(Entry& entry, size_t& position) {
   entry.length = static_cast<uint32_t>(length);
   position = end + 1;
   return nullptr;
+}
+
+bool IsoRecord::HasLikelyLength() const {
+  constexpr size_t kDamage = 3 * kEntryLength;
+  return stated_length_ >= kShortestRecord && stated_length_ <= raw_.size() + kDamage &&
+         stated_length_ + kDamage >= raw_.size();
+}
+
+bool IsoRecord::HasLikelyBase() const {
+  return stated_base_ != kUnreadable && stated_base_ > kHeaderLength &&
+         (stated_base_ - kHeaderLength) % kEntryLength == 1;
+}
+
+// True if a field of just this place and length stands in the data that begin at `base`.
+bool IsoRecord::FitsDataAt(size_t base, uint32_t start, uint32_t length) const {
+  const std::string_view data = raw_.substr(std::min(base, raw_.size()));
+  const size_t end = size_t{start} + length;
+  if (length == 0 || end > data.size() || data[end - 1] != kFieldEnd) return false;
+  return (start == 0 || data[start - 1] == kFieldEnd) && data.find(kFieldEnd, start) == end - 1;
+}
+
+// `numbers` begins with the digits of an entry. It fits what is first in the data, or the data after the first 0x1E
+// or, where that one is lost, at the base address; or its field ends where that of the next entry begins.
+bool IsoRecord::FitsSomewhere(std::string_view numbers, size_t base) const {
+  const uint32_t length = ReadNumber<kEntryLengthDigits>(numbers.data());
+  const uint32_t start = ReadNumber<kEntryStartDigits>(numbers.data() + kEntryLengthDigits);
+  if (length == kUnreadable || start == kUnreadable) return false;
+  if (start == 0 && length > 0) return true;
+  if (FitsDataAt(base, start, length)) return true;
+  if (stated_base_ != kUnreadable && FitsDataAt(stated_base_, start, length)) return true;
+  if (length == 0 || numbers.size() < 2 * kEntryLength - kTagLength) return false;
+  return ReadNumber<kEntryStartDigits>(numbers.data() + kEntryLength + kEntryLengthDigits) == start + length;
+}
+
+// Bytes may be lost, so that an entry can begin anywhere.
+int IsoRecord::CountFittingEntries() const {
+  constexpr size_t kNumbers = kEntryLength - kTagLength;
+  constexpr size_t kLongestDirectory = 99999;
+  const size_t end = raw_.find(kFieldEnd, kHeaderLength);
+  if (end == std::string_view::npos) return 0;
+  const std::string_view directory = raw_.substr(kHeaderLength, std::min(end - kHeaderLength, kLongestDirectory));
+  int count = 0;
+  for (size_t at = 0; at + kNumbers <= directory.size() && count < 2; ++at) {
+    if (!FitsSomewhere(directory.substr(at), end + 1)) continue;
+    ++count;
+    at += kNumbers - 1;
+  }
+  return count;
 }
 
 void IsoRecord::WriteInternalForm(RecordText& text) const {

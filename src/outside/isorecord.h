@@ -18,7 +18,7 @@ namespace karst {
 // True if all of `tag` is printable ASCII, the blank included.
 KARST_API bool IsPrintableTag(std::string_view tag);
 
-class IsoRecord {
+class KARST_API IsoRecord {
  public:
   // Looks at `raw`, a stretch that ends with 0x1D. Null if it is a record that can be read without loss, otherwise what
   // is wrong with it. It has to outlive the calls below.
@@ -37,6 +37,15 @@ class IsoRecord {
   // The directory fits the data, also where Examine named a fault outside of it.
   bool DirectoryFits() const { return directory_fits_; }
   bool NeedsRepair() const { return mended_ || !length_right_ || !base_right_; }
+  // What the leader says, right or not; UINT32_MAX where it is no number.
+  uint32_t StatedLength() const { return stated_length_; }
+  uint32_t StatedBase() const { return stated_base_; }
+  // True if it could be right but for a little damage.
+  bool HasLikelyLength() const;
+  bool HasLikelyBase() const;
+  // What is left of a directory where Examine named a fault: entries that fit the data or each other, counted up to
+  // the second.
+  int CountFittingEntries() const;
 
   // Writes the internal form of a record without fault: the leader as it stands, the fields in directory order.
   void WriteInternalForm(RecordText& text) const;
@@ -53,10 +62,14 @@ class IsoRecord {
   const char* ReadEntry(const char* bytes);
   const char* FindData();
   const char* FindField(Entry& entry, size_t& position);
+  bool FitsDataAt(size_t base, uint32_t start, uint32_t length) const;
+  bool FitsSomewhere(std::string_view numbers, size_t base) const;
 
   std::string_view raw_;
   std::string_view data_;  // the fields, without the final 0x1D
   std::vector<Entry> entries_;
+  uint32_t stated_length_ = 0;
+  uint32_t stated_base_ = 0;
   bool length_right_ = false;
   bool base_right_ = false;
   bool directory_fits_ = false;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "outside/cartulary.h"
+#include "outside/isorecord.h"
 
 namespace karst {
 namespace {
@@ -40,6 +41,7 @@ IsoLayout::IsoLayout(std::string_view record, LocalFields local) : local_(local)
     ++fields_seen_;
     if (IsLeftOut(field)) return;
     if (field.size() < kTagLength) return Note(IsoFault::kShortField);
+    if (!IsPrintableTag(field.substr(0, kTagLength))) Note(IsoFault::kBadTag);
     Count(field);
     if (closed) return;
     open_field_length_ = field.size();

@@ -18,13 +18,14 @@ enum class IsoFault : uint8_t {
   kNone,
   kNoRecord,       // no 24-byte header, or no 0x1D at the end and only there
   kShortField,     // a field has no whole tag
+  kBadTag,         // a tag is not printable ASCII: no reader would take it for one
   kOpenField,      // the last field has no 0x1E
   kFieldTooLong,   // a field of more than 9,999 bytes with its 0x1E and without its tag
   kRecordTooLong,  // more than 99,999 bytes in all
 };
 
 // The size and the faults of a record's ISO 2709 form, known before a byte of it is written.
-class IsoLayout {
+class KARST_API IsoLayout {
  public:
   // `record` is a record in the internal form with its 0x1D; it has to outlive the object.
   IsoLayout(std::string_view record, LocalFields local);

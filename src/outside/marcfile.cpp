@@ -10,16 +10,20 @@ namespace {
 
 class FileSource : public karst::ByteSource {
  public:
-  explicit FileSource(karst::FileHandle file) : file_(file) {}
+  FileSource() = default;
   ~FileSource() override { karst::CloseFile(file_); }
   FileSource(const FileSource&) = delete;
   FileSource& operator=(const FileSource&) = delete;
 
   int64_t Read(char* target, size_t count) override { return karst::ReadFile(file_, target, count); }
+  bool Open(const char* name) {
+    file_ = karst::OpenForReading(name);
+    return file_ != karst::kNoFile;
+  }
   uint64_t Size() const { return static_cast<uint64_t>(std::max<int64_t>(karst::FileSize(file_), 0)); }
 
  private:
-  karst::FileHandle file_;
+  karst::FileHandle file_ = karst::kNoFile;
 };
 
 uint32_t Saturated(uint64_t number) { return static_cast<uint32_t>(std::min<uint64_t>(number, UINT32_MAX)); }
@@ -43,9 +47,8 @@ int CMARCFile::Open(const CString& name) {
   Close();
   reader_->records.reset();
   reader_->size = stream_size = stream_position = 0;
-  const karst::FileHandle file = karst::OpenForReading(name);
-  if (file == karst::kNoFile) return -1;
-  auto source = std::make_unique<FileSource>(file);
+  auto source = std::make_unique<FileSource>();
+  if (!source->Open(name)) return -1;
   reader_->size = source->Size();
   reader_->records = std::make_unique<karst::RecordReader>(std::move(source));
   reader_->open = true;

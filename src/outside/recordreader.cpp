@@ -141,6 +141,7 @@ size_t RecordReader::FindStart(size_t blanks, size_t end) {
   if (form == Form::kInternal && StartsWithNumber(view.substr(blanks))) return blanks;
   for (size_t start = 0; start < blanks; ++start) {
     const std::string_view stretch = view.substr(start);
+    if (!HasUsualHeader(stretch)) continue;
     if (HasPlainTag(stretch) && stretch.size() <= longest_ && !internal_.Examine(stretch)) return start;
   }
   return blanks;
@@ -148,7 +149,7 @@ size_t RecordReader::FindStart(size_t blanks, size_t end) {
 
 // Tells the two forms apart. CHOICE: a directory that fits the data makes an ISO 2709 record if the total length or
 // the base address agrees with it; so do both numbers together, whatever is wrong with the directory. Where neither
-// speaks for it, the stretch is read in the internal form if it can be.
+// speaks for it, the stretch is read in the internal form if it can be, and if nothing is left of a directory.
 RecordReader::Form RecordReader::Classify(std::string_view stretch) {
   fault_ = fault::kTooLong;
   if (stretch.size() > longest_) return Form::kNone;
@@ -160,14 +161,37 @@ RecordReader::Form RecordReader::Classify(std::string_view stretch) {
   if (both_numbers_right || (one_number_right && iso_.DirectoryFits())) return Form::kNone;
 
   const char* internal_fault = internal_.Examine(stretch);
-  if (!internal_fault) return Form::kInternal;
+  if (!internal_fault && IsSurelyInternal(stretch)) return Form::kInternal;
   if (!iso_fault) return Form::kIso;
   fault_ = FaultOf(stretch, iso_fault, internal_fault);
   return Form::kNone;
 }
 
+// True if a stretch that can be read in the internal form is no ISO 2709 record, nor the rest of one: where such a
+// record has nothing but control fields, its directory and its data pass for fields as well.
+//
+// CHOICE: a header with the numbers of an ISO 2709 record of just these fields speaks for the internal form above all,
+// for it was written from one. Fields that have subfields after their tags speak for it unless two entries, or one and
+// a number in the header, fit ISO 2709. Without any such field, nothing may: no entry that fits, no number that is
+// right or could be, no digits as of a directory in front of tags that no record has.
+bool RecordReader::IsSurelyInternal(std::string_view stretch) const {
+  const size_t fields = internal_.FieldCount();
+  const bool length_agrees = iso_.StatedLength() == stretch.size() + fields * (kEntryBytes - kTagLength) + 1;
+  const bool base_agrees = iso_.StatedBase() == kHeaderLength + fields * kEntryBytes + 1;
+  if (length_agrees && base_agrees) return true;
+  const int entries = iso_.CountFittingEntries();
+  const bool number_right = iso_.LengthIsRight() || iso_.BaseIsRight();
+  // With the 0x1E after its directory lost, a record of one field looks like one in the internal form.
+  const bool other_base = iso_.HasLikelyBase() && !(base_agrees && fields > 1);
+  const bool likely_numbers = number_right || (!length_agrees && (iso_.HasLikelyLength() || other_base));
+  if (internal_.HasSubfields()) return entries + likely_numbers < 2;
+  if (entries > 0 || likely_numbers || !HasUsualHeader(stretch)) return false;
+  return !internal_.BeginsWithDigits() || internal_.HasUsualTags();
+}
+
 // Which of the two faults says more.
 const char* RecordReader::FaultOf(std::string_view stretch, const char* iso_fault, const char* internal_fault) const {
+  if (!internal_fault) return iso_fault;
   const bool has_directory = AllDigits(stretch, kHeaderLength + kTagLength, kEntryBytes - kTagLength);
   if (has_directory || iso_.LengthIsRight() || iso_.BaseIsRight()) return iso_fault;
   return internal_fault;

@@ -62,6 +62,7 @@ class KARST_API RecordReader {
   size_t FindRecordEnd(size_t from);
   size_t FindStart(size_t blanks, size_t end);
   Form Classify(std::string_view stretch);
+  bool IsSurelyInternal(std::string_view stretch) const;
   const char* FaultOf(std::string_view stretch, const char* iso_fault, const char* internal_fault) const;
   const char* OpenEndFault() const;
   Reject RejectWithoutEnd();

@@ -15,7 +15,7 @@ class RecordText {
   // Empties the text and makes room for `capacity` bytes, all that may be added.
   void Begin(size_t capacity) {
     if (!bytes_ || capacity > capacity_) {
-      bytes_ = std::make_unique_for_overwrite<char[]>(capacity + 1);
+      bytes_.reset(new char[capacity + 1]);
       capacity_ = capacity;
     }
     size_ = 0;

@@ -201,7 +201,7 @@ bool VeldControl::FollowLink(std::string_view target) {
   return command.has_value();
 }
 
-bool VeldControl::SendForm(std::string_view target, std::span<const VeldField> fields) {
+bool VeldControl::SendForm(std::string_view target, const std::vector<VeldField>& fields) {
   const std::optional<std::string_view> head = CommandOf(UpToNul(target));
   if (!head) return false;
   std::string command(*head);

@@ -4,9 +4,9 @@
 
 #include <cstdint>
 #include <map>
-#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/export.h"
 #include "platform/hypermessages.h"
@@ -68,7 +68,7 @@ class KARST_API VeldControl : public Window {
   // The same with the form's fields as a query: name=value, between "?" (or the target's own) and "&". Of names and
   // values, the bytes that would be taken for something else ("&", "=", "?", "#", "%", "+", control characters) stand
   // as "%" and two hexadecimal digits.
-  bool SendForm(std::string_view target, std::span<const VeldField> fields);
+  bool SendForm(std::string_view target, const std::vector<VeldField>& fields);
   // A field of the page has this value now.
   // LIMIT: kMostMacros names; a further one is dropped.
   void EnterField(std::string_view name, std::string_view value);

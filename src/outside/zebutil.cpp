@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <new>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -36,7 +35,6 @@ class ScopedFile {
   FileHandle file_;
 };
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 // LIMIT: a larger file cannot be read whole: its length would be no int.
 constexpr int64_t kMostContent = 0x7ffffff0;
 constexpr size_t kReadStep = 64 * 1024;
@@ -82,7 +80,7 @@ int LineAt(std::string_view text, size_t offset) {
 }
 
 void TurnIntoGbk(CString& content, const char* path) {
-  const std::string_view utf8 = content.view().substr(kByteOrderMark.size());
+  const std::string_view utf8 = content.view().substr(karst::kByteOrderMark.size());
   std::string gbk;
   size_t bad_offset = 0;
   if (!karst::Utf8ToGbk(utf8, gbk, &bad_offset)) ThrowNotGbk(utf8, bad_offset, path);
@@ -91,11 +89,7 @@ void TurnIntoGbk(CString& content, const char* path) {
 
 bool ReadFileNamed(const char* path, CString& content) {
   const ScopedFile file(karst::OpenForReading(path));
-  try {
-    return file.IsOpen() && ReadWhole(file.Get(), content);
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
+  return file.IsOpen() && ReadWhole(file.Get(), content);
 }
 
 // The path without empty parts, "." and "..", always with a slash in front.
@@ -187,7 +181,7 @@ int LoadFileContentToString(const char* path, CString& content) {
     content.Empty();
     return -1;
   }
-  if (content.view().starts_with(kByteOrderMark)) TurnIntoGbk(content, path);
+  if (content.view().starts_with(karst::kByteOrderMark)) TurnIntoGbk(content, path);
   return 0;
 }
 

@@ -16,6 +16,9 @@ namespace karst {
 // A byte or pair of bytes that is no character has this code.
 constexpr char32_t kNoCharacter = 0xFFFFFFFF;
 
+// What a file in UTF-8 may begin with.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 struct DecodedCharacter {
   char32_t code;
   size_t length;  // in bytes, at least 1; 1 or 2 in GBK, also where the code is kNoCharacter
@@ -46,6 +49,7 @@ struct ConversionResult {
   size_t bytes = 0;
   ConversionFailure failure = ConversionFailure::kNone;
 };
-ConversionResult ConvertGbk(std::string_view gbk, const std::string& to, bool transliterate, char* target, size_t room);
+KARST_API ConversionResult ConvertGbk(std::string_view gbk, const std::string& to, bool transliterate, char* target,
+                                      size_t room);
 
 }  // namespace karst

@@ -1,5 +1,4 @@
-// The table of open files, and file names. A file lives as long as a call uses it, even when another thread closes
-// its handle meanwhile.
+// Opening, reading and writing through the table of open files; file names.
 #include "platform/files.h"
 
 #include <fcntl.h>
@@ -9,87 +8,53 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <limits>
+#include <filesystem>
 #include <memory>
-#include <mutex>
-#include <unordered_map>
+#include <system_error>
 
 #include "platform/charset.h"
+#include "platform/filetable.h"
 #include "platform/mbtext.h"
 
 namespace karst {
 
 namespace {
 
-// Repeats a system call that a signal broke off.
-template <typename Call>
-auto Retried(Call call) {
-  auto answer = call();
-  while (answer == -1 && errno == EINTR) answer = call();
-  return answer;
-}
+FileTable& Table() { return FileTable::OfProcess(); }
 
-class OpenFile {
- public:
-  explicit OpenFile(int descriptor) : descriptor_(descriptor) {}
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-  ~OpenFile() { close(descriptor_); }
-  int Descriptor() const { return descriptor_; }
-
- private:
-  int descriptor_;
-};
-
-// CHOICE: handles count up and are not used again, so that a closed one stays wrong.
-// LIMIT: 2,147,483,647 opened files a process; no more can be opened behind them.
-class FileTable {
- public:
-  FileHandle Add(std::shared_ptr<OpenFile> file) {
-    std::lock_guard lock(mutex_);
-    if (last_handle_ == std::numeric_limits<FileHandle>::max()) return kNoFile;
-    files_.emplace(++last_handle_, std::move(file));
-    return last_handle_;
-  }
-  std::shared_ptr<OpenFile> Find(FileHandle handle) {
-    std::lock_guard lock(mutex_);
-    const auto found = files_.find(handle);
-    return found == files_.end() ? nullptr : found->second;
-  }
-  bool Remove(FileHandle handle) {
-    std::lock_guard lock(mutex_);
-    return files_.erase(handle) != 0;
-  }
-
- private:
-  std::mutex mutex_;
-  std::unordered_map<FileHandle, std::shared_ptr<OpenFile>> files_;
-  FileHandle last_handle_ = 0;
-};
-
-// Never destroyed: an interpreter object in a host's static storage may outlive every static of this library.
-FileTable& Table() {
-  static FileTable& table = *new FileTable;
-  return table;
-}
-
-bool IsDirectory(int descriptor) {
+// The file behind a descriptor, which it takes; none for a directory.
+std::shared_ptr<OpenFile> TakeDescriptor(ScopedDescriptor& opened, FileOwner owner) {
   struct stat status;
-  return fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+  if (fstat(opened.Get(), &status) != 0) return nullptr;
+  if (S_ISDIR(status.st_mode)) return errno = EISDIR, nullptr;
+  auto file = std::make_shared<OpenFile>(opened.Get(), status, owner);
+  opened.Release();
+  return file;
 }
 
-FileHandle OpenWithFlags(const char* name, int flags) {
-  const std::string path = ToFileSystemName(name);
-  const int descriptor = Retried([&] { return open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, 0666); });
-  if (descriptor < 0) return kNoFile;
-  const auto file = std::make_shared<OpenFile>(descriptor);
-  return IsDirectory(descriptor) ? kNoFile : Table().Add(file);
+std::shared_ptr<OpenFile> OpenPath(const std::string& path, int flags, FileOwner owner) {
+  ScopedDescriptor opened(Table().OpenDescriptor(path.c_str(), flags));
+  return opened.Get() < 0 ? nullptr : TakeDescriptor(opened, owner);
+}
+
+FileHandle OpenWithFlags(const char* name, int flags, FileOwner owner = kNoOwner) {
+  auto file = OpenPath(ToFileSystemName(name), flags, owner);
+  return file ? Table().Add(std::move(file)) : kNoFile;
+}
+
+// What is no regular file, such as a pipe, cannot come back where it was.
+void MakeOutput(OpenFile& file, const std::string& path) {
+  std::error_code fault;
+  file.path = std::filesystem::absolute(path, fault);
+  file.is_output = file.is_regular && !fault;
 }
 
 bool FileExists(const char* name) {
   struct stat status;
   return stat(ToFileSystemName(name).c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
 }
+
+constexpr int kCreate = O_WRONLY | O_CREAT | O_TRUNC;
 
 // One read or write asks for no more than this, which every system takes.
 constexpr size_t kMostAtOnce = size_t{1} << 30;
@@ -149,64 +114,86 @@ void ForEachPart(std::string_view name, Take take, std::string& path) {
 
 }  // namespace
 
-FileHandle OpenWithStyle(const char* name, unsigned style) {
+FileHandle OpenWithStyle(const char* name, unsigned style, FileOwner owner) {
   if (style & kStyleDelete) return DeleteFile(name) == 0 ? 1 : -1;
   if (style & kStyleExists) return FileExists(name) ? 1 : -1;
-  if (style & kStyleCreate) return CreateForWriting(name);
-  return style & kStyleWrite ? OpenExistingForWriting(name) : OpenForReading(name);
+  if (style & kStyleCreate) return OpenWithFlags(name, kCreate, owner);
+  return OpenWithFlags(name, style & kStyleWrite ? O_WRONLY : O_RDONLY, owner);
 }
 
 FileHandle OpenExistingForWriting(const char* name) { return OpenWithFlags(name, O_WRONLY); }
 
-FileHandle CreateForWriting(const char* name) { return OpenWithFlags(name, O_WRONLY | O_CREAT | O_TRUNC); }
+FileHandle CreateForWriting(const char* name) { return OpenWithFlags(name, kCreate); }
 
 FileHandle OpenForReading(const char* name) { return OpenWithFlags(name, O_RDONLY); }
 
 FileHandle OpenForAppending(const char* name) {
-  const FileHandle file = OpenWithFlags(name, O_WRONLY | O_CREAT);
+  const std::string path = ToFileSystemName(name);
+  auto file = OpenPath(path, O_WRONLY | O_CREAT, kNoOwner);
+  if (!file) return kNoFile;
   // A pipe or a terminal has no end to go to, and takes what is written all the same.
-  if (file != kNoFile) SeekFile(file, 0, SeekFrom::kEnd);
-  return file;
+  if (lseek(file->descriptor, 0, SEEK_END) == -1 && file->is_regular) return kNoFile;
+  MakeOutput(*file, path);
+  return Table().Add(std::move(file));
 }
 
-int CloseFile(FileHandle file) { return Table().Remove(file) ? 0 : -1; }
+// CHOICE: two such calls on two threads could collide only where a script cannot know it, so both succeed: each text
+// goes to the end of the file as a whole.
+FileHandle OpenForAppendingAlone(const char* name, FileOwner owner) {
+  auto file = OpenPath(ToFileSystemName(name), O_WRONLY | O_CREAT | O_APPEND, owner);
+  if (!file) return kNoFile;
+  file->is_alone = true;
+  if (!Table().IsOpen(file->identity, owner)) return Table().Add(std::move(file));
+  errno = EBUSY;
+  return kNoFile;
+}
+
+bool IsFileOpen(const char* name, FileOwner owner) {
+  struct stat status;
+  return stat(ToFileSystemName(name).c_str(), &status) == 0 && Table().IsOpen(IdentityOf(status), owner);
+}
+
+bool FilesWereOpenedForWriting() { return Table().HasOpenedForWriting(); }
+
+int CloseFile(FileHandle file) { return Table().Close(file); }
 
 int64_t SeekFile(FileHandle file, int64_t offset, SeekFrom from) {
-  const auto open_file = Table().Find(file);
-  if (!open_file) return -1;
   const int whence = from == SeekFrom::kStart ? SEEK_SET : from == SeekFrom::kCurrent ? SEEK_CUR : SEEK_END;
-  return lseek(open_file->Descriptor(), offset, whence);
+  return Table().With(file, [&](int descriptor) { return lseek(descriptor, offset, whence); });
 }
 
 int64_t ReadFile(FileHandle file, char* target, size_t count) {
-  const auto open_file = Table().Find(file);
-  if (!open_file) return -1;
-  return Transfer(target, count, [&](char* at, size_t n) { return read(open_file->Descriptor(), at, n); });
+  return Table().With(file, [&](int descriptor) {
+    return Transfer(target, count, [&](char* at, size_t n) { return read(descriptor, at, n); });
+  });
 }
 
 int64_t WriteFile(FileHandle file, std::string_view bytes) {
-  const auto open_file = Table().Find(file);
-  if (!open_file) return -1;
-  return Transfer(bytes.data(), bytes.size(),
-                  [&](const char* at, size_t n) { return write(open_file->Descriptor(), at, n); });
+  return Table().With(file, [&](int descriptor) {
+    errno = ENOSPC;  // for a write that gives 0 and no reason
+    return Transfer(bytes.data(), bytes.size(), [&](const char* at, size_t n) { return write(descriptor, at, n); });
+  });
 }
 
 int64_t FileSize(FileHandle file) {
-  const auto open_file = Table().Find(file);
   struct stat status;
-  if (!open_file || fstat(open_file->Descriptor(), &status) != 0 || !S_ISREG(status.st_mode)) return -1;
-  return status.st_size;
+  const auto look = [&](int descriptor) { return fstat(descriptor, &status); };
+  return Table().With(file, look) == 0 && S_ISREG(status.st_mode) ? status.st_size : -1;
 }
 
 int TruncateHere(FileHandle file) {
-  const auto open_file = Table().Find(file);
-  if (!open_file) return -1;
-  const off_t here = lseek(open_file->Descriptor(), 0, SEEK_CUR);
-  if (here < 0) return -1;
-  return Retried([&] { return ftruncate(open_file->Descriptor(), here); });
+  return static_cast<int>(Table().With(file, [](int descriptor) {
+    const off_t here = lseek(descriptor, 0, SEEK_CUR);
+    return here < 0 ? -1 : Retried([&] { return ftruncate(descriptor, here); });
+  }));
 }
 
-int DeleteFile(const char* name) { return unlink(ToFileSystemName(name).c_str()); }
+int DeleteFile(const char* name) {
+  const std::string path = ToFileSystemName(name);
+  struct stat status;
+  if (stat(path.c_str(), &status) == 0) Table().BringBackAll(IdentityOf(status));
+  return unlink(path.c_str());
+}
 
 CString WithForwardSlashes(std::string_view gbk_name) {
   CString name(gbk_name);

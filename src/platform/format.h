@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/bytestring.h"
+#include "platform/export.h"
 
 namespace karst {
 
@@ -60,17 +61,17 @@ class WordList {
 // words of a double's bytes, low word first. False, with `out` undefined, if format and words do not match: a text
 // directive on a word that is no text, any other on a text's word, a directive for which words are missing, an
 // overflowed list; and for a failure of the format itself. Words left over are ignored.
-[[nodiscard]] bool FormatWords(CString& out, const char* format, const WordList& words);
+[[nodiscard]] KARST_API bool FormatWords(CString& out, const char* format, const WordList& words);
 
 // Formats C values into `out` (replaced), in which neither the format nor a text may lie. Prefixes mean the types of
 // the C compiler: %d int, %ld long, %I64d and %lld a 64-bit integer, %Lf long double, %p a pointer with all its
 // digits. A null text is "(null)". A failure of the format is a std::invalid_argument.
-void FormatV(CString& out, const char* format, va_list values);
+KARST_API void FormatV(CString& out, const char* format, va_list values);
 
 // The format language of the host's messages: %c %d %i %u %x %X %s %p and %%, with the flags - # 0, width, precision
 // and the prefixes h and l. Anything else is copied as it stands, with its percent sign.
 // LIMIT: the result is cut behind kMessageLimit bytes, wherever that is in a character.
 constexpr size_t kMessageLimit = 1024;
-void FormatHostMessageV(CString& out, const char* format, va_list values);
+KARST_API void FormatHostMessageV(CString& out, const char* format, va_list values);
 
 }  // namespace karst

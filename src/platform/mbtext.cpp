@@ -5,6 +5,8 @@
 #include <cstring>
 #include <limits>
 
+#include "platform/partmatcher.h"
+
 namespace {
 
 unsigned char ByteAt(const char* at) { return static_cast<unsigned char>(*at); }
@@ -40,6 +42,19 @@ Integer ReadInteger(const char* text) {
   return value == std::numeric_limits<Integer>::min() ? end : static_cast<Integer>(-value);
 }
 
+// Where `part` begins at a character of `text`, at `from` or after it, or npos.
+size_t FindAtCharacter(std::string_view text, std::string_view part, size_t from) {
+  karst::PartMatcher matcher(part, karst::PartMatcher::Case::kExact);
+  size_t boundary = 0;
+  for (size_t end = from; end < text.size(); ++end) {
+    if (!matcher.Take(text[end])) continue;
+    const size_t start = end + 1 - part.size();
+    while (boundary < start) boundary += IsDBCSLeadByte(ByteAt(&text[boundary])) ? 2 : 1;
+    if (boundary == start) return start;
+  }
+  return std::string_view::npos;
+}
+
 }  // namespace
 
 int _mbscmp(const char* left, const char* right) {
@@ -61,12 +76,8 @@ int _mbsicmp(const char* left, const char* right) {
 }
 
 const char* _mbsstr(const char* text, const char* part) {
-  const size_t length = std::strlen(part);
-  if (length == 0) return text;
-  for (const char* at = text; *at != 0; TakeCharacter(at)) {
-    if (*at == *part && std::strncmp(at, part, length) == 0) return at;
-  }
-  return nullptr;
+  const size_t at = karst::FindByCharacters(text, part);
+  return at == std::string_view::npos ? nullptr : text + at;
 }
 
 const char* _mbschr(const char* text, unsigned character) {
@@ -104,6 +115,16 @@ int64_t _atoi64(const char* text) { return ReadInteger<int64_t>(text); }
 namespace karst {
 
 int32_t TextToInt(const char* text) { return ReadInteger<int32_t>(text); }
+
+// SPEED: most texts are done with the library's search of bytes, which is linear; only where its hit begins inside a
+// character the rest of the text is searched by characters, in one pass.
+size_t FindByCharacters(std::string_view text, std::string_view part) {
+  if (part.empty()) return 0;
+  const void* hit = memmem(text.data(), text.size(), part.data(), part.size());
+  if (!hit) return std::string_view::npos;
+  const size_t at = static_cast<size_t>(static_cast<const char*>(hit) - text.data());
+  return WholeCharacters(text, at) == at ? at : FindAtCharacter(text, part, at + 1);
+}
 
 bool EqualIgnoringCase(std::string_view left, std::string_view right) {
   if (left.size() != right.size()) return false;

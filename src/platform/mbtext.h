@@ -32,8 +32,14 @@ int64_t _atoi64(const char* text);
 
 namespace karst {
 
+// True if `byte` and a lead byte before it are a character that has a code point.
+inline bool IsTrailByte(unsigned char byte) { return byte >= 0x40 && byte != 0x7F && byte != 0xFF; }
+
 // As _atoi64, in 32 bits.
 int32_t TextToInt(const char* text);
+// Where `part` first begins at a character of `text`, or npos. An empty `part` is found at the start. The time is in
+// proportion to what was searched, whatever the two texts hold.
+size_t FindByCharacters(std::string_view text, std::string_view part);
 // True if the texts are equal without regard to the case of ASCII letters, by characters.
 bool EqualIgnoringCase(std::string_view left, std::string_view right);
 // The length in bytes of the longest piece of `text` that has at most `limit` bytes and cuts no character in two.

@@ -78,8 +78,13 @@ HWND QueuedWindows::CreateWindow(const WindowPlan& plan) {
   HostedWindow* window = made.get();
   const HWND self = AddWindow(std::move(made), plan.parent, plan.id);
   window->SetHandle(self);
-  windows_[self] = {self,       plan.class_name, plan.title,  plan.extended_style,
-                    plan.style, plan.place,      plan.parent, plan.id};
+  try {
+    windows_[self] = {self,       plan.class_name, plan.title,  plan.extended_style,
+                      plan.style, plan.place,      plan.parent, plan.id};
+  } catch (...) {
+    DestroyWindow(self);  // nobody else could: its handle is known here only
+    throw;
+  }
   Creation creation{this, self, &plan};
   if (SendMessage(self, kCreate, 0, reinterpret_cast<MessageLong>(&creation)) == -1) DestroyWindow(self);
   if (!IsWindow(self)) return nullptr;

@@ -20,8 +20,13 @@ class WindowTable {
   HWND Add(std::unique_ptr<Window> window, HWND parent, int id) {
     std::lock_guard lock(mutex_);
     const HWND handle = reinterpret_cast<HWND>(++last_handle_);
-    windows_[handle] = Entry{std::move(window), parent, id, {}, false};
-    if (Entry* above = Get(parent)) above->children.push_back(handle);
+    windows_.try_emplace(handle, Entry{std::move(window), parent, id, {}, false});
+    try {
+      if (Entry* above = Get(parent)) above->children.push_back(handle);
+    } catch (...) {
+      windows_.erase(handle);  // no window that its parent does not know
+      throw;
+    }
     return handle;
   }
   std::shared_ptr<Window> Find(HWND handle) {

@@ -99,7 +99,7 @@ KARST_API void SetMessageBoxHandler(
 
 // The handler of the calling thread, ahead of the other one, as long as the object lives. Objects of one thread end in
 // the reverse order of their beginning.
-class MessageBoxesOfThread {
+class KARST_API MessageBoxesOfThread {
  public:
   using Handler = std::function<int(std::string_view text)>;
   explicit MessageBoxesOfThread(Handler handler);

@@ -5,6 +5,7 @@
 #include "script/call.h"
 #include "script/nesting.h"
 #include "script/script.h"
+#include "values/cellstore.h"
 #include "values/name.h"
 
 int CScript::DoFunction(const char* lpszName, CValue* pResult) {
@@ -14,7 +15,7 @@ int CScript::DoFunction(const char* lpszName, CValue* pResult) {
   ++m_nBeginCount;
   const int first = static_cast<int>(m_Cells.size());
   ReadArguments();
-  handler(this, static_cast<int>(m_Cells.size()) - first, first, pResult);
+  CallBuiltin(handler, static_cast<int>(m_Cells.size()) - first, first, pResult);
   ClearSomeVars(first);
   --m_nBeginCount;
   return 0;
@@ -43,14 +44,15 @@ void CScript::ReadArguments() {
 void CScript::MakeArgument(int number, bool by_reference, CValue& value) {
   char name[karst::kArgumentNameSize];
   karst::FormatArgumentName(name, number);
+  karst::NameSlot& slot = Store().SlotOf(name);
   if (nTokenType == karst::STRING) {
-    CreateNewVar(name, szToken);
+    MakeText(slot, szToken);
   } else if (by_reference) {
-    CreateNewVarDup(name, karst::NameBuffer(szToken).text);
+    MakeDup(slot, Store().SlotOf(karst::NameBuffer(szToken).text));
   } else {
     PutBack();
     GetExp(&value);
-    CreateNewVar(name, &value);
+    MakeValue(slot, value);
   }
 }
 
@@ -64,6 +66,7 @@ int CScript::CvtFuncName(char* lpszName, int nMaxLen, char* lpNameEnd) {
   char* name = lpNameEnd - room;
   std::memset(name, ' ', room);
   std::memcpy(name, form, form_length);
+  NoteOwnEdit(name, room);
   std::snprintf(lpszName, static_cast<size_t>(nMaxLen), "%s", form);
   return 0;
 }

@@ -1,4 +1,5 @@
 // CCode: loading, the rewriting of the source, line numbers and the diagnostic copies.
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <memory>
@@ -20,15 +21,15 @@ class SourceRewrite {
  public:
   explicit SourceRewrite(std::string_view source) : source_(source) {}
 
-  // Fills `out`. False if a literal is still open at the end.
+  // Fills `out`, which is empty. False if a literal is still open at the end.
   bool Run(CString& out) {
-    out.Empty();
-    out.Reserve(source_.size() + 1);
     for (position_ = 0; position_ < source_.size() && source_[position_] != 0; ++position_) {
       TakeByte(out, source_[position_]);
     }
     return !in_string_;
   }
+
+  size_t SourceSize() const { return source_.size(); }
 
   // The line of the source on which the literal that is open begins.
   int OpenLiteralLine() const {
@@ -67,7 +68,7 @@ class SourceRewrite {
     }
   }
 
-  // A backslash right ahead of a line end joins the lines; the line end is owed behind the joined line.
+  // A backslash right before a line end joins the lines; the line end is owed after the joined line.
   void ContinueLine(CString& out) {
     if (!in_string_) out.Resize(out.size() - 1);
     ++line_ends_owed_;
@@ -104,22 +105,31 @@ class SourceRewrite {
   int line_ends_owed_ = 0;
 };
 
-// The readable form of rewritten code: literals in quotes, without their lengths.
-CString ReadableCode(const char* code, int length) {
+bool TryReserve(CString& text, size_t bytes) {
+  try {
+    text.Reserve(bytes);
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+// The readable form of rewritten code: literals in quotes, without their lengths. The NUL of a literal that the bytes
+// hold whole becomes its closing quote.
+CString ReadableCode(std::string_view code) {
   CString readable;
-  readable.Reserve(static_cast<size_t>(length));
-  const karst::CodeSpan span{code, code + length};
-  for (const char* p = code; p < span.end;) {
-    if (*p != '"' || span.end - p <= static_cast<ptrdiff_t>(kLiteralHead)) {
-      readable += *p++;
-      continue;
-    }
-    const char* behind = karst::BehindLiteral(span, p);
-    const char* content = p + kLiteralHead;
+  readable.Reserve(code.size());
+  while (!code.empty()) {
+    const size_t quote = std::min(code.find('"'), code.size());
+    readable += code.substr(0, quote);
+    code.remove_prefix(quote);
+    if (code.empty()) break;
     readable += '"';
-    if (behind > content) readable += std::string_view(content, static_cast<size_t>(behind - content - 1));
-    readable += '"';
-    p = behind > content ? behind : content;
+    const size_t literal = karst::LiteralLength(code);
+    const std::string_view content = code.substr(std::min(kLiteralHead, code.size()));
+    readable += literal > 0 ? content.substr(0, literal - kLiteralHead - 1) : content;
+    if (literal > 0) readable += '"';
+    code.remove_prefix(literal > 0 ? literal : code.size());
   }
   return readable;
 }
@@ -133,58 +143,62 @@ CCode::CCode() {
 
 CCode::~CCode() { FreeCodeBuffer(); }
 
-int CCode::LoadSource(const char* path, CString& source) {
-  load_fault_line_ = 0;
-  try {
-    return LoadFileContentToString(path, source);
-  } catch (const CError& refused) {
-    load_fault_line_ = refused.second_code;
-    throw CError(refused.text, -1, -1);
-  }
-}
-
-int CCode::ReadCodeFromFile(const char* lpszFileName, int bReload) {
+int CCode::ReadCodeFromFile(const char* lpszFileName, int bReload) try {
   CString path(lpszFileName);
   MakeFullPathName(path);
   if (!bReload && szCodeFile[0] && karst::EqualIgnoringCase(szCodeFile, path.view())) {
-    lpProg = lpCodeBuffer;
-    return 0;
+    return ResetCodeStartPos();
   }
   CString source;
-  if (LoadSource(path, source) == -1) {
-    eprintf("\r\n文件[%s]未找到 或 打开、读入错误...", path.c_str());
-    return -1;
-  }
-  if (source.size() >= INT_MAX) halt(kNoMemory);
+  return ReadSource(path, source) == -1 ? -1 : LoadCode(source.view(), path.view());
+} catch (const std::bad_alloc&) {
+  HaltForMemory();
+}
+
+int CCode::ReadSource(const char* path, CString& source) try {
+  if (LoadFileContentToString(path, source) != -1) return 0;
+  eprintf("\r\n文件[%s]未找到 或 打开、读入错误...", path);
+  return -1;
+} catch (const std::bad_alloc&) {
+  HaltForMemory();
+}
+
+int CCode::LoadCode(std::string_view source, std::string_view name) try {
+  if (source.size() >= INT_MAX) HaltForMemory(kNoMemory);
+  const CString kept_name(name);  // it may be szCodeFile itself
   char* code = nullptr;
-  const int length = ChangeCode(source.c_str(), source.GetLength(), &code);
+  const int length = ChangeCode(source.data(), static_cast<int>(source.size()), &code);
   if (length == -1 || !code) return -1;
   FreeCodeBuffer();
   lpCodeBuffer = code;
   nCodeLen = length;
   // LIMIT: a path that does not fit with its NUL is not kept, so that the next load reads the file afresh.
-  if (path.size() < sizeof szCodeFile) std::memcpy(szCodeFile, path.c_str(), path.size() + 1);
+  if (kept_name.size() < sizeof szCodeFile) std::memcpy(szCodeFile, kept_name.c_str(), kept_name.size() + 1);
   lpProg = lpCodeBuffer;
   lpProgEnd = nullptr;
   return length;
+} catch (const std::bad_alloc&) {
+  HaltForMemory();
 }
 
 int CCode::ChangeCode(const char* lpSource, int nSize, char** lpOut) {
   *lpOut = nullptr;
+  if (lpOut == &lpCodeBuffer) NoteNewBuffer();
   CString rewritten;
   SourceRewrite rewrite(std::string_view(lpSource, static_cast<size_t>(nSize < 0 ? 0 : nSize)));
+  if (!TryReserve(rewritten, rewrite.SourceSize() + 1)) return -1;
   bool closed = false;
   try {
     closed = rewrite.Run(rewritten);
   } catch (const std::bad_alloc&) {
-    halt(kNoMemory);
+    HaltForMemory(kNoMemory);
   }
   if (!closed) {
-    load_fault_line_ = rewrite.OpenLiteralLine();
-    halt("字符串常量没有结束...");
+    strError = "字符串常量没有结束...";
+    throw CError(strError, -1, rewrite.OpenLiteralLine());
   }
   char* code = new (std::nothrow) char[rewritten.size() + 1];
-  if (!code) return -1;
+  if (!code) HaltForMemory(kNoMemory);
   std::memcpy(code, rewritten.c_str(), rewritten.size() + 1);
   *lpOut = code;
   return rewritten.GetLength() + 1;
@@ -195,6 +209,7 @@ int CCode::ChangeCode(char** lpCode, int nSize) {
   const int length = ChangeCode(*lpCode, nSize, &rewritten);
   if (length == -1) return -1;
   std::unique_ptr<char[]> owner(rewritten);
+  if (*lpCode == lpCodeBuffer) NoteNewBuffer();
   if (length <= nSize) {
     std::memcpy(*lpCode, rewritten, static_cast<size_t>(length));
     return length;
@@ -209,8 +224,14 @@ int CCode::FreeCodeBuffer() {
   lpCodeBuffer = nullptr;
   szCodeFile[0] = 0;
   nCodeLen = 0;
-  ++code_generation_;
+  NoteNewBuffer();
   return 0;
+}
+
+void CCode::NoteNewBuffer() {
+  ++code_generation_;
+  ++text_generation_;
+  seen_text_.Empty();
 }
 
 int CCode::ClearCodeCatch() {
@@ -228,35 +249,51 @@ int CCode::ClearFileCatch() {
 
 int CCode::ResetCodeStartPos() {
   lpProg = lpCodeBuffer;
+  NoteForeignEdits();
   return 0;
+}
+
+// SPEED: what is remembered of a text that nobody has changed stays; to compare it costs far less than to read it.
+void CCode::NoteForeignEdits() {
+  const std::string_view text(lpCodeBuffer, lpCodeBuffer ? static_cast<size_t>(nCodeLen) : 0);
+  if (seen_text_.view() == text) return;
+  ++text_generation_;
+  try {
+    seen_text_ = text;
+  } catch (const std::bad_alloc&) {
+    seen_text_.Empty();  // the next comparison takes the text for a new one
+  }
+}
+
+void CCode::NoteOwnEdit(const char* begin, size_t length) {
+  if (seen_text_.IsEmpty() || begin < lpCodeBuffer) return;
+  const size_t offset = static_cast<size_t>(begin - lpCodeBuffer);
+  if (offset + length <= seen_text_.size()) std::memcpy(seen_text_.data() + offset, begin, length);
 }
 
 int CCode::GetLineNumber(const char* lpPos, const char* lpStart) {
   int line = 1;
   if (!lpPos || !lpStart) return line;
-  const karst::CodeSpan code{lpCodeBuffer, lpCodeBuffer + nCodeLen};
   for (const char* p = lpStart; p < lpPos;) {
-    if (*p == '"' && p >= code.begin && p < code.end) {
-      const char* behind = karst::BehindLiteral(code, p);
-      p = behind > p ? behind : p + 1;
+    if (*p != '"') {
+      line += *p++ == '\r';
       continue;
     }
-    line += *p++ == '\r';
+    const size_t literal = karst::LiteralLength({p, static_cast<size_t>(lpPos - p)});
+    if (literal == 0) return line;  // the position is inside
+    p += literal;
   }
   return line;
 }
 
-int CCode::GetCurLineNumber() { return load_fault_line_ ? load_fault_line_ : GetLineNumber(lpProg, lpCodeBuffer); }
+int CCode::GetCurLineNumber() { return GetLineNumber(lpProg, lpCodeBuffer); }
 
-int CCode::DumpCode(const char* lpszFile, const char* lpCode, int nLen) {
-  CString readable;
-  try {
-    readable = ReadableCode(lpCode, nLen < 0 ? 0 : nLen);
-  } catch (const std::bad_alloc&) {
-    halt("malloc error in CCode::DumpCode()");
-  }
+int CCode::DumpCode(const char* lpszFile, const char* lpCode, int nLen) try {
+  const CString readable = ReadableCode({lpCode, static_cast<size_t>(nLen < 0 ? 0 : nLen)});
   DumpPackage(lpszFile, readable.c_str(), readable.size());
   return 0;
+} catch (const std::bad_alloc&) {
+  HaltForMemory(kNoDumpMemory);
 }
 
 int CCode::DumpFile(const char* lpszFile, const char* lpCode, int nLen) {

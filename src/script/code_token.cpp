@@ -49,7 +49,6 @@ class ByteWalk {
 
 int CCode::GetToken() {
   nTok = nTokenType = nPutBackExtra = bPutBack = 0;
-  load_fault_line_ = 0;
   const ScannedToken token = karst::ScanToken({lpCodeBuffer, lpCodeBuffer + nCodeLen}, lpProg, lpProgEnd);
   lpProg = const_cast<char*>(token.fault == ScanFault::kNone ? token.end : token.start);
   if (token.fault != ScanFault::kNone) RefuseToken(token);
@@ -62,7 +61,10 @@ int CCode::GetToken() {
     literal_length_ = static_cast<int>(token.text.size());
   }
   const bool reserved_word = token.cls == karst::COMMAND && szToken[0] != '`' && szToken[0] != '{' && szToken[0] != '}';
-  if (reserved_word) WriteNumberForm(const_cast<char*>(token.start), token.text.size(), token.number);
+  if (reserved_word) {
+    WriteNumberForm(const_cast<char*>(token.start), token.text.size(), token.number);
+    NoteOwnEdit(token.start, token.text.size());
+  }
   return token.cls;
 }
 

@@ -11,7 +11,7 @@ void CScript::GetLogicExp(int* pnResult) {
   CValue value;
   l_level2(&value);
   const int truth = karst::Truth(value);
-  if (truth < 0) halt("GetLogicExp() error...");
+  if (truth < 0) halt(kConditionWithoutTruth);
   *pnResult = truth;
   PutBack();
 }

@@ -86,7 +86,7 @@ void RememberedRunner::Call(const RememberedCall& call, CValue& result) {
     if (!has_room || !MakeQuickly(argument)) MakeArgument(argument);
   }
   MoveTo(call.behind);
-  call.handler(&script_, static_cast<int>(cells.size() - first), static_cast<int>(first), &result);
+  script_.CallBuiltin(call.handler, static_cast<int>(cells.size() - first), static_cast<int>(first), &result);
   store_.CutBack(cells, first);
   --script_.m_nBeginCount;
 }

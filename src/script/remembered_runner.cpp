@@ -1,6 +1,8 @@
 // RememberedRunner: statements. The expressions are in remembered_expression.cpp.
 #include "script/remembered_runner.h"
 
+#include <new>
+
 #include "script/arithmetic.h"
 #include "script/statement_builder.h"
 
@@ -24,14 +26,27 @@ int RememberedRunner::Run() {
 template <bool kCounted>
 inline RememberedStatement* RememberedRunner::RunOn(Statement& first) {
   Statement* statement = &first;
-  do {
-    if constexpr (kCounted) {
-      MoveTo(statement->word);
-      if (statement->kind != StatementKind::kPieceEnd) SpendStatement(script_);
-    }
-    statement = statement->run(*this, *statement);
-  } while (statement && statement->last_token < limit_ && !Stopped());
+  try {
+    do {
+      if constexpr (kCounted) {
+        MoveTo(statement->word);
+        if (statement->kind != StatementKind::kPieceEnd) SpendStatement(script_);
+      }
+      statement = statement->run(*this, *statement);
+    } while (statement && statement->last_token < limit_ && !Stopped());
+  } catch (const std::bad_alloc&) {
+    StandIn(*statement);
+    throw;
+  }
   return statement;
+}
+
+// SPEED: what raises nothing but a failed allocation keeps no read position, so that this one may be of an earlier
+// statement.
+void RememberedRunner::StandIn(const Statement& statement) {
+  if (statement.kind == StatementKind::kPieceEnd) return;
+  const bool stands_in = script_.lpProg > statement.word && script_.lpProg <= statement.last_token;
+  if (!stands_in) MoveTo(statement.behind_word);
 }
 
 // One statement from the text.
@@ -246,18 +261,24 @@ RememberedStatement* RememberedRunner::CallStatement(RememberedRunner& self, Sta
 
 // Conditions and blocks.
 
-inline bool RememberedRunner::Holds(const ExpressionNode& condition) {
-  const IntResult result = condition.evaluate_int(condition);
-  return result.known ? result.value != 0 : HoldsAtLength(condition);
+inline bool RememberedRunner::Holds(const Statement& statement) {
+  const IntResult result = statement.expression->evaluate_int(*statement.expression);
+  return result.known ? result.value != 0 : HoldsAtLength(statement);
 }
 
-bool RememberedRunner::HoldsAtLength(const ExpressionNode& condition) {
+bool RememberedRunner::HoldsAtLength(const Statement& statement) {
   CValue value;
-  Evaluate(condition, value);
-  return Truth(value) == 1;
+  Evaluate(*statement.expression, value);
+  const int truth = Truth(value);
+  if (truth < 0) {
+    MoveTo(statement.behind_value);
+    script_.GetToken();  // a condition is refused with the token after it read
+    script_.halt(CScript::kConditionWithoutTruth);
+  }
+  return truth == 1;
 }
 
-// What a false condition or an "else" passes was just read from the text.
+// What a false condition or an "else" passes was just read from the text, up to a place that lies in the piece.
 RememberedStatement* RememberedRunner::SkippedByReading(Statement& statement) {
   if (script_.nTok == FINISHED) return Leave(0);
   statement.skip_target = script_.lpProg;
@@ -266,7 +287,7 @@ RememberedStatement* RememberedRunner::SkippedByReading(Statement& statement) {
 }
 
 RememberedStatement* RememberedRunner::If(RememberedRunner& self, Statement& statement) {
-  if (self.Holds(*statement.expression)) {
+  if (self.Holds(statement)) {
     if (statement.opens_block && !self.OpenFrameQuickly()) return BeginAtLength(self, statement);
     return self.Next(statement);
   }
@@ -283,8 +304,9 @@ RememberedStatement* RememberedRunner::SkipIf(RememberedRunner& self, Statement&
 RememberedStatement* RememberedRunner::Else(RememberedRunner& self, Statement& statement) {
   if (self.CanSkip(statement)) return self.Skip(statement);
   self.MoveTo(statement.behind_word);
-  self.script_.DoElse();
-  return self.SkippedByReading(statement);
+  const bool limited = self.script_.DoElse() == 1;
+  // Where the piece ended first, another piece that holds more of the line goes on elsewhere.
+  return limited ? self.ReadOn() : self.SkippedByReading(statement);
 }
 
 RememberedStatement* RememberedRunner::Begin(RememberedRunner& self, Statement& statement) {
@@ -317,7 +339,7 @@ RememberedStatement* RememberedRunner::EndAtLength(RememberedRunner& self, State
 RememberedStatement* RememberedRunner::Loop(RememberedRunner& self, Statement& statement) {
   CLoopStack& open_loops = *self.script_.pLoopStack;
   open_loops.push(const_cast<char*>(statement.word));
-  if (self.Holds(*statement.expression)) return self.Next(statement);
+  if (self.Holds(statement)) return self.Next(statement);
   open_loops.pop();
   return self.CanSkip(statement) ? self.Skip(statement) : SkipLoop(self, statement);
 }
@@ -330,10 +352,10 @@ RememberedStatement* RememberedRunner::SkipLoop(RememberedRunner& self, Statemen
 
 RememberedStatement* RememberedRunner::EndLoop(RememberedRunner& self, Statement& statement) {
   CScript& script = self.script_;
-  char* loop_word = self.Stopped() ? nullptr : script.pLoopStack->pop();
+  char* loop_word = script.pLoopStack->pop();
   if (!loop_word) [[unlikely]] {
     self.MoveTo(statement.behind_word);
-    script.DoEndLoop();  // refuses
+    script.BackToLoop();  // refuses
   }
   self.MoveTo(loop_word);
   return self.remembered_.At(loop_word);

@@ -22,7 +22,7 @@ class RememberedRunner {
         run_state_(script.nRunState),
         entry_depth_(entry_depth),
         limit_(script.lpProgEnd ? script.lpProgEnd : script.lpCodeBuffer + script.nCodeLen) {
-    remembered_.Follow(script.lpCodeBuffer, script.nCodeLen, script.code_generation_);
+    remembered_.Follow(script.lpCodeBuffer, script.nCodeLen, script.text_generation_);
   }
 
   // As CScript::MainLoop.
@@ -37,6 +37,7 @@ class RememberedRunner {
 
   template <bool kCounted>
   Statement* RunOn(Statement& first);
+  void StandIn(const Statement& statement);
   Flow Read();
   void Remember(const char* position);
   // SPEED: as CRunable::IsStop, without the way to the virtual base.
@@ -90,7 +91,7 @@ class RememberedRunner {
   }
   bool OpenFrameQuickly() { return store_.OpenFrameQuickly(script_.m_Cells, script_.m_nBeginCount); }
   void OpenFrame() {
-    if (!OpenFrameQuickly() && store_.AppendMark(script_.m_Cells, 0)) ++script_.m_nBeginCount;
+    if (!OpenFrameQuickly()) script_.OpenFrame(0);
   }
   bool CanSkip(const Statement& statement) const { return statement.skip_target && statement.skip_target < limit_; }
   Statement* SkippedByReading(Statement& statement);
@@ -99,8 +100,9 @@ class RememberedRunner {
   void AssignValue(const Statement& statement, const CValue& value);
   CVarCell* TextVariable(const NameSlot& slot, const char* refusal);
 
-  bool Holds(const ExpressionNode& condition);
-  [[gnu::noinline]] bool HoldsAtLength(const ExpressionNode& condition);
+  // Whether the condition of an "if" or a loop holds.
+  bool Holds(const Statement& statement);
+  [[gnu::noinline]] bool HoldsAtLength(const Statement& statement);
   void Evaluate(const ExpressionNode& node, CValue& value);
   void EvaluateBinary(const ExpressionNode& node, CValue& value);
   // The text of a literal or of a text variable; false for any other node.

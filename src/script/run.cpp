@@ -58,7 +58,7 @@ void CScript::CreateDeclaredInt64(karst::NameSlot& slot, CValue& value) {
 int CScript::CreateString() {
   Declare("CreateString error", "create_string error , need =", [this](const char* name, bool with_value) {
     if (with_value && GetToken() != karst::STRING) halt("\n need \" at create string");
-    CreateNewVar(name, with_value ? szToken : "");
+    MakeText(Store().SlotOf(name), with_value ? szToken : "");
   });
   return 0;
 }
@@ -96,8 +96,8 @@ void CScript::AssignStatement(const char* name, char* name_end) {
     GetExp(&value);
   }
   try {
-    ChangeVarValue(name, &value);
-  } catch (const CError&) {
+    ChangeValue(Store().SlotOf(name), value);
+  } catch (...) {
     lpProg = name_end;
     throw;
   }
@@ -152,7 +152,7 @@ int CScript::DoElse() {
   return FindEOL();
 }
 
-int CScript::DoBegin() { return CreateBegin(0); }
+int CScript::DoBegin() { return OpenFrame(0); }
 
 int CScript::DoEnd() {
   if (m_nBeginCount == 0) halt("end或者'}'比begin或'{'多...");
@@ -174,6 +174,10 @@ int CScript::DoLoop() {
 
 int CScript::DoEndLoop() {
   if (IsStop()) halt("循环被强制中断");
+  return BackToLoop();
+}
+
+int CScript::BackToLoop() {
   char* loop_word = pLoopStack->pop();
   if (!loop_word) halt("endloop与loop不配对...");
   lpProg = loop_word;

@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <exception>
 #include <memory>
+#include <new>
 
 #include "platform/files.h"
 #include "platform/format.h"
@@ -22,13 +23,36 @@ int AppendToFile(const char* name, std::string_view text) {
   return written == static_cast<int64_t>(text.size()) ? 0 : -1;
 }
 
-// False if the text cannot be made, for whatever reason.
-bool TryFormat(CString& text, const char* format, va_list values) {
+enum class Made { kYes, kNoMemory, kBadFormat };
+
+Made TryFormat(CString& text, const char* format, va_list values) {
   try {
     text.FormatV(format, values);
-    return true;
+    return Made::kYes;
+  } catch (const std::bad_alloc&) {
+    return Made::kNoMemory;
   } catch (...) {
+    return Made::kBadFormat;
+  }
+}
+
+// False without memory.
+bool TryFormatMessage(CString& text, const char* format, va_list values) {
+  try {
+    karst::FormatHostMessageV(text, format, values);
+    return true;
+  } catch (const std::bad_alloc&) {
     return false;
+  }
+}
+
+// 0, or -1 if the control had no memory for the text.
+int AppendToControl(HWND control, const char* text) {
+  try {
+    karst::AppendToTextControl(control, text);
+    return 0;
+  } catch (const std::bad_alloc&) {
+    return -1;
   }
 }
 
@@ -37,9 +61,19 @@ bool TryFormat(CString& text, const char* format, va_list values) {
 void CRunable::halt(const char* lpszFormat, ...) {
   va_list values;
   va_start(values, lpszFormat);
-  const bool made = TryFormat(strError, lpszFormat, values);
+  const Made made = TryFormat(strError, lpszFormat, values);
   va_end(values);
-  if (made) throw CError(strError, -1, -1);
+  if (made == Made::kYes) throw CError(strError, -1, -1);
+  if (made == Made::kNoMemory) HaltForMemory();
+}
+
+void CRunable::HaltForMemory(const char* text) {
+  try {
+    strError = text;
+  } catch (const std::bad_alloc&) {
+    strError = karst::MemoryError::kText;  // lives inside the object
+  }
+  throw karst::MemoryError(text);
 }
 
 int CRunable::eprintf(const char* lpszFormat, ...) {
@@ -47,24 +81,23 @@ int CRunable::eprintf(const char* lpszFormat, ...) {
   CString text;
   va_list values;
   va_start(values, lpszFormat);
-  karst::FormatHostMessageV(text, lpszFormat, values);
+  const bool made = TryFormatMessage(text, lpszFormat, values);
   va_end(values);
-  return eprintf1(text);
+  return made ? AppendToControl(hWnd, text) : -1;
 }
 
 int CRunable::eprintf1(const char* lpszText) {
   if (hWnd == nullptr) return -1;
-  karst::AppendToTextControl(hWnd, lpszText);
-  return 0;
+  return AppendToControl(hWnd, lpszText);
 }
 
 int CRunable::fnprintf(const char* lpszFile, const char* lpszFormat, ...) {
   CString text;
   va_list values;
   va_start(values, lpszFormat);
-  const bool made = TryFormat(text, lpszFormat, values);
+  const Made made = TryFormat(text, lpszFormat, values);
   va_end(values);
-  return made ? AppendToFile(lpszFile, text.view()) : -1;
+  return made == Made::kYes ? AppendToFile(lpszFile, text.view()) : -1;
 }
 
 int CRunable::CreateConsoleWindow() {

@@ -1,29 +1,43 @@
 // CScript: construction, the entry point, and the main loop.
 #include "script/script.h"
 
+#include <new>
+
 #include "outside/zebutil.h"
 #include "script/remembered_runner.h"
 
 using karst::FINISHED;
 
 int RunKarstPro(const char* lpszFileName, HWND hWnd) {
-  const auto script = std::make_unique<CScript>();
-  script->hWnd = hWnd;
+  std::unique_ptr<CScript> script;
   try {
+    script = std::make_unique<CScript>();
+    script->hWnd = hWnd;
     return script->Run(lpszFileName);
   } catch (const CError& error) {
-    script->eprintf("\r\n第%d行: %s", script->GetCurLineNumber(), error.what());
-    return -1;
+    return karst::TellRunFailed(hWnd, script->LineOf(error), error.what());
+  } catch (const std::bad_alloc&) {
+    return karst::TellRunFailed(hWnd, 1, karst::MemoryError::kText);
   }
 }
 
-CScript::CScript() : pLoopStack(new CLoopStack), remembered_(std::make_unique<karst::Remembered>()) {}
+int karst::TellRunFailed(HWND control, int line, const char* text) {
+  CRunable host;
+  host.hWnd = control;
+  host.eprintf("\r\n第%d行: %s", line, text);
+  return -1;
+}
+
+// The loop stack comes last: nothing would free it if what follows it failed.
+CScript::CScript() : pLoopStack(nullptr), remembered_(std::make_unique<karst::Remembered>()) {
+  pLoopStack = new CLoopStack;
+}
 
 CScript::~CScript() { delete pLoopStack; }
 
 int CScript::Run(const char* lpszFileName) { return ReadCodeFromFile(lpszFileName, 0) == -1 ? -1 : MainLoop(); }
 
-int CScript::MainLoop() {
+int CScript::MainLoop() try {
   pLoopStack->RemoveAll();
   nTok = 0;
   if (!lpProg) return 0;
@@ -34,6 +48,8 @@ int CScript::MainLoop() {
   while (RunStatement(entry_depth, result) == Flow::kNext) {
   }
   return result;
+} catch (const std::bad_alloc&) {
+  HaltForMemory();
 }
 
 CScript::Flow CScript::RunStatement(int entry_depth, int& result) {
@@ -57,7 +73,7 @@ CScript::Flow CScript::ActOnWord(int entry_depth, int& result) {
     case karst::kTokGoto: DoGoto(); break;
     case karst::kTokStop: result = DoStop(entry_depth); return Flow::kLeave;
     case karst::kTokLoop: DoLoop(); break;
-    case karst::kTokEndLoop: DoEndLoop(); break;
+    case karst::kTokEndLoop: BackToLoop(); break;
     case karst::kTokInt: CreateInt(); break;
     case karst::kTokString: CreateString(); break;
     case karst::kTokInt64: CreateInt64(); break;

@@ -15,8 +15,16 @@ class StatementBuilder;
 }  // namespace karst
 
 // Runs a script file. `lpszFileName` is its path (GBK), `hWnd` the host's output control or null. Gives the script's
-// result, or -1 when it failed; the message is then on the host's output as "\r\n第%d行: %s".
+// result, or -1 when it failed; the message is then on the host's output as "\r\n第%d行: %s". So is "mem low..." when
+// an allocation failed. What a host's own callbacks throw passes; nothing else does.
 KARST_API int RunKarstPro(const char* lpszFileName, HWND hWnd);
+
+namespace karst {
+
+// The last message of a run that failed, on the host's output control. -1.
+KARST_API int TellRunFailed(HWND control, int line, const char* text);
+
+}  // namespace karst
 
 class KARST_API CScript : public CCode, public CFuncArray {
  public:
@@ -27,7 +35,8 @@ class KARST_API CScript : public CCode, public CFuncArray {
   // as CError.
   int Run(const char* lpszFileName);
   // Runs the code from lpProg on, to lpProgEnd where it is set (a piece). 0 at a normal end, 1 after "break" and 2
-  // after "Continue" in a piece, or the int of "stop".
+  // after "Continue" in a piece, or the int of "stop". An allocation that fails is a fault of the script as any other:
+  // karst::MemoryError, a CError.
   int MainLoop();
 
   // Expressions. GetExp and GetLogicExp read one from the next token on and leave the token that ended it unread. The
@@ -80,8 +89,13 @@ class KARST_API CScript : public CCode, public CFuncArray {
 
   CLoopStack* pLoopStack;
 
+ protected:
+  // Closes the frames that were opened since `entry_depth` were open.
+  void CloseFrames(int entry_depth);
+
  private:
   static constexpr char kAppendOnlyTexts[] = " << 运算只能在string类型变量之间进行!";
+  static constexpr char kConditionWithoutTruth[] = "GetLogicExp() error...";
   static constexpr char kPrependOnlyTexts[] = " >> 运算只能在string类型变量之间进行!";
 
   friend class karst::RememberedRunner;
@@ -92,7 +106,8 @@ class KARST_API CScript : public CCode, public CFuncArray {
   // One turn of the main loop, read from the text; kLeave with the loop's result in `result`.
   Flow RunStatement(int entry_depth, int& result);
   Flow ActOnWord(int entry_depth, int& result);
-  void CloseFrames(int entry_depth);
+  // DoEndLoop in the main loop, which has just looked for a stop request.
+  int BackToLoop();
 
   // Steps of a call and of the statements that begin with a name.
   void ReadArguments();

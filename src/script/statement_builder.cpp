@@ -70,7 +70,7 @@ void StatementBuilder::Dispatch(RememberedStatement& statement) {
 void StatementBuilder::PieceEnd(RememberedStatement& statement) {
   statement.kind = StatementKind::kPieceEnd;
   statement.piece_end = limit_;
-  statement.next = token_.start;
+  statement.next = at_ < limit_ ? token_.start : at_;  // nothing is read at the end itself, not even a blank
 }
 
 void StatementBuilder::Word(RememberedStatement& statement) {

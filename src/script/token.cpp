@@ -158,13 +158,19 @@ int ReservedWordNumber(std::string_view word) {
   return 0;
 }
 
-const char* BehindLiteral(const CodeSpan& code, const char* quote) {
+size_t LiteralLength(std::string_view code) {
+  constexpr size_t kHead = 1 + sizeof(int32_t);
+  if (code.size() < kHead) return 0;
   int32_t length = 0;
-  if (code.end - quote <= 5) return code.end - 1;
-  std::memcpy(&length, quote + 1, sizeof length);
-  const char* content = quote + 5;
-  const bool inside = length >= 1 && length < code.end - content;
-  return inside ? content + length : code.end - 1;
+  std::memcpy(&length, code.data() + 1, sizeof length);
+  const bool whole = length >= 1 && static_cast<size_t>(length) <= code.size() - kHead;
+  return whole ? kHead + static_cast<size_t>(length) : 0;
+}
+
+const char* BehindLiteral(const CodeSpan& code, const char* quote) {
+  const char* end = code.end - 1;
+  const size_t length = quote < end ? LiteralLength({quote, static_cast<size_t>(end - quote)}) : 0;
+  return length > 0 ? quote + length : end;
 }
 
 ScannedToken ScanToken(const CodeSpan& code, const char* position, const char* limit) {

@@ -41,6 +41,9 @@ ScannedToken ScanToken(const CodeSpan& code, const char* position, const char* l
 // The token number of a word in word form or number form, or 0.
 int ReservedWordNumber(std::string_view word);
 
+// The bytes of the literal with whose quote `code` begins, from the quote to its NUL; 0 if they are not all there.
+size_t LiteralLength(std::string_view code);
+
 // Behind the literal whose quote stands at `quote`, never behind the code's final NUL.
 const char* BehindLiteral(const CodeSpan& code, const char* quote);
 

@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
-#include <span>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -21,7 +20,7 @@
 namespace karst {
 
 // A text without NULs that takes one pointer, and where it is not empty its bytes and a NUL.
-class CompactText {
+class KARST_API CompactText {
  public:
   CompactText() = default;
   explicit CompactText(std::string_view text) { Assign(text); }
@@ -56,7 +55,7 @@ struct KeyEnds {
       tail = static_cast<uint8_t>(key.back());
     }
   }
-  friend bool operator==(const KeyEnds&, const KeyEnds&) = default;
+  bool Equal(const KeyEnds& other) const { return head == other.head && tail == other.tail; }
 
   uint64_t head = 0;
   uint64_t tail = 0;
@@ -76,14 +75,14 @@ class CStatisCell {
 //
 // CHOICE: a row holds the cells that were written, by rising column, in place of one pointer for each column of the
 // table: what a row costs follows what it holds, whatever number of columns the script asked for.
-class CStatisRow {
+class KARST_API CStatisRow {
  public:
   // `row_key` holds no NUL.
   CStatisRow(std::string_view row_key, int32_t row_number)
       : key(row_key), row(row_number), key_size(static_cast<uint32_t>(row_key.size())) {}
   std::string_view KeyView() const { return {key.c_str(), key_size}; }
   bool HasKey(std::string_view wanted, const karst::KeyEnds& ends) const {
-    if (key_size != wanted.size() || karst::KeyEnds(KeyView()) != ends) return false;
+    if (key_size != wanted.size() || !karst::KeyEnds(KeyView()).Equal(ends)) return false;
     return key_size <= karst::KeyEnds::kWhole || KeyView() == wanted;
   }
   // The cell of a column, or null if it was never written.
@@ -119,8 +118,9 @@ struct RowKeyEqual {
 
 }  // namespace karst
 
-// One table. Columns count from 0.
-class CStatisTable {
+// One table. Columns count from 0. Where an operation does not say what it gives without memory, it is std::bad_alloc,
+// with the table as it was.
+class KARST_API CStatisTable {
  public:
   // The number that stands for the key where a column is read or sorted by.
   static constexpr int kKeyColumn = -1;
@@ -164,8 +164,8 @@ class CStatisTable {
   int ParseColumns(const char* list, std::vector<int16_t>& out) const;
   // Sorts by the columns, the most significant first: the key by characters, any other column by its numbers. Rows
   // that compare equal end up where a Shell sort with the gaps 391, 77, 19, 7, 1 leaves them. 1, or 0, with nothing
-  // moved, for a list that names a column outside the table, or if there is no memory.
-  int Sort(std::span<const int16_t> sort_columns, bool descending);
+  // moved, for a list that names a column outside the table.
+  int Sort(const std::vector<int16_t>& sort_columns, bool descending);
 
   int32_t columns = 0;
   std::vector<std::unique_ptr<CStatisRow>> rows;  // in their current order

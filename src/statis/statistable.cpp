@@ -100,14 +100,9 @@ CStatisRow* CStatisTable::LookUpRow(std::string_view key, CStatisRow*& recent) {
 
 int CStatisTable::SetCell(CStatisRow* row, int column, int64_t value, std::string_view text) {
   if (!HasColumn(column)) return 0;
-  try {
-    CStatisCell& cell = row->Make(column);  // without memory for the text it stays as if it was never written
-    cell.text.Assign(text);
-    cell.value = value;
-  } catch (const std::bad_alloc&) {
-    karst::ReportNoMemory();
-    return 0;
-  }
+  CStatisCell& cell = row->Make(column);  // without memory for the text it stays as if it was never written
+  cell.text.Assign(text);
+  cell.value = value;
   return 1;
 }
 

@@ -5,11 +5,10 @@
 // stable, so any stable sort moves these rows to the same places.
 #include <algorithm>
 #include <cstdint>
-#include <new>
+#include <span>
 #include <vector>
 
 #include "platform/mbtext.h"
-#include "statis/nomemory.h"
 #include "statis/statisdb.h"
 
 namespace {
@@ -105,20 +104,14 @@ Places NewOrder(const Rows& rows, std::span<const int16_t> columns, bool descend
 
 }  // namespace
 
-int CStatisTable::Sort(std::span<const int16_t> sort_columns, bool descending) {
+int CStatisTable::Sort(const std::vector<int16_t>& sort_columns, bool descending) {
   if (rows.empty()) return 1;
   const auto is_known = [this](int16_t column) { return column == kKeyColumn || HasColumn(column); };
   if (!std::all_of(sort_columns.begin(), sort_columns.end(), is_known)) return 0;
-  try {
-    const Places order = NewOrder(rows, sort_columns, descending);
-    Rows moved(rows.size());
-    std::transform(order.begin(), order.end(), moved.begin(),
-                   [this](uint32_t place) { return std::move(rows[place]); });
-    rows.swap(moved);
-  } catch (const std::bad_alloc&) {
-    karst::ReportNoMemory();
-    return 0;
-  }
+  const Places order = NewOrder(rows, sort_columns, descending);
+  Rows moved(rows.size());
+  std::transform(order.begin(), order.end(), moved.begin(), [this](uint32_t place) { return std::move(rows[place]); });
+  rows.swap(moved);
   Renumber(0);
   return 1;
 }

@@ -1,8 +1,6 @@
 // CellStore: what is seldom done.
 #include "values/cellstore.h"
 
-#include <new>
-
 namespace karst {
 
 CellStore::~CellStore() {
@@ -15,19 +13,10 @@ CellStore::~CellStore() {
 
 // As Take, with a new cell if none is free.
 CVarCell* CellStore::TakeRenamed(NameSlot& slot) {
-  if (!free_) {
-    free_ = new (std::nothrow) CVarCell;
-    if (!free_) return nullptr;
-  }
+  if (!free_) free_ = new CVarCell;
   free_->name.Assign(slot.name);
   free_->slot_ = &slot;
   return Take(slot);
-}
-
-CVarCell* CellStore::AppendTaken(std::vector<CVarCell*>& cells, NameSlot& slot) {
-  CVarCell* cell = Take(slot);
-  if (cell) Append(cells, cell);
-  return cell;
 }
 
 void CellStore::ShrinkText(CVarCell* cell) { cell->text_.EmptyAndShrink(kKeptTextCapacity); }

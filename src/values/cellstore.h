@@ -49,7 +49,7 @@ class CellStore {
 
   static int PositionOf(const CVarCell* cell) { return cell ? cell->position_ : -1; }
 
-  // A cell of that name with no value yet, or null without memory.
+  // A cell of that name with no value yet. std::bad_alloc leaves the store as it was, here and below.
   CVarCell* Take(NameSlot& slot) {
     CVarCell* cell = free_;
     if (!cell || cell->slot_ != &slot) [[unlikely]]
@@ -80,11 +80,6 @@ class CellStore {
     slot.newest = cell;
     ClearNumbers(cell);
     return cell;
-  }
-  // The same in any case; null without memory.
-  CVarCell* AppendNew(std::vector<CVarCell*>& cells, NameSlot& slot) {
-    CVarCell* cell = AppendReady(cells, slot);
-    return cell ? cell : AppendTaken(cells, slot);
   }
   void CutBack(std::vector<CVarCell*>& cells, size_t size) {
     CVarCell* free = free_;
@@ -130,14 +125,14 @@ class CellStore {
     cells.resize(kept);
   }
 
-  // A frame mark at the end of the table; false without memory.
-  bool AppendMark(std::vector<CVarCell*>& cells, int flag) {
+  // A frame mark at the end of the table.
+  void AppendMark(std::vector<CVarCell*>& cells, int flag) {
+    // Room first: what is appended then cannot be lost on the way.
+    if (cells.size() == cells.capacity()) cells.reserve(std::max<size_t>(cells.size() * 2, 16));
     CVarCell* mark = Take(frame_mark_);
-    if (!mark) return false;
     mark->leixing = kFrameMark;
     mark->nDupPos = flag;
     Append(cells, mark);
-    return true;
   }
 
   // SPEED: a frame, or the end of the newest one, where that needs no memory and calls nothing; else false, with
@@ -177,14 +172,15 @@ class CellStore {
     return cell && cell->leixing == type && cell->nDupPos == -1 ? cell : nullptr;
   }
 
+  // Without memory for the text the cell keeps the value that it has.
   static void SetText(CVarCell* cell, std::string_view text) {
-    cell->leixing = kText;
     cell->text_.Assign(text);
+    cell->leixing = kText;
     cell->string = &cell->text_;
   }
   static void SetText(CVarCell* cell, const CString& text) {
-    cell->leixing = kText;
     cell->text_.Assign(text);
+    cell->leixing = kText;
     cell->string = &cell->text_;
   }
   // The value of a variable; false for a cell that is none.
@@ -241,7 +237,6 @@ class CellStore {
     cell->dwVal = 0;
   }
   CVarCell* TakeRenamed(NameSlot& slot);
-  CVarCell* AppendTaken(std::vector<CVarCell*>& cells, NameSlot& slot);
   static void ShrinkText(CVarCell* cell);
 
   std::deque<NameSlot> slots_;

@@ -13,11 +13,11 @@ namespace {
 
 constexpr char kSumTypeError[] = "CValue operator + val1 leixing error ...";
 
-// A copy from new[], or CError with `message` without memory.
+// A copy from new[], or MemoryError with `message`.
 char* CopyText(const char* text, const char* message) {
   const size_t size = std::strlen(text) + 1;
   char* copy = new (std::nothrow) char[size];
-  if (!copy) throw CError(message, -1, -1);
+  if (!copy) throw karst::MemoryError(message);
   std::memcpy(copy, text, size);
   return copy;
 }
@@ -162,7 +162,7 @@ char* AddTwoString(const char* s1, const char* s2) {
   const size_t first = std::strlen(s1);
   const size_t second = std::strlen(s2);
   char* joined = new (std::nothrow) char[first + second + 1];
-  if (!joined) throw CError("AddTwoString() malloc error ...", -1, -1);
+  if (!joined) throw karst::MemoryError("AddTwoString() malloc error ...");
   std::memcpy(joined, s1, first);
   std::memcpy(joined + first, s2, second + 1);
   return joined;

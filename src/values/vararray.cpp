@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "values/cellstore.h"
 
@@ -19,6 +20,17 @@ std::string_view UpToNul(std::string_view text) {
 
 std::string_view TextOf(const CValue& value) {
   return value.string ? std::string_view(value.string) : std::string_view();
+}
+
+// What an operation gives that a host calls by a name: -1 without memory. The operations that the engine itself uses
+// let std::bad_alloc pass, which ends the run.
+template <typename Operation>
+int OrNoMemory(Operation operation) {
+  try {
+    return operation();
+  } catch (const std::bad_alloc&) {
+    return -1;
+  }
 }
 
 // A cell on its way into the table. If something fails on that way, the store gets it back.
@@ -63,7 +75,7 @@ int CVarArray::SearchVarPos(const char* name) { return CellStore::PositionOf(Sea
 
 // Creation.
 
-inline void CVarArray::CheckNameIsFree(const NameSlot& slot) {
+void CVarArray::CheckNameIsFree(const NameSlot& slot) {
   if (m_nBeginCount == 0 && slot.newest) [[unlikely]]
     halt(" 变量%s重复建立...", slot.name.c_str());
 }
@@ -73,7 +85,7 @@ void CVarArray::RefuseCell() {
   halt("变量溢出");
 }
 
-inline CVarCell* CVarArray::NewCellFor(NameSlot& slot) {
+CVarCell* CVarArray::NewCellFor(NameSlot& slot) {
   CheckNameIsFree(slot);
   if (m_Cells.size() >= static_cast<size_t>(kMostCells)) {
     RefuseCell();
@@ -84,7 +96,6 @@ inline CVarCell* CVarArray::NewCellFor(NameSlot& slot) {
 int CVarArray::MakeText(NameSlot& slot, std::string_view text) {
   CellToAppend taken(*store_, NewCellFor(slot));
   CVarCell* const cell = taken.Get();
-  if (!cell) return -1;
   CellStore::SetText(cell, text);
   return taken.AppendTo(m_Cells);
 }
@@ -92,7 +103,6 @@ int CVarArray::MakeText(NameSlot& slot, std::string_view text) {
 int CVarArray::MakeInt(NameSlot& slot, int32_t n) {
   CellToAppend taken(*store_, NewCellFor(slot));
   CVarCell* const cell = taken.Get();
-  if (!cell) return -1;
   CellStore::SetInt(cell, n);
   return taken.AppendTo(m_Cells);
 }
@@ -102,19 +112,24 @@ int CVarArray::CreateTextById(int name_id, std::string_view text) { return MakeT
 int CVarArray::CreateIntById(int name_id, int32_t n) { return MakeInt(store_->Slot(name_id), n); }
 
 int CVarArray::CreateNewVar(const char* name, const char* text) {
-  return MakeText(store_->SlotOf(name), text ? std::string_view(text) : std::string_view());
+  return OrNoMemory([&] { return MakeText(store_->SlotOf(name), text ? std::string_view(text) : std::string_view()); });
 }
 
-int CVarArray::CreateNewVar(const char* name, int32_t n) { return MakeInt(store_->SlotOf(name), n); }
+int CVarArray::CreateNewVar(const char* name, int32_t n) {
+  return OrNoMemory([&] { return MakeInt(store_->SlotOf(name), n); });
+}
 
-int CVarArray::CreateNewVar(const char* name, int64_t n) { return MakeValue(store_->SlotOf(name), CValue(n)); }
+int CVarArray::CreateNewVar(const char* name, int64_t n) {
+  return OrNoMemory([&] { return MakeValue(store_->SlotOf(name), CValue(n)); });
+}
 
-int CVarArray::CreateNewVar(const char* name, const CValue* value) { return MakeValue(store_->SlotOf(name), *value); }
+int CVarArray::CreateNewVar(const char* name, const CValue* value) {
+  return OrNoMemory([&] { return MakeValue(store_->SlotOf(name), *value); });
+}
 
 int CVarArray::MakeValue(NameSlot& slot, const CValue& value) {
   CellToAppend taken(*store_, NewCellFor(slot));
   CVarCell* const cell = taken.Get();
-  if (!cell) return -1;
   switch (value.leixing) {
     case karst::kInt: CellStore::SetInt(cell, value.lVal); break;
     case karst::kInt64: CellStore::SetInt64(cell, value.i64Val); break;
@@ -129,7 +144,7 @@ int CVarArray::MakeValue(NameSlot& slot, const CValue& value) {
 }
 
 int CVarArray::CreateNewVarDup(const char* name, const char* source) {
-  return MakeDup(store_->SlotOf(name), store_->SlotOf(source));
+  return OrNoMemory([&] { return MakeDup(store_->SlotOf(name), store_->SlotOf(source)); });
 }
 
 int CVarArray::MakeDup(NameSlot& slot, const NameSlot& source) {
@@ -140,7 +155,6 @@ int CVarArray::MakeDup(NameSlot& slot, const NameSlot& source) {
   }
   CellToAppend taken(*store_, store_->Take(slot));
   CVarCell* const cell = taken.Get();
-  if (!cell) return -1;
   if (!CellStore::SetCopy(cell, *source.newest)) {
     halt(" CreateNewVarDup leixing error [%d]", source.newest->leixing);
   }
@@ -150,7 +164,7 @@ int CVarArray::MakeDup(NameSlot& slot, const NameSlot& source) {
 
 // Change by name.
 
-inline CVarCell* CVarArray::ExistingVar(const NameSlot& slot) {
+CVarCell* CVarArray::ExistingVar(const NameSlot& slot) {
   if (!slot.newest) {
     DumpVars();
     halt(" 变量%s没找到...", slot.name.c_str());
@@ -203,17 +217,23 @@ int CVarArray::ChangeIntById(int name_id, int32_t n) {
 }
 
 int CVarArray::ChangeVarValue(const char* name, const CValue* value) {
-  return ChangeValue(store_->SlotOf(name), *value);
+  return OrNoMemory([&] { return ChangeValue(store_->SlotOf(name), *value); });
 }
 
 int CVarArray::ChangeVarValue(const char* name, const char* text) {
-  return ChangeTextById(NameId(name), text ? std::string_view(text) : std::string_view());
+  return OrNoMemory([&] { return ChangeTextById(NameId(name), text ? std::string_view(text) : std::string_view()); });
 }
 
-int CVarArray::ChangeVarValue(const char* name, int32_t n) { return ChangeIntById(NameId(name), n); }
+int CVarArray::ChangeVarValue(const char* name, int32_t n) {
+  return OrNoMemory([&] { return ChangeIntById(NameId(name), n); });
+}
 
 int CVarArray::ChangeVarValue(const char* name, int64_t n) {
-  CVarCell* cell = ExistingVar(store_->SlotOf(name));
+  return OrNoMemory([&] { return ChangeInt64(store_->SlotOf(name), n); });
+}
+
+int CVarArray::ChangeInt64(const NameSlot& slot, int64_t n) {
+  CVarCell* cell = ExistingVar(slot);
   if (cell->leixing != karst::kInt64) {
     halt("ChangeVarValue(LPSTR,int64)源和目的类型不同[%d][%d]...", karst::kInt64, cell->leixing);
   }
@@ -313,10 +333,14 @@ int CVarArray::GetVarInt(const char* name, int& out) {
 
 // Frames and cutting back.
 
-int CVarArray::CreateBegin(int flag) {
-  if (!store_->AppendMark(m_Cells, flag)) return -1;
+int CVarArray::OpenFrame(int flag) {
+  store_->AppendMark(m_Cells, flag);
   ++m_nBeginCount;
   return 0;
+}
+
+int CVarArray::CreateBegin(int flag) {
+  return OrNoMemory([&] { return OpenFrame(flag); });
 }
 
 int CVarArray::ClearStackVars() {

@@ -55,7 +55,7 @@ class KARST_API CVarArray : public virtual CRunable {
   int SearchVarPos(const char* name);
 
   // Makes a variable at the end of the table. Halts if the name is taken and no frame is open, and when the table is
-  // full. 0, or -1 if there is no memory for a cell.
+  // full. 0, or -1 if there is no memory; nothing is changed then.
   int CreateNewVar(const char* name, const char* text);
   int CreateNewVar(const char* name, int32_t n);
   int CreateNewVar(const char* name, int64_t n);
@@ -63,13 +63,15 @@ class KARST_API CVarArray : public virtual CRunable {
   // Makes the cell of a by-reference argument: a copy of `source`'s value that remembers its position.
   int CreateNewVarDup(const char* name, const char* source);
 
-  // Give a variable a new value. Halt if there is none of that name or its type does not take the value.
+  // Give a variable a new value. Halt if there is none of that name or its type does not take the value. 0, or -1 if
+  // there is no memory; the variable then has its old value.
   int ChangeVarValue(const char* name, const CValue* value);
   int ChangeVarValue(const char* name, const char* text);
   int ChangeVarValue(const char* name, int32_t n);
   int ChangeVarValue(const char* name, int64_t n);
 
-  // Give a cell a new value. -1, with nothing changed, if its type does not fit.
+  // Give a cell a new value. -1, with nothing changed, if its type does not fit. Without memory for a text
+  // std::bad_alloc, here and below: in a run it becomes the error that ends it.
   int ReplaceInt(const CValue* value, CVarCell* cell);
   int ReplaceInt(int32_t n, CVarCell* cell);
   int ReplaceInt64(int64_t n, CVarCell* cell);
@@ -110,6 +112,7 @@ class KARST_API CVarArray : public virtual CRunable {
   // positions. m_nBeginCount becomes the number of frame marks that are left. Gives the number of cells dropped.
   int DropLeftovers(Leftovers which);
   int CountFrameMarks() const;
+  // An empty cell that is in no table, or null without memory; and its end.
   CVarCell* NewVarCell();
   int DeleteVarCell(CVarCell* cell);
 
@@ -124,20 +127,23 @@ class KARST_API CVarArray : public virtual CRunable {
   int NameId(std::string_view name);
   // As SearchVar, by number.
   CVarCell* SearchVarById(int name_id);
-  // As ChangeVarValue for a name that has a number. `text` holds no NUL, here and below.
+  // As ChangeVarValue for a name that has a number, but std::bad_alloc without memory. `text` holds no NUL, here and
+  // below.
   int ChangeTextById(int name_id, std::string_view text);
   int ChangeIntById(int name_id, int32_t n);
-  // As CreateNewVar.
+  // As CreateNewVar, in the same way.
   int CreateTextById(int name_id, std::string_view text);
   int CreateIntById(int name_id, int32_t n);
 
  protected:
-  // The operations above for a name whose slot is known.
+  // The operations above for a name whose slot is known. Without memory std::bad_alloc.
   int MakeValue(karst::NameSlot& slot, const CValue& value);
   int MakeText(karst::NameSlot& slot, std::string_view text);
   int MakeInt(karst::NameSlot& slot, int32_t n);
   int MakeDup(karst::NameSlot& slot, const karst::NameSlot& source);
   int ChangeValue(const karst::NameSlot& slot, const CValue& value);
+  // As CreateBegin.
+  int OpenFrame(int flag);
   // Stops the script: the table is full.
   void RefuseCell();
   karst::CellStore& Store() { return *store_; }
@@ -146,6 +152,7 @@ class KARST_API CVarArray : public virtual CRunable {
   void CheckNameIsFree(const karst::NameSlot& slot);
   CVarCell* NewCellFor(karst::NameSlot& slot);
   CVarCell* ExistingVar(const karst::NameSlot& slot);
+  int ChangeInt64(const karst::NameSlot& slot, int64_t n);
   int ChangeWord(CVarCell* cell, uint32_t word);
   template <typename StoreInto>
   int ChangeChain(CVarCell* cell, int32_t type, StoreInto store);

@@ -33,25 +33,32 @@ def wait_until(look, what, seconds=20.0):
         time.sleep(0.03)
 
 
+def _start_driver():
+    """Starts the driver and gives it with its port. It takes a free port of one kind of address and ends where another
+    program holds that port for the other kind, which tests that run beside this one do: then the next port is tried."""
+    command = [os.environ.get("KARST_DRIVER", "chromedriver"), "--port=0"]
+    said = ""
+    for _ in range(10):
+        driver = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        for line in driver.stdout:
+            said += line
+            found = re.search(r"successfully on port (\d+)", line)
+            if found:
+                return driver, int(found.group(1))
+        driver.stdout.close()
+        driver.wait()
+    raise AssertionError(f"chromedriver did not start:\n{said}")
+
+
 class Browser:
     """One browser with its driver; closed at the end of a with statement."""
 
     def __init__(self):
         self._profile = tempfile.TemporaryDirectory(prefix="karst-browser-", ignore_cleanup_errors=True)
-        driver = os.environ.get("KARST_DRIVER", "chromedriver")
-        self._driver = subprocess.Popen([driver, "--port=0"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                                        text=True)
-        self._port = self._read_port()
+        self._driver, self._port = _start_driver()
         options = {"args": _ARGUMENTS + [f"--user-data-dir={self._profile.name}"]}
         wanted = {"alwaysMatch": {"goog:chromeOptions": options, "unhandledPromptBehavior": "ignore"}}
         self._session = self._send("POST", "/session", {"capabilities": wanted})["sessionId"]
-
-    def _read_port(self):
-        for line in self._driver.stdout:
-            found = re.search(r"successfully on port (\d+)", line)
-            if found:
-                return int(found.group(1))
-        raise AssertionError("chromedriver did not start")
 
     def __enter__(self):
         return self

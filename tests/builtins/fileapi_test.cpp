@@ -90,6 +90,7 @@ TEST_F(FileBuiltins, HandlesThatNameNothing) {
     EXPECT_EQ(caller.Call("Write", {bad, "x", 1}), -1) << bad;
     caller.self.ChangeVarValue("text", "old");
     EXPECT_EQ(Read(bad, 5), Answer(-1, "")) << bad;
+    EXPECT_EQ(Read(bad, 0), Answer(-1, "")) << bad;
     caller.self.ChangeVarValue("text", "old");
     EXPECT_EQ(ReadLine(bad, 5), Answer(-1, "")) << bad;
   }
@@ -324,6 +325,19 @@ TEST(ReplaceTable, AnswersByTheFirstLineOfAKey) {
     CString value("old");
     EXPECT_EQ(self.ReplaceStringFromFile(c.key, value, "t"), c.value ? 0 : -1) << c.key;
     EXPECT_STREQ(value, c.value ? c.value : "old") << c.key;
+  }
+}
+
+TEST(ReplaceTable, ThatCannotBeGbkIsRefusedWithItsOwnLine) {
+  TempFolder folder;
+  MakeFile("t", "\xEF\xBB\xBFk=v\r\nx=\xF0\x9F\x98\x80\r\n");
+  CFuncArray self;
+  CString value;
+  try {
+    self.ReplaceStringFromFile("k", value, "t");
+    ADD_FAILURE();
+  } catch (const CError& refused) {
+    EXPECT_STREQ(refused.what(), "替换表第2行: 文件中有GBK没有的字符U+1F600, 文件[t]...");
   }
 }
 

@@ -1,6 +1,7 @@
 // The format built-ins: counts, sinks, and what each does when format and values do not match.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 
@@ -196,6 +197,26 @@ TEST_F(FormatBuiltins, BmprintfTakesALargerBufferOnceAndThenGivesUp) {
   SetMessageBoxHandler({});
   EXPECT_EQ(shown, std::vector<std::string>{"bmprintf()缓冲区太小..."});
   EXPECT_EQ(FileBytes("f"), std::string(60000, 'x')) << "a refused text leaves the file as it was";
+}
+
+TEST_F(FormatBuiltins, BmprintfSharesItsFileWithNobody) {
+  std::vector<std::pair<std::string, int>> failures;
+  caller.self.OnNamedOutputFailure([&](std::string_view file, int error) { failures.emplace_back(file, error); });
+  const auto write = [&](const char* name) { return caller.Call("bmprintf", {name, "", "x"}); };
+  EXPECT_EQ(write("f"), 1);
+  std::filesystem::create_hard_link("f", "same");
+  for (const char* mode : {"r", "w"}) {
+    const int32_t file = caller.Call("Open", {"f", mode});
+    EXPECT_EQ(write("same"), -1) << mode;
+    caller.Call("Close", {file});
+    EXPECT_EQ(write("same"), 1) << mode;
+  }
+  caller.Call("FnCat", {"f", "y"});
+  EXPECT_EQ(write("./f"), -1);
+  caller.self.CloseAllCatchedFileHandle();
+  EXPECT_EQ(write("./f"), 1);
+  EXPECT_EQ(FileBytes("f"), "xxxyx");
+  EXPECT_EQ(failures, (decltype(failures){{"same", EBUSY}, {"same", EBUSY}, {"./f", EBUSY}}));
 }
 
 TEST_F(FormatBuiltins, BmprintfStopsAtAnUnknownCharset) {

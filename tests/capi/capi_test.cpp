@@ -182,6 +182,26 @@ TEST(CInterface, RunsOverFilesAndAccountsForThem) {
   }
 }
 
+// Also where the script looks at its -1, and where only the closing could show it.
+TEST(CInterface, NamesAFileThatWasNotWrittenWhole) {
+  const TempFolder folder;
+  Engine engine(KARST_UTF8);
+  int result = 7;
+  const char kScript[] =
+      "if fnprintf(\"no/\xD6\xD0\", \"x\") == -1\nFnCat(\"/dev/full\", \"y\")\nprintf(\"went on\")\n";
+  EXPECT_EQ(engine.RunScript(kScript, &result), KARST_ERROR_FILE);
+  EXPECT_STREQ(karst_error_text(engine, nullptr),
+               "cannot write 'no/\xE4\xB8\xAD': No such file or directory (and 1 more)");
+  EXPECT_EQ(engine.messages, "went on");
+  EXPECT_EQ(result, 7);
+  ASSERT_EQ(engine.Load("Record {\nsoutput = _RECORD\nfnprintf(HyperFn, _RECORD)\n}\n"), KARST_OK);
+  karst_set_variable(engine, "HyperFn", 7, "/dev/full", 9);
+  const std::string record = Record({"001x"});
+  EXPECT_EQ(engine.Filter(record), "-2 0 cannot write '/dev/full': No space left on device");
+  karst_set_variable(engine, "HyperFn", 7, "good", 4);
+  EXPECT_EQ(engine.Filter(record), record);
+}
+
 TEST(CInterface, StopsARunFromAnotherThread) {
   const TempFolder folder;
   Engine engine;
@@ -257,6 +277,8 @@ TEST(CInterface, ConvertsRecordsWithinTheRoomGiven) {
   EXPECT_EQ(karst_from_iso2709(nullptr, 0, back.data(), back.size(), &needed), KARST_ERROR_RECORD);
   EXPECT_EQ(karst_to_iso2709(record.data(), record.size() - 1, back.data(), back.size(), &needed), KARST_ERROR_RECORD);
   EXPECT_EQ(needed, 0u);
+  const std::string with_nul = Record({std::string("001a\0c", 6)});
+  EXPECT_EQ(karst_to_iso2709(with_nul.data(), with_nul.size(), back.data(), back.size(), &needed), KARST_ERROR_RECORD);
 }
 
 TEST(CInterface, RefusesBadHandlesAndPointers) {

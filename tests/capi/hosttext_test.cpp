@@ -11,7 +11,8 @@ namespace karst::capi {
 namespace {
 
 std::string RandomGbk(std::mt19937& random) {
-  static const std::string kParts[] = {"&#241;", "&#38;#241;", "&#", "38;#", "&", "中", "a", "128512;", "\xFF", "\x80"};
+  static const std::string kParts[] = {"&#241;", "&#38;#241;", "&#",         "38;#", "&",   "中",
+                                       "a",      "128512;",    "&#1111984;", "\xFF", "\x80"};
   std::string text;
   for (size_t left = random() % 12; left > 0; --left) {
     text += random() % 2 ? kParts[random() % std::size(kParts)] : std::string(1, static_cast<char>(random()));
@@ -20,14 +21,14 @@ std::string RandomGbk(std::mt19937& random) {
 }
 
 std::string RandomUtf8(std::mt19937& random) {
-  static const std::string kParts[] = {"&#241;", "&#38;#38;#241;", "&#38;#", "&", "&#128512", ";"};
+  static const std::string kParts[] = {"&#241;", "&#38;#38;#241;", "&#38;#", "&", "&#128512", "&#1111984;", ";"};
   std::string text;
   for (size_t left = random() % 12; left > 0; --left) {
     if (random() % 2) {
       text += kParts[random() % std::size(kParts)];
     } else {
-      const char32_t code = random() % 3 ? random() % 0x3000 : 0x1F600 + random() % 80;
-      AppendUtf8(text, code);
+      const char32_t starts[] = {0, 0x4E00, 0x1F600, 0x10F700};
+      AppendUtf8(text, starts[random() % 4] + static_cast<char32_t>(random() % 256));
     }
   }
   return text;

@@ -50,6 +50,9 @@ TEST_F(TextBuiltins, StrReplace) {
     EXPECT_EQ(Change("StrReplace", c.text, {c.old_part, c.new_part}), Answer(c.count, c.after)) << c.text;
   }
   EXPECT_EQ(Change("StrReplace", std::string(50'000, 'a'), {"a", std::string(100, 'b')}).second.size(), 5'000'000u);
+  // Would take minutes if every place were compared afresh.
+  const std::string same(1'000'000, 'a');
+  EXPECT_EQ(Change("StrReplace", same, {same.substr(500'000) + "b", ""}), Answer(0, same));
 }
 
 TEST_F(TextBuiltins, StrFindOneOf) {
@@ -165,6 +168,7 @@ TEST_F(TextBuiltins, URLDelParam) {
       {"p?a=1&b=2&a=3", 2, "a", nullptr},
       {"p?ba=1&a=2", 0, "a", "p?ba=1"},
       {"p?ab=1&a", 0, "a", nullptr},
+      {"p&=&=&=x", 1, "=&", "p&=&=x"},  // hits may overlap
       {"p?A=1", 0, "a", nullptr},
       {"p?\xC4\xE3=1&b", 0, "\xC4\xE3", "p?b"},
   };
@@ -172,6 +176,9 @@ TEST_F(TextBuiltins, URLDelParam) {
     EXPECT_EQ(Change("URLDelParam", c.url, {c.index, c.name}), Answer(c.after ? 1 : 0, c.after ? c.after : c.url))
         << c.url << " " << c.index << " '" << c.name << "'";
   }
+  // Would take minutes if every place were compared afresh.
+  const std::string marks(1'000'000, '&');
+  EXPECT_EQ(Change("URLDelParam", marks, {0, marks.substr(500'000) + "b"}), Answer(0, marks));
 }
 
 TEST_F(TextBuiltins, RplcStrTakesTheWholeTextForItsKey) {

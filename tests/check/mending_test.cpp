@@ -5,7 +5,6 @@
 
 #include "check/check.h"
 #include "check/fix.h"
-#include "check/source.h"
 #include "support/child_process.h"
 #include "support/temp_folder.h"
 
@@ -13,6 +12,8 @@ namespace karst::testing {
 namespace {
 
 using namespace cli::check;
+using cli::CharsetOf;
+using cli::SourceCharset;
 
 // Literals here are GBK; what is UTF-8 is written as its bytes.
 constexpr const char* kZhongUtf8 = "\xE4\xB8\xAD";
@@ -33,14 +34,16 @@ TEST(Mending, ChangesLineEndsAndCharsetAlone) {
       {"int a\r\n", "int a\r\n", 0, false},
       {"int a\nint b\r\nint c", "int a\r\nint b\r\nint c", 1, false},
       {"a\rb\r\r\nc\r\r\rd", "a\r\nb\r\nc\r\n\r\n\r\nd", 5, false},
-      // Line ends of a literal are its text, but for those that continue it.
+      // Where all lines end in LF, so do those that a literal reaches over: that is how the program reads the file.
+      {"s = \"a\nb\"\n", "s = \"a\r\nb\"\r\n", 2, false},
+      // Among several kinds, line ends of a literal are its text, but for those that continue it.
       {"s = \"a\nb\rc\\\nd\"\nt", "s = \"a\nb\rc\\\r\nd\"\r\nt", 2, false},
-      {"s = \"\\\\\n\"\n", "s = \"\\\\\n\"\r\n", 1, false},
+      {"s = \"\\\\\n\"\n\r\n", "s = \"\\\\\n\"\r\n\r\n", 1, false},
       // A comment ends at its line's end, whatever quotes it holds.
-      {"# it's \"\ns = \"\n\"\n", "# it's \"\r\ns = \"\n\"\r\n", 2, false},
-      {"s = \"中\n\"\n", "s = \"中\n\"\r\n", 1, false},
+      {"# it's \"\ns = \"\n\"\n\r\n", "# it's \"\r\ns = \"\n\"\r\n\r\n", 2, false},
+      {"s = \"中\n\"\n\r\n", "s = \"中\n\"\r\n\r\n", 1, false},
       // The trail byte of the last character is a backslash to loading, and the quote behind it is escaped.
-      {"s = \"誠\" \n\"\n", "s = \"誠\" \n\"\r\n", 1, false},
+      {"s = \"誠\" \n\"\n\r\n", "s = \"誠\" \n\"\r\n\r\n", 1, false},
       {"s = \"" + zhong + "\"\r\n", "s = \"中\"\r\n", 0, true},
       {"s = \"" + std::string(kChengUtf8) + "\" # " + kChengUtf8 + "\n", "s = \"誠\\\" # 誠\r\n", 1, true},
       {kMark + zhong + "\r\n", kMark + zhong + "\r\n", 0, false},
@@ -65,12 +68,12 @@ TEST(Mending, RefusesWhatItCouldSpoil) {
 }
 
 TEST(Mending, TellsTheCharset) {
-  EXPECT_EQ(CharsetOf("plain"), Charset::kGbk);
-  EXPECT_EQ(CharsetOf("\"中文\""), Charset::kGbk);
-  EXPECT_EQ(CharsetOf(std::string("\"") + kZhongUtf8), Charset::kUtf8);
-  EXPECT_EQ(CharsetOf(kMark), Charset::kMarkedUtf8);
-  EXPECT_EQ(CharsetOf("\xC4\xA3"), Charset::kGbk);          // a Chinese character, and a Latin one in UTF-8
-  EXPECT_EQ(CharsetOf("\xC3\xA9\xC3\x20"), Charset::kGbk);  // neither
+  EXPECT_EQ(CharsetOf("plain"), SourceCharset::kGbk);
+  EXPECT_EQ(CharsetOf("\"中文\""), SourceCharset::kGbk);
+  EXPECT_EQ(CharsetOf(std::string("\"") + kZhongUtf8), SourceCharset::kUtf8);
+  EXPECT_EQ(CharsetOf(kMark), SourceCharset::kMarkedUtf8);
+  EXPECT_EQ(CharsetOf("\xC4\xA3"), SourceCharset::kGbk);          // a Chinese character, and a Latin one in UTF-8
+  EXPECT_EQ(CharsetOf("\xC3\xA9\xC3\x20"), SourceCharset::kGbk);  // neither
 }
 
 class CheckProgram : public ::testing::Test {
@@ -151,6 +154,12 @@ TEST_F(CheckProgram, FixLeavesWhatItShould) {
   EXPECT_NE(result.output.find("open.pro:2:8: error"), std::string::npos);
   EXPECT_EQ(ReadWhole("missing.pro"), missing);
   EXPECT_EQ(ReadWhole("open.pro"), open);
+}
+
+TEST_F(CheckProgram, FixNamesAFileThatCannotBeReadToItsEnd) {
+  const ChildResult result = Check({"--fix", "/proc/self/mem"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_TRUE(result.error.starts_with("karst: cannot read /proc/self/mem: Input/output error\n")) << result.error;
 }
 
 TEST_F(CheckProgram, RunsNothingAndWritesNothing) {

@@ -46,7 +46,8 @@ std::vector<PlainToken> EngineTokens(const std::string& bytes, bool& refused) {
 }
 
 std::vector<PlainToken> CheckerTokens(const std::string& bytes, Findings& findings) {
-  const SourceText source{bytes, Charset::kGbk, false};
+  cli::SourceText source;
+  source.gbk = bytes;
   const TokenList list(source, findings);
   std::vector<PlainToken> tokens;
   for (const Token& token : list.Tokens()) {
@@ -117,7 +118,9 @@ TEST(CheckTree, HasTheBlocksThatTheEngineBuilds) {
     SCOPED_TRACE(test_case.place);
     const std::string bytes = InputBytes(*test_case.filter);
     Findings findings;
-    const TokenList list(SourceText{bytes, Charset::kGbk, false}, findings);
+    cli::SourceText source;
+    source.gbk = bytes;
+    const TokenList list(source, findings);
     const BlockTree tree(list, findings);
     CMARCTree engine;
     try {

@@ -186,6 +186,14 @@ TEST_F(HostAnswers, RecordsThatCannotBeKeptAreToldOnce) {
   EXPECT_EQ(result.output, "-1 kept|-1 kept|");
   EXPECT_EQ(Count(result.error, "karst: database b: temporary file: "), 1u) << result.error;
   EXPECT_EQ(Count(result.error, "\n"), 1u) << result.error;
+  EXPECT_EQ(result.status, 1);
+}
+
+TEST_F(HostAnswers, AFileThatBreaksOffIsNoSuccess) {
+  WriteWhole("books", "<collection>");
+  const ChildResult result = Ask({{"b", "001=A2"}}, {"--database", "b=books"});
+  EXPECT_EQ(Count(result.error, "karst: database b: books cannot be read behind byte "), 1u) << result.error;
+  EXPECT_EQ(result.status, 1);
 }
 
 // A record that is larger than the room which the engine offers.

@@ -216,6 +216,17 @@ TEST_F(Inputs, AFileThatBreaksOffIsAFailureBehindItsRecords) {
   EXPECT_TRUE(four.output == one.output);
 }
 
+TEST_F(Inputs, AFileInNoFormatIsPassedOverAsAWhole) {
+  const std::string page = "<html><body>not found</body></html>\n";
+  WriteWhole("records", page);
+  for (const std::string jobs : {"1", "2"}) {
+    const ChildResult result = Filter(kTitles, {"--rejects", "rejects", "--jobs", jobs});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(Contains(result.error, "cannot read records: it has no record in any format")) << result.error;
+    EXPECT_EQ(ReadWhole("rejects"), page);
+  }
+}
+
 TEST_F(Inputs, RejectsOfAPackedFileAreItsUnpackedBytes) {
   WriteWhole("records", Gzip(Book("1", Utf8(u8"红楼梦"), "x") + "no record" + Book("2", "a", "b")));
   for (const std::string jobs : {"1", "2"}) {

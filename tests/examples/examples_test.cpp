@@ -12,9 +12,10 @@
 #include "marc/marctree.h"
 #include "outside/cartulary.h"
 #include "platform/charset.h"
-#include "platform/window.h"
+#include "source_text.h"
 #include "support/case_file.h"
 #include "support/case_runner.h"
+#include "support/filter_bench.h"
 #include "support/places.h"
 #include "support/temp_folder.h"
 
@@ -66,11 +67,6 @@ std::vector<Block> FencedBlocks(const std::string& page) {
   return blocks;
 }
 
-std::string WithoutCr(std::string text) {
-  std::erase(text, '\r');
-  return text;
-}
-
 TEST(Examples, GiveTheirExpectedOutput) {
   const std::array<std::array<std::string, 2>, 7> runs = {{
       {"filter --quiet examples/titles.flt examples/books.iso", "titles.txt"},
@@ -91,32 +87,16 @@ TEST(Examples, TheBooksAreFreeOfFaults) {
   EXPECT_EQ(RunProgram("filter --quiet examples/validate.flt examples/books.iso"), Utf8(u8"共 32 条记录, 0 处错误\n"));
 }
 
+// A host that has read the file itself gives the engine the text.
 TEST(Examples, RunInAHostOfTheirOwn) {
-  std::string said;
-  const HWND output =
-      AddWindow(std::make_unique<ForwardingTextControl>([&said](std::string_view text) { said.append(text); }));
-  const int result =
-      RunKarstMARCTree((kRoot + "examples/first.flt").c_str(), (kRoot + "examples/books.iso").c_str(), output);
-  DestroyWindow(output);
-  EXPECT_EQ(result, 0);
-  EXPECT_EQ(GbkToUtf8(said), ReadWhole(kRoot + "tests/examples/first.txt"));
-}
-
-// An editor that saves them in UTF-8 or with bare line feeds would break them.
-TEST(Examples, AreGbkWithCrLf) {
-  int files = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(kRoot + "examples")) {
-    if (entry.path().extension() != ".flt" && entry.path().extension() != ".pro") continue;
-    ++files;
-    const std::string text = ReadWhole(entry.path());
-    std::string round_trip;
-    EXPECT_TRUE(Utf8ToGbk(GbkToUtf8(text), round_trip, nullptr)) << entry.path();
-    EXPECT_EQ(round_trip, text) << entry.path();
-    std::string lines = WithoutCr(text);
-    for (size_t at = 0; (at = lines.find('\n', at)) != std::string::npos; at += 2) lines.insert(at, 1, '\r');
-    EXPECT_EQ(lines, text) << entry.path();
-  }
-  EXPECT_GE(files, 8);
+  const cli::SourceText source =
+      cli::ReadSourceText(ReadWhole(kRoot + "examples/first.flt"), cli::SourceReading::kEvident);
+  testing::FilterBench bench;
+  EXPECT_EQ(bench.tree.LoadCode(source.gbk, "first.flt"), bench.tree.nCodeLen);
+  EXPECT_STREQ(bench.tree.szCodeFile, "first.flt");
+  EXPECT_EQ(bench.tree.BuildMARCTree(), 0);
+  EXPECT_EQ(bench.tree.RunWholeTree((kRoot + "examples/books.iso").c_str()), 0);
+  EXPECT_EQ(GbkToUtf8(bench.Output()), ReadWhole(kRoot + "tests/examples/first.txt"));
 }
 
 void ExpectWhole(const std::string& path, uint64_t records) {
@@ -192,7 +172,7 @@ TEST(Pages, ReadmeShowsTheExamplesAsTheyAre) {
     if (block.language == "karst-filter") filter = block.text;
     if (block.language == "text") sample = block.text;
   }
-  EXPECT_EQ(filter, WithoutCr(GbkToUtf8(ReadWhole(kRoot + "examples/first.flt"))));
+  EXPECT_EQ(filter, ReadWhole(kRoot + "examples/first.flt"));
   const std::string list = ReadWhole(kRoot + "tests/examples/titles.txt");
   ASSERT_FALSE(sample.empty());
   std::istringstream lines(sample);

@@ -1,25 +1,23 @@
 // Any bytes as a source to be checked and mended: both end, findings lie inside the text, what was mended needs no more
 // mending, and the engine refuses nothing that the checker let pass.
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 #include "check/check.h"
 #include "check/fix.h"
+#include "support/fuzz_input.h"
 
 namespace {
 
 using namespace karst::cli::check;
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
+using karst::cli::PlaceFinder;
+using karst::testing::Require;
 
 void CheckAs(const std::string& bytes, SourceKind kind) {
   const CheckedSource checked = CheckSource(bytes, kind);
   PlaceFinder places(checked.text);
   for (const Finding& finding : checked.findings.Sorted()) {
-    Require(finding.offset <= checked.text.size());
+    Require(finding.offset <= checked.text.gbk.size());
     Require(finding.rule != Rule::kEngine);
     const auto place = places.Find(finding.offset);
     Require(place.line > 0 && place.column > 0);

@@ -1,6 +1,5 @@
 // Fuzzes the readers of all formats, and the way of each record through the line form, MARCXML and the charsets: it has
 // to come back byte by byte, and the portions in which a file comes must not matter.
-#include <cstdlib>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,16 +10,14 @@
 #include "records/record_writer.h"
 #include "records/reversible.h"
 #include "records/xml_format.h"
+#include "support/fuzz_input.h"
 #include "support/record_run.h"
 
 namespace {
 
 using namespace karst;
 using namespace karst::cli;
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
+using karst::testing::Require;
 
 struct Found {
   std::vector<std::string> records;

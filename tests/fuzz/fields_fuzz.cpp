@@ -3,7 +3,6 @@
 // Input: four bytes that choose the operation, the index, the name and the room, then the text, up to the byte 0xFF the
 // item to be put in, which reaches to the input's end.
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <string>
@@ -11,15 +10,14 @@
 #include <vector>
 
 #include "outside/cartulary.h"
+#include "support/fuzz_input.h"
 
 namespace {
 
+using karst::testing::Require;
+
 constexpr int kLongest = 5000;
 constexpr int kChoices = 4;
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 enum Kind { kField, kSubfield, kGroup };
 

@@ -2,46 +2,17 @@
 //
 // Input: a count byte, then for each word a kind byte and its bytes (4 for an int, 8 for an int64, a length byte and
 // the bytes of a text), then the format up to the input's end.
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/format.h"
+#include "support/fuzz_input.h"
 
 namespace {
 
-class Input {
- public:
-  Input(const uint8_t* data, size_t size) : rest_(reinterpret_cast<const char*>(data), size) {}
-
-  std::string Bytes(size_t count) {
-    std::string bytes(rest_.substr(0, count));
-    rest_.remove_prefix(bytes.size());
-    return bytes;
-  }
-  uint8_t Byte() {
-    const std::string byte = Bytes(1);
-    return byte.empty() ? 0 : static_cast<uint8_t>(byte[0]);
-  }
-  template <typename Number>
-  Number Value() {
-    const std::string bytes = Bytes(sizeof(Number));
-    Number value = 0;
-    std::memcpy(&value, bytes.data(), bytes.size());
-    return value;
-  }
-  std::string Rest() { return Bytes(rest_.size()); }
-
- private:
-  std::string_view rest_;
-};
-
-void Require(bool condition) {
-  if (!condition) std::abort();
-}
+using karst::testing::FuzzInput;
+using karst::testing::Require;
 
 // Fields of a mebibyte each are allowed, but make a fuzzer slow without showing anything new.
 bool HasWideField(const std::string& format, const karst::WordList& words) {
@@ -60,7 +31,7 @@ bool HasWideField(const std::string& format, const karst::WordList& words) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  Input input(data, size);
+  FuzzInput input(data, size);
   karst::WordList words;
   // A std::string on the heap ends where its text ends, so that a read behind it is seen.
   std::vector<std::string> texts(64);

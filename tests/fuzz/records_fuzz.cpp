@@ -1,16 +1,14 @@
 // Fuzzes the record reader and the walks over what it gives: every byte of the input has to turn up once, the same at
 // any size of the window, and a record given has to be whole in the internal form.
-#include <cstdlib>
 #include <string>
 
 #include "outside/cartulary.h"
+#include "support/fuzz_input.h"
 #include "support/record_run.h"
 
 namespace {
 
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
+using karst::testing::Require;
 
 void CheckText(const std::string& text) {
   Require(text.size() > karst::kHeaderLength && text.find('\0') == std::string::npos);

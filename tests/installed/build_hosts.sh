@@ -32,6 +32,9 @@ check_host() {
   check 0 "$source_dir/tests/installed/titles.txt" "$@" "$hosts/title.flt" "$books"
   check 1 "$source_dir/tests/installed/titles.txt" "$@" "$hosts/title.flt" "$folder/damaged.iso"
   check 1 /dev/null "$@" "$folder/failing.flt" "$books"
+  # A file that opens and cannot be read; that is no end of the records.
+  check 1 /dev/null "$@" "$hosts/title.flt" /proc/self/mem
+  [[ -s "$folder/errors.txt" ]]
 }
 
 cmake -S "$hosts" -B "$folder/by-cmake" -D CMAKE_BUILD_TYPE=Release

@@ -85,6 +85,36 @@ TEST(CMARCFilter, LoadsAnewAfterAnErrorInARecord) {
   }
 }
 
+TEST(CMARCFilter, RunsNothingAfterARefusedLoad) {
+  const TempFolder folder;
+  WriteFilter("good.flt", "soutput = _RECORD\n");
+  Boxes boxes;
+  CMARCFilter filter;
+  CMARCFLT flt;
+  CString error, output;
+  filter.SafeSetVar("soutput", "");
+  for (const char* refused : {"soutput = _RECORD\nRecord {\n", "Record {\nChain \"none\"\n}\n", "Record {\n} stop -1\n",
+                              "string s = \"open\n"}) {
+    SCOPED_TRACE(refused);
+    WriteFilter("refused.flt", refused);
+    ASSERT_EQ(filter.LoadFilterFile("good.flt", error, 0), 0);
+    ASSERT_EQ(flt.Initial("good.flt"), 0);
+    filter.ClearCodeCatch();
+    flt.m_pTree->ClearCodeCatch();
+    // The second load finds the code of the first.
+    for (int load = 0; load < 2; ++load) {
+      EXPECT_EQ(filter.LoadFilterFile("refused.flt", error, 0), -1);
+      EXPECT_EQ(filter.FilterOneRecord(kGood.c_str(), error), -1);
+      EXPECT_STREQ(error, "CMARCTree::RunMARCTree(CMARCStream *) error...");
+      try {
+        EXPECT_EQ(flt.Initial("refused.flt"), -1);
+      } catch (const CError&) {
+      }
+      EXPECT_EQ(flt.Run(kGood.c_str(), output), -1);
+    }
+  }
+}
+
 TEST(CMARCFilter, MakesHyperFnOnRequestOnly) {
   const TempFolder folder;
   WriteFilter("f.flt", "fnprintf(HyperFn, \"%s\", _RECORD)\n");

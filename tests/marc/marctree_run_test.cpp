@@ -23,6 +23,7 @@ TEST(RunMARCTree, TakesEachResultOfAStream) {
     FakeStream stream;
     stream.steps = steps;
     EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
+    EXPECT_TRUE(bench.tree.ReadFailed());
     EXPECT_EQ(bench.Output(), output);
     EXPECT_EQ(stream.calls, 6);
     EXPECT_EQ(bench.tree.m_nRecordCount, 2);
@@ -133,6 +134,79 @@ TEST(StopRequest, BetweenRecordsLeavesTheRecordLoop) {
   }
 }
 
+// A filter in which every "@" is a statement that writes one byte, and so a moment at which a stop may come.
+std::string WithMoments(std::string_view text) {
+  std::string filter;
+  char shown = '0';
+  for (char byte : text) {
+    if (byte == '@') {
+      filter += "fnprintf(\"moments\", \"" + std::string(1, shown++) + "\")\n";
+    } else {
+      filter += byte;
+    }
+  }
+  return filter;
+}
+
+constexpr std::string_view kEveryLevel[] = {
+    "{ @@ }\nRecord {\n@{\n@}\n"
+    "Field \"hdr\" {\n@}\n"
+    "Field \"2**\" {\nint n\n@SubField \"a\" {\n{\n@@}\n}\nSubField \"*\" {\n@}\n@}\n"
+    "Field \"200\" {\n@}\n"
+    "Field \"461\" {\n@Field \"200\" {\n@SubField \"*\" {\n@}\n@}\n@}\n"
+    "Field \"7**\" {\n@Group {\n@SubField \"a\" {\n@}\n@}\n@}\n"
+    "Field \"3**\" {\n@Chain \"x\"\nChain \"y\"\nChain \"z\"\nChain \"z\"\nChain \"z\"\nChain \"z\"\nChain "
+    "\"z\"\nChain \"z\"\nChain \"z\"\nChain \"z\"\n@}\n"
+    "@}\nRecord {\n@}\nFinal {\n@@}\n"
+    "Common \"x\" {\n@SubField \"a\" {\n@}\n@}\nCommon \"y\" {\n@Chain \"x\"\n@}\n"
+    "Common \"z\" {\nSubField \"*\" {\n}\n}\n",
+    "int n\n@{\n@}\nField \"2**\" {\n@SubField \"a\" {\n@}\n@}\n{\n@@}\n",
+};
+
+// What a run writes in which a stop comes at one moment; a step of the source of records is one too.
+std::string RunStoppedAt(FilterBench& bench, int moment) {
+  std::string written;
+  const auto pass = [&](std::string_view shown) {
+    written += shown;
+    if (--moment == 0) bench.tree.Stop();
+  };
+  bench.tree.OnNamedOutput([&](const NamedText& text) {
+    pass(text.bytes);
+    return static_cast<int32_t>(text.bytes.size());
+  });
+  const std::string record = Record({"200  $aA$bB$aC", "201  $aD", "330  $aE", "461  $1200  $aF", "701  $aG$bH$aI"});
+  FakeStream stream({record, record});
+  stream.on_next = [&] { pass("."); };
+  EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
+  return written;
+}
+
+TEST(StopRequest, EndsTheRunAtOnceWhereverItIsAndLeavesItInOrder) {
+  for (std::string_view text : kEveryLevel) {
+    FilterBench bench(WithMoments(text));
+    const std::string whole = RunStoppedAt(bench, 0);
+    for (int moment = 1; moment <= static_cast<int>(whole.size()); ++moment) {
+      ASSERT_EQ(RunStoppedAt(bench, moment), whole.substr(0, static_cast<size_t>(moment)));
+      ASSERT_TRUE(bench.tree.IsStop());
+      ASSERT_EQ(bench.tree.m_nBeginCount, 0) << moment;
+      ASSERT_EQ(bench.tree.m_Cells.size(), 0u) << moment;
+    }
+    EXPECT_EQ(RunStoppedAt(bench, 0), whole);
+  }
+}
+
+TEST(StopRequest, IsNotWithdrawnWhileItIsHeld) {
+  FilterBench bench(kCounting);
+  const CRunable::StopsHeld held(bench.tree);
+  bench.tree.Stop();
+  FakeStream stream({Record({"200  x"})});
+  EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
+  EXPECT_EQ(bench.Output(), "");
+  // Half a tree would run the rest of its filter.
+  EXPECT_EQ(bench.Build(kCounting), 0);
+  EXPECT_EQ(bench.tree.m_pheadcell, nullptr);
+}
+
 void WriteFile(const char* name, std::string_view bytes) { std::ofstream(name, std::ios::binary) << bytes; }
 
 TEST(RunWholeTree, KeepsTheCountersOfItsFileAndClosesIt) {
@@ -186,6 +260,8 @@ TEST(RunKarstMARCTree, TellsOnTheHostsOutputWhatFailed) {
       {"Record {\r\n\r\nx = 1\r\n}\r\n", "r.mrc", -1, nullptr},
       {"Record {\r\n", "r.mrc", -1, "\r\n第2行: 花括号{}不配对, { 多于 } !"},
       {"Record {\r\n}\r\n", "missing.mrc", -1, ""},
+      {"Record {\r\n}\r\nFinal {\r\nprintf(\"end\")\r\n}\r\n", "/proc/self/mem", -1,
+       "end\r\n文件'/proc/self/mem'读取失败, 只读到0条记录..."},
       {"\r\n", "missing.mrc", -1, "\r\n第2行: 文件'missing.mrc'打开失败..."},
   };
   for (const auto& each : cases) {

@@ -87,6 +87,16 @@ TEST(ProceedAField, KeepsTheOldTagOnFailureAndGivesTheNewOneAfterABreak) {
   EXPECT_EQ(CellCount(bench.tree), cells);
 }
 
+TEST(ProceedAField, ClosesWhatAStoppedPieceLeftOpen) {
+  FilterBench bench("Field \"200\" {\n{\n{\nfnprintf(\"x\", \"\")\n}\n}\n}\n");
+  bench.tree.OnNamedOutput([&](const NamedText&) { return bench.tree.Stop(); });
+  bench.tree.InitialMiddleVars();
+  const int cells = CellCount(bench.tree);
+  bench.tree.ProceedAField("200  x", 6, FieldCell(bench), "", nullptr);
+  EXPECT_TRUE(bench.tree.IsStop());
+  EXPECT_EQ(CellCount(bench.tree), cells);
+}
+
 TEST(ProceedHeader, LeavesTheNextNameWhereNoneIsGiven) {
   FilterBench bench(
       "Field \"hdr\" {\nprintf(\"%s [%s] %d <%s >%s.\", _FIELDNAME, _FIELD, _FIELDDUP, _PREVFIELDNAME, "

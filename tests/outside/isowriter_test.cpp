@@ -64,6 +64,7 @@ TEST(IsoWriter, RefusesWhatHasNoTrueForm) {
       {record(many + field(room + 1)), IsoFault::kRecordTooLong},
       {record("30\x1e"), IsoFault::kShortField},
       {record("\x1e"), IsoFault::kShortField},
+      {record("2\t0abc\x1e"), IsoFault::kBadTag},
       {record("-\x1e"), IsoFault::kNone},
       {record("300abc"), IsoFault::kOpenField},
       {record("-00abc"), IsoFault::kNone},

@@ -93,15 +93,20 @@ TEST(RecordReader, InternalRecordsThatLookLikeIsoAreReadAsTheyStand) {
                                                                           {"200",
                                                                            "1 \x1F"
                                                                            "aA"}});
-  const std::string fitting = InternalText("00000nam0 2200000   450 ", {{"001", "000400000"}, {"200", ""}});
   const std::string texts[] = {
       one_entry,
-      fitting,
       InternalText(kHeader, {}),
       InternalText(kHeader, {{"001", ""}}),
       InternalText("123456789012345678901234", kFields),
       InternalText("a header of 24 bytes ...", kFields),
       InternalText("流水账李明著流水账李明著", kFields),
+      InternalText("00069nam0 2200049   450 ", {{"001", "123456789"}, {"005", "20260101"}}),
+      InternalText("00048nam0 2200037   450 ", {{"001", "123456789"}}),
+      InternalText(kHeader, {{"001", "123456789"}, {"005", "20260101"}}),
+      InternalText("00127     2200000   450 ", {{"200",
+                                                 "1 \x1F"
+                                                 "aA"}}),
+      InternalText("00999nam0 2200049   450 ", {{"001", "A1"}, {"009", "local"}}),
       InternalText(kHeader, {{"-01", "local"},
                              {"0 2",
                               "  \x1F"
@@ -260,11 +265,33 @@ TEST(RecordReader, ARecordToBeRepairedIsFoundBehindOneThatBrokeOff) {
   }
 }
 
-// Read in the internal form, its directory would pass for a field.
+// Read in the internal form, its directory and its data would pass for fields.
 TEST(RecordReader, ABrokenIsoRecordOfPlainFieldsIsNoInternalRecord) {
   const std::string iso = IsoBytes({{"001", "X1 and more"}, {"005", "20260101"}});
-  EXPECT_EQ(ReadEverySize(Replaced(iso, 43, "00003") + iso).Reasons(), Texts{fault::kEntriesOverlap});
-  EXPECT_EQ(ReadEverySize(Replaced(iso, 0, "x") + iso).Reasons(), Texts{fault::kLengthNotNumber});
+  const std::string single = IsoBytes({{"001", "0023456789"}});
+  const struct {
+    std::string bytes;
+    const char* reason;
+  } kCases[] = {
+      {Replaced(iso, 43, "00003"), fault::kEntriesOverlap},
+      {Replaced(iso, 0, "x"), fault::kLengthNotNumber},
+      {std::string(iso).erase(24, 12), fault::kDataNotListed},
+      {std::string(iso).erase(36, 12), fault::kDataNotListed},
+      {"    " + std::string(iso).erase(36, 12), fault::kDataNotListed},
+      {std::string(iso).erase(48, 1), fault::kDirectoryLength},
+      {std::string(iso).erase(50, 2), fault::kEntryLength},
+      {Replaced(std::string(single).erase(30, 2), 0, "00099"), fault::kDirectoryLength},
+      {std::string(single).erase(36, 1), fault::kDirectoryLength},
+  };
+  for (const auto& one : kCases) {
+    const RecordRun run = ReadEverySize(one.bytes + iso);
+    EXPECT_EQ(run.Reasons(), Texts{one.reason}) << one.bytes;
+    EXPECT_EQ(run.Texts(), Texts{Expected(iso, {{"001", "X1 and more"}, {"005", "20260101"}})}) << one.bytes;
+  }
+  // Its directory fits, so that both numbers are mended.
+  const RecordRun mended = ReadEverySize(Replaced(Replaced(iso, 0, "00001"), 12, "00002") + iso);
+  EXPECT_EQ(mended.Texts().size(), 2u);
+  EXPECT_EQ(mended.repaired, 1u);
 }
 
 // Bytes of sound records are overwritten, taken out and doubled.

@@ -201,7 +201,7 @@ TEST_F(Veldctl, LinksAndFormsBecomeCommands) {
 }
 
 TEST_F(Veldctl, AFormsQueryIsOneForURLDelParam) {
-  const VeldField fields[] = {{"a", "1&b=2"}, {"b", "红"}, {"c", "3"}};
+  const std::vector<VeldField> fields = {{"a", "1&b=2"}, {"b", "红"}, {"c", "3"}};
   control_->SendForm("karst:find", fields);
   testing::BuiltinCaller caller;
   caller.Declare("url", LastCommand().substr(2));

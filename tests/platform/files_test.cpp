@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -130,6 +131,53 @@ TEST_F(Files, AppendsAndCuts) {
   EXPECT_EQ(GetFile("f"), "x");
   CloseFile(first);
   CloseFile(second);
+}
+
+// More files than the process may have descriptors.
+class FewDescriptors {
+ public:
+  FewDescriptors() {
+    getrlimit(RLIMIT_NOFILE, &before_);
+    rlimit few = before_;
+    few.rlim_cur = 64;
+    setrlimit(RLIMIT_NOFILE, &few);
+  }
+  ~FewDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
+
+ private:
+  rlimit before_{};
+};
+
+TEST_F(Files, OutputsAreNotLimitedByDescriptors) {
+  const FewDescriptors few;
+  constexpr int kCount = 300;
+  const auto name = [](int i) { return std::to_string(i); };
+  std::vector<FileHandle> files;
+  for (int i = 0; i < kCount; ++i) {
+    files.push_back(OpenForAppending(name(i).c_str()));
+    ASSERT_EQ(WriteFile(files[i], "abc"), 3) << i;
+  }
+  // Of files that are put aside: one whose position was moved, one emptied, one removed by its user, and one each
+  // removed and replaced from outside.
+  EXPECT_EQ(SeekFile(files[0], 1, SeekFrom::kStart), 1);
+  EXPECT_EQ(SeekFile(files[1], 0, SeekFrom::kStart), 0);
+  EXPECT_EQ(TruncateHere(files[1]), 0);
+  for (int i = 2; i < 200; ++i) EXPECT_EQ(WriteFile(files[i], "d"), 1);
+  EXPECT_EQ(DeleteFile("2"), 0);
+  std::filesystem::remove("3");
+  std::filesystem::rename("4", "moved");
+  PutFile("4", "other");
+  for (int i = 0; i < kCount; ++i) EXPECT_EQ(WriteFile(files[i], "e"), 1) << i;
+  // Any other file finds room.
+  std::vector<FileHandle> readers;
+  for (FileHandle file; (file = OpenForReading("5")) != kNoFile;) readers.push_back(file);
+  EXPECT_GT(readers.size(), 30u);
+  for (const FileHandle file : readers) CloseFile(file);
+  for (const FileHandle file : files) EXPECT_EQ(CloseFile(file), 0);
+  const std::pair<const char*, const char*> contents[] = {{"0", "aec"},   {"1", "e"},      {"2", ""},
+                                                          {"3", "e"},     {"4", "othere"}, {"moved", "abcd"},
+                                                          {"5", "abcde"}, {"299", "abce"}};
+  for (const auto& [file, bytes] : contents) EXPECT_EQ(GetFile(file), bytes) << file;
 }
 
 TEST_F(Files, APipeIsReadToItsEndAndHasNoPosition) {

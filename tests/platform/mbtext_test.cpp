@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 #include <vector>
 
@@ -67,6 +68,45 @@ TEST(MbText, FindsOnlyAtCharacters) {
     const char* found = _mbsstr(text.get(), part.get());
     EXPECT_EQ(found ? found - text.get() : -1, c.place) << c.text << " " << c.part;
   }
+}
+
+std::string RandomText(std::mt19937& random, size_t length) {
+  const std::string_view bytes = "ab\xB0\xB1\xB0";
+  std::string text;
+  while (text.size() < length) text += bytes[random() % bytes.size()];
+  return text;
+}
+
+// By the definition: each place where a character begins, one after the other.
+size_t FoundOneByOne(const std::string& text, const std::string& part) {
+  for (size_t at = 0; at <= text.size(); at += text.c_str()[at] < 0 ? 2 : 1) {
+    if (text.compare(at, part.size(), part) == 0) return at;
+  }
+  return std::string::npos;
+}
+
+TEST(MbText, FindsByCharactersWhatStandsAtOne) {
+  std::mt19937 random(3);
+  int inside = 0;  // how often the bytes stand somewhere, but at no character or later at one
+  for (int i = 0; i < 20'000; ++i) {
+    const std::string text = RandomText(random, random() % 30);
+    const std::string part = RandomText(random, random() % 5);
+    const size_t at = FindByCharacters(text, part);
+    ASSERT_EQ(at, FoundOneByOne(text, part)) << ::testing::PrintToString(text + " | " + part);
+    inside += text.find(part) != at && text.find(part) != std::string::npos;
+  }
+  EXPECT_GT(inside, 1000);
+}
+
+// Each would take minutes if every place were compared afresh.
+TEST(MbText, SearchesTextsThatNearlyMatchEverywhereInOnePass) {
+  const std::string same(1'000'000, 'a');
+  EXPECT_EQ(FindByCharacters(same, same.substr(500'000) + "b"), std::string::npos);
+  std::string shifted = "\x81";
+  for (int i = 0; i < 500'000; ++i) shifted += "\xB0\xC0";
+  const std::string pairs = shifted.substr(1, 500'000);
+  EXPECT_EQ(FindByCharacters(shifted, pairs), std::string::npos) << "every hit is inside a character";
+  EXPECT_EQ(FindByCharacters(shifted + "a" + pairs, pairs), 1'000'002u) << "after the last odd byte";
 }
 
 TEST(MbText, FindsCharacters) {

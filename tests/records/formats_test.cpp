@@ -90,8 +90,8 @@ TEST(LineForm, ReadsWhatAnEditorHasMadeOfIt) {
                                                        "aT"},
                                                       {"300", ""}});
   for (const std::string text : {
-           "LDR 00312nam0 2200133   450\\s\r\n001 x   \r\n\r\n200 1_$aT\r\n300 \r\n\r\n\r\n",
-           "\xEF\xBB\xBF\n\nLDR 00312nam0 2200133   450\\s\n001 x\n\n200 1 $a\\x54\n300",
+           "LDR 00312nam0 2200133   450\\s\r\n001 x   \r\n200 1_$aT\r\n300 \r\n \r\n\r\n",
+           "\xEF\xBB\xBF\n\nLDR 00312nam0 2200133   450\\s\n001 x\n200 1 $a\\x54\n300",
        }) {
     for (const size_t portion : {size_t{1}, SIZE_MAX}) {
       const auto pieces = ReadLines(text, portion);
@@ -110,7 +110,8 @@ TEST(LineForm, TellsWhatIsWrongAndGoesOn) {
       {"stray line\nanother\n", "行不在记录之内"},
       {"LDR 00312nam0 2200133   45\n001 x\n", "第1行：头标不是24个字节"},
       {"LDR\n001 x\n", "第1行：头标不是24个字节"},
-      {"LDR 00312nam0 2200133   450\\s\n001 x\n\n20\n", "第4行：字段号不是三个可见字符"},
+      {"LDR 00312nam0 2200133   450\\s\n001 x\n20\n", "第3行：字段号不是三个可见字符"},
+      {"001 without its leader\n200 1_$aT\n \r\n", "行不在记录之内"},
       {"LDR 00312nam0 2200133   450\\s\n2001_$aT\n", "第2行：字段号后面没有空格"},
       {"LDR 00312nam0 2200133   450\\s\n200 \\q\n", "第2行：“\\”后面不对"},
       {"LDR 00312nam0 2200133   450\\s\n200 \\x1\n", "第2行：“\\”后面不对"},
@@ -120,20 +121,15 @@ TEST(LineForm, TellsWhatIsWrongAndGoesOn) {
   };
   for (const auto& one : kCases) {
     for (const bool in_front : {true, false}) {
-      const std::string text = in_front ? one.bad + good : good + one.bad;
+      // Only a blank line parts stray lines from the record in front of them.
+      const std::string text = in_front ? one.bad + good : good + " \t\n" + one.bad;
       const auto pieces = ReadLines(text);
-      // Behind a record, stray lines are lines of that record.
-      if (!in_front && !one.bad.starts_with("LDR")) {
-        ASSERT_EQ(pieces.size(), 1u);
-        EXPECT_FALSE(pieces[0].is_record);
-        continue;
-      }
       ASSERT_EQ(pieces.size(), 2u) << text;
       const Piece& fault = pieces[in_front ? 0 : 1];
       EXPECT_FALSE(fault.is_record);
       EXPECT_EQ(fault.reason, one.reason);
       EXPECT_EQ(fault.raw, one.bad);
-      EXPECT_EQ(fault.offset, in_front ? 0 : good.size());
+      EXPECT_EQ(fault.offset, in_front ? 0 : good.size() + 3);
       EXPECT_TRUE(pieces[in_front ? 1 : 0].is_record);
     }
   }
@@ -193,6 +189,7 @@ TEST(MarcXml, ReadsWhatOthersWrite) {
            "\xEF\xBB\xBF<?xml version='1.0'?><!DOCTYPE x [<!ENTITY e 'v'>]><!-- <record> --><c>" + plain + "</c>\n",
            "<m:c xmlns:m='u'>" + prefixed + "</m:c>",
            "<record><header>id</header><metadata>" + prefixed + "</metadata></record>",
+           "<!DOCTYPE c [<!-- isn't > --><!ELEMENT c ANY>]><c/><c a='>'>a < b<c><br>" + plain + "</c></c>",
        }) {
     for (const size_t portion : {size_t{1}, size_t{7}, SIZE_MAX}) {
       const auto pieces = ReadXml(text, portion);
@@ -223,6 +220,8 @@ TEST(MarcXml, TellsWhatIsWrongAndGoesOn) {
       {InXml("<controlfield tag='001'>&amp;#30;</controlfield>"), "有不能写入记录的控制符"},
       {"<record><leader>x</leader><controlfield tag='001'>broken off\n", "记录没有结束标记"},
       {"<datafield tag='200'><subfield code='a'>lost its record</subfield></datafield>", "字段不在记录之内"},
+      {"its record</subfield></datafield></record>", "不是XML的内容"},
+      {"<00123nam0 2200049   450 001000300000\x1EX2\x1E\x1D", "不是XML的内容"},
   };
   for (const auto& one : kCases) {
     const auto pieces = ReadXml(one.bad + good);
@@ -233,20 +232,27 @@ TEST(MarcXml, TellsWhatIsWrongAndGoesOn) {
     EXPECT_TRUE(pieces[1].is_record);
   }
   EXPECT_EQ(ReadXml(good + "<!-- no end " + good).size(), 3u);
+  const auto pieces = ReadXml("<c>text" + good + "\x1EX2\x1E\x1D<record>no end</c>" + good);
+  ASSERT_EQ(pieces.size(), 4u);
+  EXPECT_EQ(pieces[1].raw, "\x1EX2\x1E\x1D");
+  EXPECT_EQ(pieces[2].raw, "<record>no end");
+  EXPECT_TRUE(pieces[3].is_record);
 }
 
 // With a search to the end for each of these, a file of this size would take hours.
 TEST(RecordForms, BrokenMarkupCostsNoMoreThanReadingIt) {
-  for (const std::string piece :
-       {"<!--", "<![CDATA[", "<?", "<record \"", "</record ", "<record><leader>", "<", "\nLDRx", " \r"}) {
+  for (const std::string piece : {"<!--", "<![CDATA[", "<?", "<!x[", "<!x\"", "<x \"", "<record><x>", "<record>",
+                                  "<record \"", "</record ", "<record><leader>", "<", "\nLDRx", " \r"}) {
     std::string text = piece.find("LDR") != std::string::npos || piece[0] == ' ' ? "LDR" : "<record><leader>";
-    while (text.size() < size_t{4} << 20) text += piece;
+    while (text.size() < size_t{1} << 20) text += piece;
+    size_t records = 0;
     uint64_t bytes = 0;
     for (const Piece& found : text[0] == 'L' ? ReadLines(text) : ReadXml(text)) {
-      EXPECT_FALSE(found.is_record);
+      records += found.is_record;
       bytes += found.raw.size();
     }
-    EXPECT_GT(bytes, 0u) << piece;
+    EXPECT_EQ(records, 0u) << piece;
+    EXPECT_GT(bytes, piece == "<record><x>" ? 0 : text.size() / 2) << piece;
   }
 }
 

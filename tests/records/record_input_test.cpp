@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include <numeric>
 #include <vector>
 
+#include "records/line_format.h"
 #include "records/record_maker.h"
 #include "records/reversible.h"
 #include "records/xml_format.h"
@@ -123,12 +125,58 @@ TEST(RecordInput, CharsetsAreFoundOutRecordByRecord) {
   EXPECT_EQ(forced.records.at(0).substr(27, kUtf8Title.size()), kUtf8Title);
 }
 
+TEST(RecordInput, WhatStandsInFrontOfTheFirstRecordHidesNone) {
+  const std::string iso = IsoBytes({{"001", "a"}, {"200", kGbkTitle}}) + IsoBytes({{"001", "b"}});
+  const std::vector<std::string> expected = ReadFrom(iso).records;
+  std::string lines = "\n\n";
+  std::string xml = "<collection>";
+  for (const std::string& record : expected) AppendLines(record, lines);
+  for (const std::string& record : expected) AppendXmlRecord(record, xml);
+  xml += "</collection>";
+  const std::string page = "<html>" + std::string(70000, 'x') + "</html>";
+  const struct {
+    std::string front;
+    std::string file;
+    std::string passed_over;
+  } kCases[] = {
+      {"<", iso, "<"},
+      {"\r\n \xEF\xBB\xBF<", iso, "\xEF\xBB\xBF<"},
+      {"LDR", iso, "LDR"},
+      {"LDR ", iso, "LDR "},
+      {"\xFF\xFE", iso, "\xFF\xFE"},
+      {"\x1F\x8B", iso, "\x1F\x8B"},
+      {"\x1F\x8B\x08", iso, "\x1F\x8B\x08"},
+      {page, iso, page},
+      {"<", lines, "<\n\n"},
+      {"LDR", lines, "LDR\n\n"},
+      {"00123 a line\n001 b", lines, "00123 a line\n001 b\n\n"},
+      {"<", xml, "<"},
+      {"LDR 00123", xml, "LDR 00123"},
+      {"", xml + iso, iso},
+      {"", iso + xml, xml},
+  };
+  for (const auto& one : kCases) {
+    for (const size_t portion : {size_t{100}, SIZE_MAX}) {
+      const Reading reading = ReadFrom(one.front + one.file, {}, portion);
+      EXPECT_EQ(reading.records.size(), expected.size()) << one.front.substr(0, 9);
+      EXPECT_EQ(std::accumulate(reading.passed_over.begin(), reading.passed_over.end(), std::string()),
+                one.passed_over);
+      EXPECT_EQ(reading.last, 1);
+    }
+  }
+  for (const std::string empty : {"", " \r\n\n"}) EXPECT_EQ(ReadFrom(empty).last, 1);
+}
+
 TEST(RecordInput, DamageOfTheFileIsAFailureBehindWhatCouldBeRead) {
   const std::string iso = ReadWhole(SourcePath("examples/books.iso"));
   const std::string packed = Gzip(iso);
+  std::string xml;
+  AppendXmlRecord(InternalText("00000nam0 2200000   450 ", {{"001", "x"}}), xml);
   std::string flipped = packed;
   flipped[flipped.size() - 6] ^= 1;  // in the checksum
-  const std::string utf16 = std::string("\xFF\xFE", 2) + std::string("<\0?\0\0\xD8<\0", 8);
+  std::string utf16 = "\xFF\xFE";
+  for (const char byte : std::string("<collection>")) utf16 += {byte, '\0'};
+  utf16 += std::string("\0\xD8<\0", 4);
   const struct {
     std::string file;
     bool fails;
@@ -141,8 +189,10 @@ TEST(RecordInput, DamageOfTheFileIsAFailureBehindWhatCouldBeRead) {
       {packed + "other", false, 32, "other bytes"},
       {packed.substr(0, packed.size() - 9), true, 30, "cannot be read on"},
       {iso.substr(0, 5000), true, 5, "cannot be read on"},
-      {"<?xml version='1.0' encoding='no-such'?><c/>", false, 0, "unknown charset no-such"},
+      {"<?xml version='1.0' encoding='no-such'?><collection/>", false, 0, "unknown charset no-such"},
       {utf16, false, 0, "do not belong to the charset"},
+      {"<c:collection><c/>" + xml, false, 1, "the element c:collection has no end"},
+      {"<html><body>a page</body></html>", false, 0, "no record in any format"},
   };
   for (const auto& one : kCases) {
     const Reading reading = ReadFrom(one.file, {}, SIZE_MAX, one.fails);

@@ -124,6 +124,8 @@ TEST_F(RecordTools, NothingHalfWrittenIsLeft) {
       {{"convert", "--rejects", "-", "books.iso", "new.xml"}, 2},
       {{"split", "--every", "0", "books.iso"}, 2},
       {{"convert", "--to", "pdf", "books.iso", "x"}, 2},
+      {{"convert", "books.iso", "new.json"}, 2},
+      {{"convert", "books.iso", "-o", "new.gz"}, 2},
       {{"convert", "--to-charset", "gbk", "books.iso", "old.xml"}, 2},
   };
   for (const auto& one : kCases) {
@@ -139,8 +141,35 @@ TEST_F(RecordTools, NothingHalfWrittenIsLeft) {
   EXPECT_TRUE(std::filesystem::is_symlink("link.xml"));
   EXPECT_EQ(std::filesystem::status("old.xml").permissions(), std::filesystem::perms(0640));
   EXPECT_TRUE(ReadWhole("old.xml").starts_with("<?xml"));
-  EXPECT_EQ(RunProgram({.arguments = {"convert", "books.iso", "-", "--to", "lines"}, .output_closed = true}).status,
-            74);
+  WriteWhole("x", "{");
+  const std::vector<std::string> ended_early[] = {
+      {"convert", "-q", "books.iso", "-", "--to", "lines"}, {"show", "books.iso"}, {"check", "x"}};
+  for (const auto& arguments : ended_early) {
+    const ChildResult gone = RunProgram({.arguments = arguments, .output_closed = true});
+    EXPECT_EQ(gone.status, 141) << arguments[0];
+    EXPECT_EQ(gone.error, "") << arguments[0];
+  }
+}
+
+TEST_F(RecordTools, WhatIsOnlyAPartIsCalledSo) {
+  const std::string books = ReadWhole("books.iso");
+  ASSERT_EQ(Run({"convert", "--gzip", "books.iso", "whole.mrc"}).status, 0);
+  WriteWhole("broken.mrc", ReadWhole("whole.mrc").substr(0, std::filesystem::file_size("whole.mrc") - 1000));
+  WriteWhole("old.iso", "old");
+  WriteWhole("broken-0001.mrc", "old");
+  const ChildResult converted = Run({"convert", "broken.mrc", "old.iso"});
+  EXPECT_EQ(converted.status, 1);
+  EXPECT_NE(converted.error.find("what could be read is kept as old.iso.partial, and old.iso is not written"),
+            std::string::npos)
+      << converted.error;
+  EXPECT_EQ(Run({"split", "--every", "1000", "broken.mrc"}).status, 1);
+  for (const std::string name : {"old.iso", "broken-0001.mrc"}) {
+    EXPECT_EQ(ReadWhole(name), "old");
+    EXPECT_TRUE(ReadWhole(name + ".partial").size() > 500 && books.starts_with(ReadWhole(name + ".partial"))) << name;
+  }
+  EXPECT_EQ(Run({"convert", "books.iso", "none.iso", "-o", "new.iso"}).status, 1);
+  EXPECT_EQ(ReadWhole("new.iso.partial"), books);
+  EXPECT_FALSE(std::filesystem::exists("new.iso"));
 }
 
 TEST_F(RecordTools, SplitGivesWholeRecordsByteByByte) {
@@ -158,6 +187,10 @@ TEST_F(RecordTools, SplitGivesWholeRecordsByteByByte) {
         Run({"convert", "--to", "iso2709", "--to-charset", "gbk", "part0001" + ending, "part0002" + ending, "-"});
     EXPECT_EQ(joined.output, books) << joined.error;
   }
+  // A part has an ending that stands for its format.
+  std::filesystem::copy("books.iso", "new.2024");
+  ASSERT_EQ(Run({"split", "--every", "99", "new.2024"}).status, 0);
+  EXPECT_EQ(ReadWhole("new.2024-0001.iso"), books);
   // The next part would be the file itself.
   std::filesystem::rename("books.iso", "x0001.iso");
   EXPECT_EQ(Run({"split", "--every", "5", "--prefix", "x", "x0001.iso"}).status, 2);

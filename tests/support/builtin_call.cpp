@@ -51,7 +51,7 @@ std::string BuiltinCaller::Run(const char* name, const std::vector<Argument>& ar
       MakeCell(cell_name, arguments[i]);
     }
     CValue value("no result", false);
-    handler(&self, static_cast<int>(arguments.size()), first, &value);
+    self.CallBuiltin(handler, static_cast<int>(arguments.size()), first, &value);
     EXPECT_EQ(value.leixing, kInt) << name << " gave no int";
     result = value.lVal;
   } catch (const CError& error) {

@@ -114,7 +114,7 @@ Observed Observe(Run run) {
   try {
     observed.result = run(interpreter, observed);
   } catch (const CError& error) {
-    interpreter.eprintf("\r\n第%d行: %s", interpreter.GetCurLineNumber(), error.what());
+    interpreter.eprintf("\r\n第%d行: %s", interpreter.LineOf(error), error.what());
     observed.result = -1;
   }
   stream_of_run = nullptr;

@@ -79,7 +79,7 @@ std::vector<CheckCase> ReadSources(const std::string& path, const std::string& w
 std::string FindingLines(const cli::check::CheckedSource& checked, cli::check::Severity least,
                          cli::check::Language language) {
   std::string lines;
-  cli::check::PlaceFinder places(checked.text);
+  cli::PlaceFinder places(checked.text);
   for (const cli::check::Finding& finding : checked.findings.Sorted()) {
     const auto place = places.Find(finding.offset);
     if (finding.severity < least) continue;

@@ -27,10 +27,7 @@ class FilterBench {
       if (byte == '\n') source += '\r';
       source += byte;
     }
-    delete[] tree.lpCodeBuffer;
-    tree.lpCodeBuffer = nullptr;
-    tree.nCodeLen = tree.ChangeCode(source.c_str(), static_cast<int>(source.size()), &tree.lpCodeBuffer);
-    tree.lpProg = tree.lpCodeBuffer;
+    tree.LoadCode(source, "");
   }
   int Build(std::string_view filter) {
     Load(filter);

@@ -2,15 +2,21 @@
 // whatever they share.
 #include <gtest/gtest.h>
 #include <karst/karst.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <thread>
 #include <vector>
 
 #include "marc/marcfilter.h"
 #include "marc/marcflt.h"
+#include "platform/charset.h"
+#include "support/child_process.h"
 #include "support/filter_bench.h"
 #include "support/places.h"
 #include "support/temp_folder.h"
@@ -45,9 +51,12 @@ std::string RunExample(const char* name) {
     written += std::string(text.file) + ":" + std::string(text.bytes);
     return static_cast<int32_t>(text.bytes.size());
   });
-  const std::string filter = SourcePath("examples/" + std::string(name)), records = SourcePath("examples/books.iso");
-  EXPECT_NE(bench.tree.ReadCodeFromFile(filter.c_str(), 0), -1) << name;
-  EXPECT_EQ(bench.tree.BuildMARCTree(), 0) << name;
+  std::ifstream file(SourcePath("examples/" + std::string(name)));
+  const std::string utf8{std::istreambuf_iterator<char>(file), {}};
+  std::string filter;
+  EXPECT_TRUE(Utf8ToGbk(utf8, filter, nullptr)) << name;
+  EXPECT_EQ(bench.Build(filter), 0) << name;
+  const std::string records = SourcePath("examples/books.iso");
   EXPECT_EQ(bench.tree.RunWholeTree(records.c_str()), 0) << name;
   return bench.Output() + written;
 }
@@ -137,20 +146,100 @@ TEST(Threads, UseTheCInterface) {
   });
 }
 
+// The same record for ever.
+class EndlessStream : public CMARCStream {
+ public:
+  int Open(const CString&) override { return 0; }
+  int Close() override { return 0; }
+  int NextRecord(CString& record) override { return record = record_, 0; }
+  const char* GetCurRec() override { return record_.c_str(); }
+
+ private:
+  const CString record_ = Record({"200  $aone$btwo", "701  $aone$btwo$aone"}).c_str();
+};
+
+// One request at some moment, perhaps before the run, ends it, in order. From that moment on the loops have no end.
+TEST(Threads, StopFiltersAtAnyMoment) {
+  const char* const filters[] = {
+      "Record {\nField \"***\" {\nSubField \"*\" {\n{\nloop fnprintf(\"x\", \"x\") == 2\nendloop\n}\n}\n}\n"
+      "Field \"7**\" {\nGroup {\nSubField \"a\" {\nint n\n}\n}\nChain \"x\"\n}\n}\nCommon \"x\" {\n}\n",
+      "int n\nField \"2**\" {\nSubField \"*\" {\nloop fnprintf(\"x\", \"x\") == 2\nendloop\n}\n}\n"};
+  for (const char* filter : filters) {
+    FilterBench bench(filter);
+    EndlessStream stream;
+    std::atomic<int> asked = 1;
+    bench.tree.OnNamedOutput([&asked](const NamedText&) { return asked.load(); });
+    for (int round = 0; round < 100; ++round) {
+      const CRunable::StopsHeld held(bench.tree);
+      asked = 1;
+      std::thread stopper([&, round] {
+        for (std::atomic<int> wait = round * 150; wait > 0;) --wait;
+        asked = 2;
+        bench.tree.Stop();
+      });
+      EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
+      stopper.join();
+      ASSERT_EQ(bench.tree.m_nBeginCount, 0) << round;
+      ASSERT_EQ(bench.tree.m_Cells.size(), 0u) << round;
+    }
+  }
+}
+
+// The engines of the program's threads: ended by a record at some place of the file, and by a signal.
+TEST(Threads, StopTheWorkersOfTheProgram) {
+  const TempFolder folder;
+  std::string records;
+  for (int i = 0; i < 3000; ++i) records += Record({"200  $aone$btwo"});
+  WriteWhole("r.mrc", records);
+  const auto filter_with = [](const std::string& code) {
+    WriteWhole("f.flt",
+               "Record {\r\nField \"200\" {\r\nSubField \"a\" {\r\nif _RECORDCOUNT == " + code + "\r\n}\r\n}\r\n}\r\n");
+  };
+  const ChildSetup setup{.arguments = {"filter", "-q", "--jobs", "4", "f.flt", "r.mrc"}};
+  for (int place : {0, 9, 300, 2999}) {
+    filter_with(std::to_string(place) + "\r\nstop -1");
+    const ChildResult result = RunProgram(setup);
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(result.output + result.error, "");
+  }
+  filter_with("500\r\nOpen(\"reached\", \"c\")\r\nloop _RECORDCOUNT == 500\r\nendloop");
+  for (useconds_t delay : {0u, 1000u, 9000u}) {
+    std::filesystem::remove("reached");
+    const ChildResult result = RunProgram(setup, [delay](pid_t child) {
+      while (!std::filesystem::exists("reached") && kill(child, 0) == 0) usleep(1000);
+      usleep(delay);
+      kill(child, SIGTERM);
+    });
+    EXPECT_EQ(result.status, 143) << result.error;
+    EXPECT_EQ(result.output + result.error, "karst: interrupted\n");
+  }
+}
+
+// A single request in the midst of a file, whose last record has no end.
 TEST(Threads, StopRunsOfOthers) {
   const TempFolder folder;
-  std::ofstream("s.pro", std::ios::binary) << ":a\r\ngoto a\r\n";
+  std::ofstream("f.flt", std::ios::binary) << "Record {\r\nField \"***\" {\r\nSubField \"a\" {\r\nloop _FIELDNAME == "
+                                              "\"999\"\r\nendloop\r\n}\r\n}\r\n}\r\n";
+  std::ofstream("r.mrc", std::ios::binary) << kRecords[0] << kRecords[1] << kRecords[2];
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads / 2; ++i) {
     threads.emplace_back([] {
       karst_engine* engine = karst_engine_new(KARST_GBK);
-      std::atomic<bool> over = false;
-      std::thread stopper([&] {
-        while (!over) karst_stop(engine);
-      });
-      for (int run = 0; run < 20; ++run) EXPECT_EQ(karst_run_script(engine, "s.pro", 5, nullptr), KARST_STOPPED);
-      over = true;
-      stopper.join();
+      std::atomic<bool> begun = false;
+      const auto begin = [](void* user, uint64_t, uint64_t, uint64_t) {
+        return static_cast<std::atomic<bool>*>(user)->store(true), 0;
+      };
+      karst_on_progress(engine, begin, &begun);
+      for (int run = 0; run < 20; ++run) {
+        begun = false;
+        std::thread stopper([&] {
+          while (!begun) std::this_thread::yield();
+          karst_stop(engine);
+        });
+        EXPECT_EQ(karst_load_filter(engine, "f.flt", 5), KARST_OK);
+        EXPECT_EQ(karst_filter_file(engine, "r.mrc", 5), KARST_STOPPED);
+        stopper.join();
+      }
       karst_engine_free(engine);
     });
   }

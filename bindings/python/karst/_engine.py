@@ -157,7 +157,7 @@ def run(
 
     Raises:
         ScriptError: a fault of the script, with its line.
-        FileError: the script cannot be read.
+        FileError: the script cannot be read, or a file that it writes to was not written whole.
     """
     engine = _Engine(on_message, on_output, on_message_box)
     result = c_int()
@@ -212,6 +212,7 @@ class Filter:
 
         Raises:
             ScriptError: a fault of the filter at this record, with the filter's line.
+            FileError: a file that the filter writes to was not written whole.
             Stopped: a callback, or stop in another thread, ended the run.
         """
         output, length = c_void_p(), c_size_t()
@@ -232,7 +233,7 @@ class Filter:
 
         Raises:
             ScriptError: a fault of the filter, with its line.
-            FileError: the record file cannot be read.
+            FileError: the record file cannot be read, or a file that the filter writes to was not written whole.
             Stopped: on_progress, or stop in another thread, ended the run.
         """
 

@@ -16,7 +16,7 @@ class Error(Exception):
 
 
 class FileError(Error):
-    """A file cannot be opened or read."""
+    """A file cannot be opened or read, or one that a script writes to by name was not written whole."""
 
 
 class ScriptError(Error):

@@ -83,8 +83,9 @@ class Run(Case):
         with self.assertRaises(karst.FileError) as missing:
             karst.run(self.folder / "missing.pro", on_message_box=asked.append)
         self.assertEqual((missing.exception.line, missing.exception.file), (0, str(self.folder / "missing.pro")))
-        with self.assertRaisesRegex(karst.FileError, r"\\xff"):
+        with self.assertRaisesRegex(karst.FileError, "cannot read '\U0010f7ff.pro'") as no_text:
             karst.run(os.fsdecode(b"\xff.pro"), on_message_box=asked.append)
+        self.assertEqual(no_text.exception.file, os.fsdecode(b"\xff.pro"))
 
     def test_an_exception_of_a_callback_ends_the_run(self) -> None:
         script = self.source("a.pro", 'printf("a")\nloop 1\nendloop\n')

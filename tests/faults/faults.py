@@ -1,0 +1,278 @@
+"""Runs the program, and a host on the C interface, with one fault at a time, and checks what comes of it:
+
+The output is whole, or the status is not 0 and standard error names the file (says that memory ran out). Files that are
+replaced are the old or the new ones. Nothing else is left behind, and nothing crashes. A short or interrupted transfer
+is no fault at all.
+
+    faults.py PROGRAM LIBRARY HOST [--every] [--only TEXT] [--jobs N]
+"""
+
+import argparse
+import concurrent.futures
+import dataclasses
+import errno
+import functools
+import os
+import pathlib
+import re
+import resource
+import struct
+import subprocess
+import tempfile
+
+KINDS = ["read", "write", "open", "close", "rename", "sync", "memory"]
+PAGE = struct.Struct("@8q1024s")  # the library's struct Page
+SHORT = 0
+# The numbers of errors that each kind of call fails with, and whether it fails for good.
+FAULTS = {
+    "read": [(errno.EIO, False), (errno.EINTR, False), (SHORT, False)],
+    "write": [(errno.ENOSPC, False), (errno.ENOSPC, True), (errno.EINTR, False), (SHORT, False)],
+    "open": [(errno.EMFILE, False), (errno.EMFILE, True)],
+    "close": [(errno.EIO, False)],
+    "rename": [(errno.EACCES, False)],
+    "sync": [(errno.EIO, False)],
+    "memory": [(errno.ENOMEM, False), (errno.ENOMEM, True)],
+}
+# What was written may be gone, though this run cannot show it.
+LOST_WITHOUT_A_TRACE = ("close", "sync")
+SAMPLE = 24  # of the allocations of a run
+SECONDS = 60
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+
+
+def iso(number, title):
+    """A record in ISO 2709."""
+    fields = [("001", b"KS%08d" % number), ("200", b"1 \x1fa" + title.encode("gbk") + b"\x1ff" + b"x" * 4000)]
+    directory = data = b""
+    for tag, body in fields:
+        directory += b"%s%04d%05d" % (tag.encode(), len(body) + 1, len(data))
+        data += body + b"\x1e"
+    base = 24 + len(directory) + 1
+    return b"%05dnam0 22%05d   450 " % (base + len(data) + 1, base) + directory + b"\x1e" + data + b"\x1d"
+
+
+def source(text):
+    return text.replace("\n", "\r\n").encode("gbk")
+
+
+BOOKS = b"".join(iso(i, f"红楼梦 第{i}回") for i in range(40))
+SMALL = b"".join(iso(i, f"红楼梦 第{i}回") for i in range(3))
+BROKEN = BOOKS[:50_000] + b"no record\x1d" * 10_000 + BOOKS[50_000:]
+WRITE = """Record
+{
+	Field "200"
+	{
+		SubField "a"
+		{
+			%s
+		}
+	}
+}
+"""
+
+
+def to(name, lines=1):
+    return source(WRITE % "\n".join([f'fnprintf({name}, "%-900s\\n", _SUBFIELD)'] * lines))
+
+
+TO_HOSTS_FILE = 'fnprintf(HyperFn, "%s", _SUBFIELD)'
+LOOK_UP = 'string record\nprintf("%d%s", ZebGetRcd("a", "KS00000001", &record), record)\n'
+TEXTS = 'string text = "红<楼>梦"\nHTMLString(&text)\nStrCat(&text, text)\nprintf("%s", text)\nMsgBox("")\n'
+# The names that one filter writes to are more than the program may have open at once.
+MANY = source("""int n = 0
+string name
+Record
+{
+	sprintf(&name, "part%d.txt", n % 24)
+	fnprintf(name, "%d\\n", n)
+	n = n + 1
+}
+""")
+
+
+@dataclasses.dataclass
+class Command:
+    """A run: what is there before it, what it writes. `replaced`: files that have an old form. `made`: files that the
+    script itself makes, which a run that ends early leaves where it stood."""
+
+    name: str
+    arguments: list[str]
+    files: dict[str, bytes]
+    replaced: tuple[str, ...] = ()
+    kinds: tuple[str, ...] = tuple(KINDS)
+    most_files: int = 0
+    host: bool = False
+    made: tuple[str, ...] = ()
+
+
+def commands():
+    books = {"books.iso": BOOKS}
+    convert = ["convert", "books.iso"]
+    parts = tuple(f"books-000{i}.iso" for i in (1, 2, 3))
+    yield Command("filter to a file", ["filter", "to.flt", "books.iso"], books | {"to.flt": to('"out.txt"')})
+    yield Command("filter to standard output", ["filter", "to.flt", "books.iso"], books | {"to.flt": to('"stdout"', 3)})
+    yield Command("filter with rejects", ["filter", "--rejects", "bad.bin", "to.flt", "books.iso"],
+                  {"books.iso": BROKEN, "to.flt": to('"out.txt"')})
+    yield Command("filter with messages", ["filter", "--messages", "told.txt", "to.flt", "books.iso"],
+                  books | {"to.flt": source('Record\n{\n\tprintf("%s\\n", _RECORD)\n}\n')})
+    yield Command("filter on two threads", ["filter", "--jobs", "2", "to.flt", "books.iso"],
+                  books | {"to.flt": to('"out.txt"')})
+    yield Command("filter to many files", ["filter", "many.flt", "books.iso"],
+                  books | {"many.flt": MANY}, most_files=16)
+    yield Command("filter with a database", ["filter", "--database", "a=books.iso", "get.flt", "books.iso"],
+                  {"books.iso": SMALL, "get.flt": source(LOOK_UP)})
+    for target in "out.xml", "out.iso", "out.xml.gz":
+        yield Command(f"convert to {target}", convert + [target], books, (target,))
+    yield Command("convert to standard output", convert + ["-", "--to", "lines"], books)
+    yield Command("split", ["split", "--every", "16", "books.iso"], books, parts)
+    yield Command("help", ["filter", "--help"], {})
+    yield Command("check --fix", ["check", "--fix", "to.flt"], {}, ("to.flt",))
+    host = books | {"texts.pro": source(TEXTS), "titles.flt": source(WRITE % TO_HOSTS_FILE), "books.iso": SMALL}
+    yield Command("host", [], host, host=True)
+
+
+def examples():
+    """The scripts of the documentation call everything that a script can call."""
+    for page in "language", "builtins":
+        text = (ROOT / f"docs/{page}.md").read_text()
+        for match in re.finditer(r"```karst\n([^`]*)```\n\n```output\n([^`]*)", text):
+            if re.search(r"第\d+行: ", match[2]):
+                continue  # it fails by itself
+            name = f"{page}.md:{text.count(chr(10), 0, match.start()) + 2}"
+            yield Command(name, ["run", "--windows", "memory", "example.pro"], {"example.pro": source(match[1])},
+                          kinds=("memory",), made=tuple(re.findall(r'Open\("([^"]+)", "c"\)', match[1])))
+
+
+# What replaced files hold before.
+OLD = {"to.flt": to('"out.txt"').replace(b"\r\n", b"\n")}
+
+
+@dataclasses.dataclass
+class Outcome:
+    status: int
+    output: bytes
+    told: str
+    files: dict[str, bytes]
+    counts: list[int]
+    struck: bool
+    path: str
+
+
+class Bench:
+    def __init__(self, program, library, host):
+        self.program, self.library, self.host = program, library, host
+
+    def run(self, command, kind="read", at=0, error=SHORT, stays=False):
+        with tempfile.TemporaryDirectory(prefix="karst-faults-") as name:
+            folder = pathlib.Path(name, "work")
+            folder.mkdir()
+            for file, content in command.files.items():
+                (folder / file).write_bytes(content)
+            for file in command.replaced:
+                (folder / file).write_bytes(OLD.get(file, b"old"))
+            page = pathlib.Path(name, "page")
+            page.write_bytes(bytes(PAGE.size))
+            environment = {
+                "LD_PRELOAD": self.library,
+                "KARST_FAULT_PAGE": str(page),
+                "KARST_FAULT": f"{KINDS.index(kind)} {at} {error} {stays:d}",
+                "TMPDIR": str(folder),
+                "LC_ALL": "C.UTF-8",
+            }
+            if command.host:
+                environment["KARST_FAULT_WAIT"] = "1"
+            argv = [self.host] if command.host else [self.program, *command.arguments]
+            limit = lambda: resource.setrlimit(resource.RLIMIT_NOFILE, 2 * (command.most_files,))
+            ended = subprocess.run(argv, cwd=folder, env=environment, stdin=subprocess.DEVNULL, capture_output=True,
+                                   timeout=SECONDS, preexec_fn=limit if command.most_files else None)
+            *counts, struck, path = PAGE.unpack(page.read_bytes())
+            files = {str(p.relative_to(folder)): p.read_bytes() for p in folder.rglob("*") if p.is_file()}
+            return Outcome(ended.returncode, ended.stdout, ended.stderr.decode(errors="replace"), files, counts,
+                           bool(struck), path.rstrip(b"\0").decode(errors="replace"))
+
+
+def names_of(path, command, whole):
+    """What standard error may call the file: a passing name stands for the file that it would have become."""
+    name = path.rpartition("/")[2]
+    known = [*whole.files, "standard output", "standard input"]
+    return [name] if name in known else known
+
+
+def faults_of(command, whole, outcome, kind, gentle):
+    """What is wrong with an outcome; nothing, for a good one."""
+    if outcome.status < 0 or outcome.status in (99, 134, 139):
+        yield f"ended with {outcome.status}"
+        return
+    is_whole = outcome.output == whole.output and outcome.files == whole.files
+    if outcome.status == 0 or gentle:
+        for name in whole.files.keys() | outcome.files.keys():
+            if outcome.files.get(name) != whole.files.get(name):
+                yield f"status {outcome.status}, but {name} is not whole"
+        if outcome.output != whole.output:
+            yield f"status {outcome.status}, but standard output is not whole"
+        if gentle and outcome.status != 0:
+            yield f"status {outcome.status}"
+        if kind in LOST_WITHOUT_A_TRACE and outcome.struck:
+            yield f"status {outcome.status}"
+    elif kind == "memory":
+        if not re.search("memory|mem low|malloc", outcome.told):
+            yield f"status {outcome.status}, but no word about memory"
+    elif not any(name in outcome.told for name in names_of(outcome.path, command, whole)):
+        yield f"status {outcome.status}, but {outcome.path} is not named"
+    for name in command.files:
+        if outcome.files.get(name) != whole.files[name]:
+            yield f"{name} was changed"
+    for name in command.replaced:
+        if outcome.files.get(name) not in (OLD.get(name, b"old"), whole.files[name]):
+            yield f"{name} is neither the old nor the new one"
+    for name in outcome.files.keys() - whole.files.keys():
+        if name not in command.made and not (name.endswith(".partial") and name in outcome.told):
+            yield f"{name} is left behind"
+
+
+def plans(command, whole, every):
+    for kind in command.kinds:
+        count = whole.counts[KINDS.index(kind)]
+        step = 1 if every or kind != "memory" else max(1, count // SAMPLE)
+        for at in range(1, count + 1, step):
+            for error, stays in FAULTS[kind]:
+                yield kind, at, error, stays
+
+
+def check(bench, command, whole, plan):
+    kind, at, error, stays = plan
+    what = f"{command.name}: {kind} {at} {errno.errorcode.get(error, 'short')}{' for good' if stays else ''}"
+    try:
+        outcome = bench.run(command, *plan)
+    except subprocess.TimeoutExpired:
+        return [f"{what}: did not end"]
+    gentle = error in (SHORT, errno.EINTR)
+    found = [f"{what} ({outcome.path}): {fault}" for fault in faults_of(command, whole, outcome, kind, gentle)]
+    return [f"{line}\n    {outcome.told.strip()[:300]}" for line in found]
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("tools", nargs=3, metavar="PROGRAM LIBRARY HOST")
+    parser.add_argument("--every", action="store_true", help="every allocation, not a sample")
+    parser.add_argument("--only", default="", help="the commands, or kinds of calls, with this in their names")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count())
+    options = parser.parse_args()
+    bench = Bench(*map(os.path.abspath, options.tools))
+    found, runs = [], 0
+    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
+        for command in [*commands(), *examples()]:
+            whole = bench.run(command)
+            if whole.status != 0:
+                found.append(f"{command.name}: status {whole.status} without a fault\n    {whole.told}")
+                continue
+            chosen = [p for p in plans(command, whole, options.every) if options.only in f"{command.name} {p[0]}"]
+            runs += len(chosen)
+            for faults in pool.map(functools.partial(check, bench, command, whole), chosen):
+                found += faults
+    print(*found, f"{runs} runs, {len(found)} faults", sep="\n")
+    raise SystemExit(bool(found) or runs == 0)
+
+
+if __name__ == "__main__":
+    main()

@@ -7,13 +7,13 @@
 #include <exception>
 #include <new>
 
-#include "console.h"
-#include "exit_status.h"
-#include "options.h"
-#include "record_database.h"
-#include "stop_request.h"
-#include "verbs.h"
-#include "windows/script_windows.h"
+#include "cli/base/console.h"
+#include "cli/base/exit_status.h"
+#include "cli/base/stop_request.h"
+#include "cli/run/record_database.h"
+#include "cli/verbs/options.h"
+#include "cli/verbs/verbs.h"
+#include "cli/windows/script_windows.h"
 
 namespace karst::cli {
 namespace {

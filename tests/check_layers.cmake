@@ -1,48 +1,53 @@
-# Checks, file by file, that no folder of src/ includes one above it. Run as: cmake -D SOURCE_DIR=... -P check_layers.cmake
+# Checks, file by file, that no folder includes one above it. Run as: cmake -D SOURCE_DIR=... -P check_layers.cmake
 
-# From the lowest to the highest; a file may include its own folder and those before it.
-set(layers platform outside values statis hyper builtins catalogue script marc capi)
-# Lies in script/, but is the base of everything above "outside".
-set(run_state script/runable.h)
-
-# The layer's number of a path below src/; run state counts as half a layer above "outside" (10 a layer).
-function(rank_of path result)
-  if(path STREQUAL run_state OR path MATCHES "^script/runable\\.(h|cpp)$")
-    set(${result} 15 PARENT_SCOPE)
-    return()
-  endif()
-  string(REGEX REPLACE "/.*" "" folder ${path})
-  list(FIND layers ${folder} index)
-  if(index EQUAL -1)
-    set(${result} -1 PARENT_SCOPE)
-  else()
-    math(EXPR rank "${index} * 10")
-    set(${result} ${rank} PARENT_SCOPE)
-  endif()
-endfunction()
+# From the lowest to the highest; a file may include its own folder and those before it. What lies in no folder is below
+# all folders, the program's main file above them.
+set(src_layers text formats platform windows records helpers runstate values statis hyper builtins catalogue script marc
+               capi)
 
 set(faults "")
-file(GLOB_RECURSE sources RELATIVE ${SOURCE_DIR}/src ${SOURCE_DIR}/src/*.h ${SOURCE_DIR}/src/*.cpp)
-if(NOT sources)
-  message(FATAL_ERROR "no sources below ${SOURCE_DIR}/src")
-endif()
-foreach(source ${sources})
-  rank_of(${source} own_rank)
-  if(own_rank EQUAL -1)
-    list(APPEND faults "${source} lies in no known folder")
-    continue()
+
+# check_tree(TREE PREFIX LAYER...): TREE is a folder of the project. The paths of its own includes begin with PREFIX.
+function(check_tree tree prefix)
+  file(GLOB_RECURSE sources RELATIVE ${SOURCE_DIR}/${tree} ${SOURCE_DIR}/${tree}/*.h ${SOURCE_DIR}/${tree}/*.cpp)
+  if(NOT sources)
+    message(FATAL_ERROR "no sources below ${SOURCE_DIR}/${tree}")
   endif()
-  file(STRINGS ${SOURCE_DIR}/src/${source} includes REGEX "^#include \"")
-  foreach(line ${includes})
-    string(REGEX REPLACE "^#include \"([^\"]*)\".*" "\\1" included "${line}")
-    rank_of(${included} rank)
-    if(NOT EXISTS ${SOURCE_DIR}/src/${included})
-      list(APPEND faults "${source} includes ${included}, which is no path below src/")
-    elseif(rank GREATER own_rank)
-      list(APPEND faults "${source} includes ${included}, which lies above it")
+  foreach(source ${sources})
+    rank_of(${source} own_rank ${ARGN})
+    if(own_rank EQUAL -1)
+      list(APPEND faults "${tree}/${source} lies in no known folder")
+      continue()
     endif()
+    file(STRINGS ${SOURCE_DIR}/${tree}/${source} includes REGEX "^#include \"${prefix}")
+    foreach(line ${includes})
+      string(REGEX REPLACE "^#include \"${prefix}([^\"]*)\".*" "\\1" included "${line}")
+      rank_of(${included} rank ${ARGN})
+      if(NOT EXISTS ${SOURCE_DIR}/${tree}/${included})
+        list(APPEND faults "${tree}/${source} includes ${included}, which is no path below ${tree}/")
+      elseif(rank GREATER own_rank)
+        list(APPEND faults "${tree}/${source} includes ${included}, which lies above it")
+      endif()
+    endforeach()
   endforeach()
-endforeach()
+  set(faults "${faults}" PARENT_SCOPE)
+endfunction()
+
+# rank_of(PATH RESULT LAYER...): the place of the path's folder in the layers, -1 if it is none of them.
+function(rank_of path result)
+  set(layers ${ARGN})
+  if(path STREQUAL "main.cpp")
+    list(LENGTH layers rank)
+  elseif(NOT path MATCHES "/")
+    set(rank 0)
+  else()
+    string(REGEX REPLACE "/.*" "" folder ${path})
+    list(FIND layers ${folder} rank)
+  endif()
+  set(${result} ${rank} PARENT_SCOPE)
+endfunction()
+
+check_tree(src "" ${src_layers})
 
 if(faults)
   list(JOIN faults "\n  " text)

@@ -1,8 +1,8 @@
 // Reader: calls of built-in functions.
 #include <string>
 
-#include "check/reader.h"
-#include "check/signature.h"
+#include "cli/check/reader.h"
+#include "cli/check/signature.h"
 
 namespace karst::cli::check {
 namespace {

@@ -1,12 +1,12 @@
 // Checking: the passes, and the engine as the last word.
-#include "check/check.h"
+#include "cli/check/check.h"
 
 #include <algorithm>
 
-#include "check/filter.h"
-#include "check/lexer.h"
-#include "check/statements.h"
-#include "encoding.h"
+#include "cli/base/encoding.h"
+#include "cli/check/filter.h"
+#include "cli/check/lexer.h"
+#include "cli/check/statements.h"
 #include "marc/marctree.h"
 
 namespace karst::cli::check {

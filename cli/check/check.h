@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "check/findings.h"
-#include "source_text.h"
+#include "cli/base/source_text.h"
+#include "cli/check/findings.h"
 
 namespace karst::cli::check {
 

@@ -1,5 +1,5 @@
 // FilterWalk: the blocks of a filter as a run goes through them.
-#include "check/filter.h"
+#include "cli/check/filter.h"
 
 #include <algorithm>
 #include <string>

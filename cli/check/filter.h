@@ -6,8 +6,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "check/statements.h"
-#include "check/tree.h"
+#include "cli/check/statements.h"
+#include "cli/check/tree.h"
 
 namespace karst::cli::check {
 

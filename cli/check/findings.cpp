@@ -1,10 +1,10 @@
 // Findings: keeping, sorting, and putting them into words.
-#include "check/findings.h"
+#include "cli/check/findings.h"
 
 #include <algorithm>
 
-#include "encoding.h"
-#include "gbk.h"
+#include "cli/base/encoding.h"
+#include "cli/base/gbk.h"
 
 namespace karst::cli::check {
 namespace {

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "check/rules.h"
+#include "cli/check/rules.h"
 
 namespace karst::cli::check {
 

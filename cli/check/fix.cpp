@@ -1,7 +1,7 @@
 // Mending.
-#include "check/fix.h"
+#include "cli/check/fix.h"
 
-#include "platform/charset.h"
+#include "text/charset.h"
 
 namespace karst::cli::check {
 namespace {

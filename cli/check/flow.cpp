@@ -1,8 +1,8 @@
 // Statements: the ones that decide what runs: conditions, blocks, loops, jumps.
 #include <algorithm>
 
-#include "check/statements.h"
-#include "check/tree.h"
+#include "cli/check/statements.h"
+#include "cli/check/tree.h"
 
 namespace karst::cli::check {
 namespace {

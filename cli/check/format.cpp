@@ -2,7 +2,7 @@
 #include <cstring>
 #include <string>
 
-#include "check/reader.h"
+#include "cli/check/reader.h"
 
 namespace karst::cli::check {
 namespace {

@@ -1,12 +1,12 @@
 // TokenList: the rewriting of the source, and the scanner.
-#include "check/lexer.h"
+#include "cli/check/lexer.h"
 
 #include <algorithm>
 #include <array>
 
-#include "encoding.h"
-#include "gbk.h"
-#include "outside/zebutil.h"
+#include "cli/base/encoding.h"
+#include "cli/base/gbk.h"
+#include "helpers/zebutil.h"
 
 namespace karst::cli::check {
 namespace {

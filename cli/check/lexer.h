@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "check/findings.h"
+#include "cli/base/source_text.h"
+#include "cli/check/findings.h"
 #include "script/code.h"
-#include "source_text.h"
 
 namespace karst::cli::check {
 

@@ -1,5 +1,5 @@
 // Names, and the variables of the walk.
-#include "check/names.h"
+#include "cli/check/names.h"
 
 #include <algorithm>
 

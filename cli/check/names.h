@@ -9,7 +9,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "check/lexer.h"
+#include "cli/check/lexer.h"
 
 namespace karst::cli::check {
 

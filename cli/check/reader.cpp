@@ -1,5 +1,5 @@
 // Reader: expressions and conditions, in the levels of the engine's own evaluation.
-#include "check/reader.h"
+#include "cli/check/reader.h"
 
 #include <algorithm>
 

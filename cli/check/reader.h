@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "builtins/funcarray.h"
-#include "check/findings.h"
-#include "check/lexer.h"
-#include "check/names.h"
+#include "cli/check/findings.h"
+#include "cli/check/lexer.h"
+#include "cli/check/names.h"
 
 namespace karst::cli::check {
 

@@ -1,13 +1,13 @@
 // ReplaceFile, by a file that takes the name.
-#include "check/replace_file.h"
+#include "cli/check/replace_file.h"
 
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <cstring>
 
-#include "fresh_file.h"
-#include "writer.h"
+#include "cli/base/fresh_file.h"
+#include "cli/base/writer.h"
 
 namespace karst::cli::check {
 

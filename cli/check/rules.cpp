@@ -1,5 +1,5 @@
 // The table of rules.
-#include "check/rules.h"
+#include "cli/check/rules.h"
 
 namespace karst::cli::check {
 namespace {

@@ -1,5 +1,5 @@
 // Statements: the ones that name variables and call functions. The others are in flow.cpp.
-#include "check/statements.h"
+#include "cli/check/statements.h"
 
 #include <utility>
 

@@ -7,7 +7,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "check/reader.h"
+#include "cli/check/reader.h"
 
 namespace karst::cli::check {
 

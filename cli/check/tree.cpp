@@ -1,5 +1,5 @@
 // BlockTree: the building.
-#include "check/tree.h"
+#include "cli/check/tree.h"
 
 #include <climits>
 

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "check/lexer.h"
+#include "cli/check/lexer.h"
 #include "marc/cellstack.h"
 
 namespace karst::cli::check {

@@ -1,5 +1,5 @@
 // The library's record reader as one parser among others.
-#include "records/record_parser.h"
+#include "cli/records/record_parser.h"
 
 namespace karst::cli {
 namespace {

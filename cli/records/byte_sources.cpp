@@ -1,5 +1,5 @@
 // The sources: reading, uncompressing, converting, each into the buffer of the one that asks.
-#include "records/byte_sources.h"
+#include "cli/records/byte_sources.h"
 
 #include <iconv.h>
 #include <zlib.h>
@@ -9,7 +9,7 @@
 #include <cstring>
 #include <vector>
 
-#include "encoding.h"
+#include "cli/base/encoding.h"
 #include "platform/files.h"
 
 namespace karst::cli {

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <utility>
 
-#include "outside/bytewindow.h"
-#include "platform/bytestring.h"
+#include "records/bytewindow.h"
+#include "text/bytestring.h"
 
 namespace karst::cli {
 

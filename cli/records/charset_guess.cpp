@@ -1,11 +1,11 @@
 // The evidence that text is UTF-8.
-#include "records/charset_guess.h"
+#include "cli/records/charset_guess.h"
 
 #include <optional>
 
-#include "platform/charset.h"
-#include "records/ascii.h"
-#include "records/charset_marks.h"
+#include "cli/base/ascii.h"
+#include "cli/records/charset_marks.h"
+#include "text/charset.h"
 
 namespace karst::cli {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "records/record_format.h"
+#include "cli/records/record_format.h"
 
 namespace karst::cli {
 

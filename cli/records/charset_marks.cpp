@@ -1,9 +1,9 @@
 // The two places, found and written.
-#include "records/charset_marks.h"
+#include "cli/records/charset_marks.h"
 
 #include <algorithm>
 
-#include "outside/cartulary.h"
+#include "records/cartulary.h"
 
 namespace karst::cli {
 namespace {

@@ -1,12 +1,12 @@
 // Finding out: each format gets its turn on the bytes at hand, the likeliest first, until one finds a record.
-#include "records/format_guess.h"
+#include "cli/records/format_guess.h"
 
 #include <algorithm>
 #include <array>
 
-#include "outside/cartulary.h"
-#include "platform/charset.h"
-#include "records/ascii.h"
+#include "cli/base/ascii.h"
+#include "records/cartulary.h"
+#include "text/charset.h"
 
 namespace karst::cli {
 namespace {

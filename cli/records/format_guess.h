@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "records/byte_sources.h"
-#include "records/record_format.h"
-#include "records/record_parser.h"
+#include "cli/records/byte_sources.h"
+#include "cli/records/record_format.h"
+#include "cli/records/record_parser.h"
 
 namespace karst::cli {
 

@@ -1,15 +1,15 @@
 // Writing and reading lines. The bytes are those of the record: no charset is changed here, but what a character is
 // decides whether a "\" is one, since it may be the second byte of a GBK character.
-#include "records/line_format.h"
+#include "cli/records/line_format.h"
 
 #include <algorithm>
 
-#include "encoding.h"
-#include "outside/cartulary.h"
-#include "outside/isorecord.h"
-#include "platform/charset.h"
-#include "records/field_shape.h"
-#include "records/reversible.h"
+#include "cli/base/encoding.h"
+#include "cli/records/field_shape.h"
+#include "cli/records/reversible.h"
+#include "records/cartulary.h"
+#include "records/isorecord.h"
+#include "text/charset.h"
 
 namespace karst::cli {
 namespace {

@@ -1,10 +1,10 @@
 // The records of the line form: from one leader's line to the next, or to a blank line.
 #include <algorithm>
 
-#include "encoding.h"
-#include "platform/charset.h"
-#include "records/line_format.h"
-#include "records/text_parser.h"
+#include "cli/base/encoding.h"
+#include "cli/records/line_format.h"
+#include "cli/records/text_parser.h"
+#include "text/charset.h"
 
 namespace karst::cli {
 namespace {

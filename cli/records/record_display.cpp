@@ -1,13 +1,13 @@
 // RecordDisplay: columns, colours, and lines that are broken where they may be.
-#include "records/record_display.h"
+#include "cli/records/record_display.h"
 
 #include <algorithm>
 #include <iterator>
 
-#include "encoding.h"
-#include "outside/cartulary.h"
-#include "platform/charset.h"
-#include "records/field_shape.h"
+#include "cli/base/encoding.h"
+#include "cli/records/field_shape.h"
+#include "records/cartulary.h"
+#include "text/charset.h"
 
 namespace karst::cli {
 namespace {

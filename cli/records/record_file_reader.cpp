@@ -1,8 +1,8 @@
 // RecordFileReader: looks at the first bytes and puts the chain of sources together.
-#include "records/record_file_reader.h"
+#include "cli/records/record_file_reader.h"
 
-#include "records/charset_guess.h"
-#include "records/format_guess.h"
+#include "cli/records/charset_guess.h"
+#include "cli/records/format_guess.h"
 
 namespace karst::cli {
 namespace {

@@ -1,12 +1,12 @@
 // The names of formats and charsets, and what tells the formats apart.
-#include "records/record_format.h"
+#include "cli/records/record_format.h"
 
 #include <algorithm>
 #include <array>
 #include <string>
 #include <utility>
 
-#include "records/ascii.h"
+#include "cli/base/ascii.h"
 
 namespace karst::cli {
 namespace {

@@ -1,10 +1,10 @@
 // RecordInput: the records of a file, in GBK.
-#include "records/record_input.h"
+#include "cli/records/record_input.h"
 
 #include <algorithm>
 
-#include "records/record_file_reader.h"
-#include "records/reversible.h"
+#include "cli/records/record_file_reader.h"
+#include "cli/records/reversible.h"
 
 namespace karst::cli {
 namespace {

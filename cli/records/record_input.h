@@ -8,9 +8,9 @@
 #include <memory>
 #include <string>
 
-#include "outside/bytewindow.h"
-#include "outside/cartulary.h"
-#include "records/record_format.h"
+#include "cli/records/record_format.h"
+#include "records/bytewindow.h"
+#include "records/cartulary.h"
 
 namespace karst::cli {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "outside/recordreader.h"
+#include "records/recordreader.h"
 
 namespace karst::cli {
 

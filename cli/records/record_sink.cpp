@@ -1,5 +1,5 @@
 // RecordSink: the other name, the compression, the renaming.
-#include "records/record_sink.h"
+#include "cli/records/record_sink.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,10 +11,10 @@
 #include <filesystem>
 #include <vector>
 
-#include "exit_status.h"
-#include "input_file.h"
-#include "output_file.h"
-#include "writer.h"
+#include "cli/base/exit_status.h"
+#include "cli/base/input_file.h"
+#include "cli/base/output_file.h"
+#include "cli/base/writer.h"
 
 namespace karst::cli {
 

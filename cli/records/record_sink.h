@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "fresh_file.h"
-#include "options.h"
+#include "cli/base/fresh_file.h"
+#include "cli/verbs/options.h"
 
 namespace karst::cli {
 

@@ -1,10 +1,10 @@
 // RecordWalk: one reader for each file.
-#include "records/record_walk.h"
+#include "cli/records/record_walk.h"
 
-#include "exit_status.h"
-#include "input_file.h"
-#include "standard_input.h"
-#include "stop_request.h"
+#include "cli/base/exit_status.h"
+#include "cli/base/input_file.h"
+#include "cli/base/standard_input.h"
+#include "cli/base/stop_request.h"
 
 namespace karst::cli {
 

@@ -4,8 +4,8 @@
 #include <functional>
 #include <string>
 
-#include "passed_over.h"
-#include "records/record_file_reader.h"
+#include "cli/records/passed_over.h"
+#include "cli/records/record_file_reader.h"
 
 namespace karst::cli {
 

@@ -1,11 +1,11 @@
 // The four writers.
-#include "records/record_writer.h"
+#include "cli/records/record_writer.h"
 
-#include "encoding.h"
-#include "outside/cartulary.h"
-#include "outside/isowriter.h"
-#include "records/line_format.h"
-#include "records/xml_format.h"
+#include "cli/base/encoding.h"
+#include "cli/records/line_format.h"
+#include "cli/records/xml_format.h"
+#include "records/cartulary.h"
+#include "records/isowriter.h"
 
 namespace karst::cli {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "records/record_format.h"
+#include "cli/records/record_format.h"
 
 namespace karst::cli {
 

@@ -1,5 +1,5 @@
 // The tables of both directions, the references, and the quick way through text that has none.
-#include "records/reversible.h"
+#include "cli/records/reversible.h"
 
 #include <algorithm>
 #include <array>
@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "platform/charset.h"
-#include "platform/numeric_reference.h"
-#include "records/ascii.h"
+#include "cli/base/ascii.h"
+#include "text/charset.h"
+#include "text/numeric_reference.h"
 
 namespace karst::cli {
 namespace {

@@ -1,9 +1,9 @@
 // TextParser: separators are passed, records decoded, all else is reported.
-#include "records/text_parser.h"
+#include "cli/records/text_parser.h"
 
 #include <algorithm>
 
-#include "encoding.h"
+#include "cli/base/encoding.h"
 
 namespace karst::cli {
 namespace {

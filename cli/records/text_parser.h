@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "records/record_parser.h"
+#include "cli/records/record_parser.h"
 
 namespace karst::cli {
 

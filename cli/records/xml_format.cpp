@@ -1,9 +1,9 @@
 // Writing MARCXML.
-#include "records/xml_format.h"
+#include "cli/records/xml_format.h"
 
-#include "outside/cartulary.h"
-#include "records/field_shape.h"
-#include "records/xml_text.h"
+#include "cli/records/field_shape.h"
+#include "cli/records/xml_text.h"
+#include "records/cartulary.h"
 
 namespace karst::cli {
 namespace {

@@ -4,10 +4,10 @@
 // reported, and so is a root element that has no end.
 #include <algorithm>
 
-#include "encoding.h"
-#include "platform/charset.h"
-#include "records/text_parser.h"
-#include "records/xml_format.h"
+#include "cli/base/encoding.h"
+#include "cli/records/text_parser.h"
+#include "cli/records/xml_format.h"
+#include "text/charset.h"
 
 namespace karst::cli {
 namespace {

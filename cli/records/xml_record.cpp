@@ -4,10 +4,10 @@
 
 #include <memory>
 
-#include "outside/cartulary.h"
-#include "outside/isorecord.h"
-#include "records/xml_format.h"
-#include "records/xml_text.h"
+#include "cli/records/xml_format.h"
+#include "cli/records/xml_text.h"
+#include "records/cartulary.h"
+#include "records/isorecord.h"
 
 namespace karst::cli {
 namespace {

@@ -1,10 +1,10 @@
 // Text into XML and back.
-#include "records/xml_text.h"
+#include "cli/records/xml_text.h"
 
 #include <array>
 
-#include "platform/charset.h"
-#include "platform/numeric_reference.h"
+#include "text/charset.h"
+#include "text/numeric_reference.h"
 
 namespace karst::cli {
 namespace {

@@ -1,5 +1,5 @@
 // Files beside a page, reached part by part, so that no link is followed on the way.
-#include "windows/beside.h"
+#include "cli/windows/beside.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,5 +1,5 @@
 // Starting the user's browser, as a child process of its own session: a Ctrl-C for the script is none for the browser.
-#include "windows/browser_opener.h"
+#include "cli/windows/browser_opener.h"
 
 #include <fcntl.h>
 #include <spawn.h>

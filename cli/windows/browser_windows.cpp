@@ -1,12 +1,12 @@
 // Browser windows: from the window system's hooks to the board, from the server's reports to the controls.
-#include "windows/browser_windows.h"
+#include "cli/windows/browser_windows.h"
 
 #include <climits>
 #include <cstdlib>
 #include <vector>
 
-#include "encoding.h"
-#include "windows/page_module.h"
+#include "cli/base/encoding.h"
+#include "cli/windows/page_module.h"
 
 namespace karst::cli {
 namespace {

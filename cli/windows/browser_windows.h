@@ -9,10 +9,10 @@
 #include <string>
 #include <string_view>
 
-#include "outside/veldctl.h"
-#include "platform/queuedwindows.h"
-#include "windows/page_board.h"
-#include "windows/page_server.h"
+#include "cli/windows/page_board.h"
+#include "cli/windows/page_server.h"
+#include "hyper/veldctl.h"
+#include "windows/queuedwindows.h"
 
 namespace karst::cli {
 

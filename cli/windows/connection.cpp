@@ -1,5 +1,5 @@
 // The stream of one connection.
-#include "windows/connection.h"
+#include "cli/windows/connection.h"
 
 #include <sys/socket.h>
 

@@ -1,9 +1,9 @@
 // The board: what pages show and who looks at them, under one lock.
-#include "windows/page_board.h"
+#include "cli/windows/page_board.h"
 
 #include <algorithm>
 
-#include "windows/secret.h"
+#include "cli/windows/secret.h"
 
 namespace karst::cli {
 

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/windowsystem.h"
+#include "windows/windowsystem.h"
 
 namespace karst::cli {
 

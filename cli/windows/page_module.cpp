@@ -1,6 +1,6 @@
 // Finding the module: beside the program where it was built, in a folder of its own below the libraries where it was
 // installed.
-#include "windows/page_module.h"
+#include "cli/windows/page_module.h"
 
 #include <dlfcn.h>
 

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "windows/page_server.h"
+#include "cli/windows/page_server.h"
 
 namespace karst::cli {
 

@@ -1,5 +1,5 @@
 // The server, on the HTTP library; its limits, its refusals, its routes.
-#include "windows/page_server.h"
+#include "cli/windows/page_server.h"
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -9,11 +9,11 @@
 #include <set>
 #include <thread>
 
-#include "exit_status.h"
-#include "windows/beside.h"
-#include "windows/connection.h"
-#include "windows/secret.h"
-#include "windows/shell_files.h"
+#include "cli/base/exit_status.h"
+#include "cli/windows/beside.h"
+#include "cli/windows/connection.h"
+#include "cli/windows/secret.h"
+#include "cli/windows/shell_files.h"
 
 namespace karst::cli {
 namespace {

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "windows/page_board.h"
-#include "windows/page_text.h"
+#include "cli/windows/page_board.h"
+#include "cli/windows/page_text.h"
 
 namespace karst::cli {
 

@@ -1,5 +1,5 @@
 // The texts of states and reports. Only this file knows the JSON library.
-#include "windows/page_text.h"
+#include "cli/windows/page_text.h"
 
 #include <nlohmann/json.hpp>
 

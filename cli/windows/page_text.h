@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "windows/page_board.h"
+#include "cli/windows/page_board.h"
 
 namespace karst::cli {
 

@@ -1,10 +1,10 @@
 // Where windows are shown: the module that engines get, made at their first window.
-#include "windows/script_windows.h"
+#include "cli/windows/script_windows.h"
 
-#include "platform/memorywindows.h"
-#include "stop_request.h"
-#include "windows/browser_opener.h"
-#include "windows/browser_windows.h"
+#include "cli/base/stop_request.h"
+#include "cli/windows/browser_opener.h"
+#include "cli/windows/browser_windows.h"
+#include "windows/memorywindows.h"
 
 namespace karst::cli {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <memory>
 
-#include "console.h"
+#include "cli/base/console.h"
+#include "cli/verbs/options.h"
 #include "hyper/hypermodule.h"
-#include "options.h"
 
 namespace karst::cli {
 

@@ -1,11 +1,11 @@
 // Secrets, from getrandom.
-#include "windows/secret.h"
+#include "cli/windows/secret.h"
 
 #include <sys/random.h>
 
 #include <array>
 
-#include "exit_status.h"
+#include "cli/base/exit_status.h"
 
 namespace karst::cli {
 

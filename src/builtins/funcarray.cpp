@@ -8,7 +8,7 @@
 #include "builtins/namedoutput.h"
 #include "builtins/replacetable.h"
 #include "builtins/table.h"
-#include "platform/mbtext.h"
+#include "text/mbtext.h"
 
 namespace {
 

@@ -10,9 +10,9 @@
 #include <string_view>
 #include <vector>
 
+#include "formats/format.h"
 #include "hyper/hyperwindow.h"
 #include "platform/files.h"
-#include "platform/format.h"
 #include "statis/statisdb.h"
 #include "values/vararray.h"
 

@@ -5,7 +5,7 @@
 #include "builtins/table.h"
 #include "hyper/hyperframe.h"
 #include "hyper/hypermodule.h"
-#include "platform/hypermessages.h"
+#include "windows/hypermessages.h"
 
 void CFuncArray::UseHyperModule(std::shared_ptr<karst::HyperModule> module) { hyper_module_ = std::move(module); }
 

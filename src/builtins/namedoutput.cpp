@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "platform/mbtext.h"
+#include "text/mbtext.h"
 
 namespace karst {
 

@@ -6,7 +6,7 @@
 #include "builtins/changetext.h"
 #include "builtins/namedoutput.h"
 #include "builtins/table.h"
-#include "outside/zebutil.h"
+#include "helpers/zebutil.h"
 
 namespace karst::builtin {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <new>
 
-#include "outside/zebutil.h"
+#include "helpers/zebutil.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/bytestring.h"
+#include "text/bytestring.h"
 
 // One line.
 class CReplaceItem {

@@ -8,10 +8,10 @@
 
 #include "builtins/args.h"
 #include "builtins/table.h"
-#include "outside/zebutil.h"
-#include "platform/mbtext.h"
-#include "platform/window.h"
+#include "helpers/zebutil.h"
+#include "text/mbtext.h"
 #include "values/name.h"
+#include "windows/window.h"
 
 namespace karst::builtin {
 namespace {

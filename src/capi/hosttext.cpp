@@ -3,10 +3,10 @@
 
 #include <algorithm>
 
-#include "platform/charset.h"
 #include "platform/files.h"
-#include "platform/mbtext.h"
-#include "platform/numeric_reference.h"
+#include "text/charset.h"
+#include "text/mbtext.h"
+#include "text/numeric_reference.h"
 
 namespace karst::capi {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "capi/failure.h"
 #include "capi/hosttext.h"
-#include "outside/cartulary.h"
+#include "records/cartulary.h"
 
 struct karst_reader {
  public:

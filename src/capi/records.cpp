@@ -3,8 +3,8 @@
 #include <new>
 
 #include "capi/failure.h"
-#include "outside/isorecord.h"
-#include "outside/isowriter.h"
+#include "records/isorecord.h"
+#include "records/isowriter.h"
 
 namespace {
 

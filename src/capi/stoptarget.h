@@ -5,7 +5,7 @@
 #include <atomic>
 #include <thread>
 
-#include "script/runable.h"
+#include "runstate/runable.h"
 
 namespace karst::capi {
 

@@ -7,8 +7,8 @@
 #include "builtins/args.h"
 #include "builtins/changetext.h"
 #include "builtins/table.h"
-#include "outside/zebutil.h"
-#include "platform/mbtext.h"
+#include "helpers/zebutil.h"
+#include "text/mbtext.h"
 
 namespace karst::builtin {
 namespace {

@@ -1,8 +1,8 @@
 // HTMLString, for hosts and for the built-in of that name.
 #pragma once
 
-#include "platform/bytestring.h"
-#include "platform/export.h"
+#include "export.h"
+#include "text/bytestring.h"
 
 // Writes each double quote, ampersand and angle bracket as the HTML character reference of its number, in place. 1 if
 // there was one, else 0.

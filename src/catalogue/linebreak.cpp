@@ -3,8 +3,8 @@
 
 #include "builtins/args.h"
 #include "builtins/table.h"
-#include "platform/mbtext.h"
-#include "platform/partmatcher.h"
+#include "text/mbtext.h"
+#include "text/partmatcher.h"
 
 namespace karst::builtin {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "builtins/args.h"
 #include "builtins/table.h"
-#include "outside/cartulary.h"
+#include "records/cartulary.h"
 
 namespace karst::builtin {
 namespace {

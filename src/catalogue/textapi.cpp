@@ -4,11 +4,11 @@
 #include "builtins/args.h"
 #include "builtins/table.h"
 #include "catalogue/htmlstring.h"
-#include "outside/zebutil.h"
-#include "platform/characterset.h"
-#include "platform/mbtext.h"
-#include "platform/partmatcher.h"
-#include "platform/percent.h"
+#include "helpers/zebutil.h"
+#include "text/characterset.h"
+#include "text/mbtext.h"
+#include "text/partmatcher.h"
+#include "text/percent.h"
 
 namespace {
 

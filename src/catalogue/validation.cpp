@@ -7,7 +7,7 @@
 
 #include "builtins/args.h"
 #include "builtins/table.h"
-#include "platform/mbtext.h"
+#include "text/mbtext.h"
 
 namespace karst::builtin {
 namespace {

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "hyper/hyperwindow.h"
-#include "platform/hypermessages.h"
+#include "windows/hypermessages.h"
 
 namespace karst {
 

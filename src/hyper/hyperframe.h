@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/windowsystem.h"
+#include "windows/windowsystem.h"
 
 namespace karst {
 

@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "hyper/hyperframe.h"
-#include "outside/veldctl.h"
-#include "platform/hypermessages.h"
-#include "platform/memorywindows.h"
+#include "hyper/veldctl.h"
+#include "windows/hypermessages.h"
+#include "windows/memorywindows.h"
 
 namespace karst {
 

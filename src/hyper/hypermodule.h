@@ -4,8 +4,8 @@
 #include <functional>
 #include <memory>
 
-#include "platform/export.h"
-#include "platform/windowsystem.h"
+#include "export.h"
+#include "windows/windowsystem.h"
 
 namespace karst {
 

@@ -3,7 +3,7 @@
 
 #include "hyper/hyperframe.h"
 #include "hyper/hypermodule.h"
-#include "platform/hypermessages.h"
+#include "windows/hypermessages.h"
 
 CHyperWindow::~CHyperWindow() {
   m_event.Signal();

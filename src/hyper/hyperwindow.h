@@ -6,9 +6,9 @@
 #include <map>
 #include <memory>
 
-#include "platform/bytestring.h"
-#include "platform/export.h"
-#include "platform/windowsystem.h"
+#include "export.h"
+#include "text/bytestring.h"
+#include "windows/windowsystem.h"
 
 class KARST_API CHyperWindow {
  public:

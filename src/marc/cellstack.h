@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "platform/export.h"
-#include "script/runable.h"
+#include "export.h"
+#include "runstate/runable.h"
 
 namespace karst {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <new>
 
-#include "outside/isowriter.h"
+#include "records/isowriter.h"
 
 namespace {
 

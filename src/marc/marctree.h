@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "marc/cellstack.h"
-#include "outside/cartulary.h"
+#include "records/cartulary.h"
 #include "script/script.h"
 
 // Runs a filter file over a file of records. Both names are GBK; `hWnd` is the host's output control or null. -1 on

@@ -6,8 +6,8 @@
 
 #include "marc/marctree.h"
 #include "marc/recordwalk.h"
-#include "outside/marcitems.h"
-#include "platform/mbtext.h"
+#include "records/marcitems.h"
+#include "text/mbtext.h"
 
 namespace karst {
 

@@ -12,9 +12,9 @@
 #include <memory>
 #include <system_error>
 
-#include "platform/charset.h"
 #include "platform/filetable.h"
-#include "platform/mbtext.h"
+#include "text/charset.h"
+#include "text/mbtext.h"
 
 namespace karst {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/bytestring.h"
-#include "platform/export.h"
+#include "export.h"
+#include "text/bytestring.h"
 
 namespace karst {
 

@@ -1,8 +1,8 @@
 // The rules of arithmetic on values.
 #include "script/arithmetic.h"
 
-#include "outside/zebutil.h"
-#include "platform/mbtext.h"
+#include "helpers/zebutil.h"
+#include "text/mbtext.h"
 
 namespace karst {
 

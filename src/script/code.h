@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "script/runable.h"
+#include "runstate/runable.h"
 
 namespace karst {
 

@@ -5,11 +5,11 @@
 #include <memory>
 #include <new>
 
-#include "outside/zebutil.h"
+#include "helpers/zebutil.h"
 #include "platform/files.h"
-#include "platform/mbtext.h"
 #include "script/code.h"
 #include "script/token.h"
+#include "text/mbtext.h"
 
 namespace {
 

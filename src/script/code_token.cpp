@@ -2,10 +2,10 @@
 #include <cstdio>
 #include <cstring>
 
-#include "outside/zebutil.h"
-#include "platform/mbtext.h"
+#include "helpers/zebutil.h"
 #include "script/code.h"
 #include "script/token.h"
+#include "text/mbtext.h"
 
 using karst::ScanFault;
 using karst::ScannedToken;

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/mbtext.h"
+#include "text/mbtext.h"
 #include "values/value.h"
 
 namespace karst {

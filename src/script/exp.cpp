@@ -3,11 +3,11 @@
 // Each level is entered with its first token read, and leaves with the token behind it read.
 #include <cstring>
 
-#include "outside/zebutil.h"
-#include "platform/mbtext.h"
+#include "helpers/zebutil.h"
 #include "script/arithmetic.h"
 #include "script/nesting.h"
 #include "script/script.h"
+#include "text/mbtext.h"
 #include "values/name.h"
 
 using karst::NestingGuard;

@@ -2,11 +2,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/mbtext.h"
 #include "script/arithmetic.h"
 #include "script/call.h"
 #include "script/script.h"
 #include "script/statement_builder.h"
+#include "text/mbtext.h"
 #include "values/name.h"
 
 namespace karst {

@@ -1,7 +1,7 @@
 // CLoopStack: the positions of the loops that are open.
 #pragma once
 
-#include "platform/export.h"
+#include "export.h"
 
 class KARST_API CLoopStack {
  public:

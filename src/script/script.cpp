@@ -3,7 +3,7 @@
 
 #include <new>
 
-#include "outside/zebutil.h"
+#include "helpers/zebutil.h"
 #include "script/remembered_runner.h"
 
 using karst::FINISHED;

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-#include "platform/mbtext.h"
+#include "text/mbtext.h"
 
 namespace karst {
 

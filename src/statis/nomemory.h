@@ -1,7 +1,7 @@
 // How the tables tell the user that there is no memory: their results alone tell a script only that something failed.
 #pragma once
 
-#include "platform/window.h"
+#include "windows/window.h"
 
 namespace karst {
 

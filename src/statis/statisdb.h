@@ -14,8 +14,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "platform/bytestring.h"
-#include "platform/export.h"
+#include "export.h"
+#include "text/bytestring.h"
 
 namespace karst {
 

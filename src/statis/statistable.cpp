@@ -3,9 +3,9 @@
 #include <cstring>
 #include <new>
 
-#include "platform/mbtext.h"
 #include "statis/nomemory.h"
 #include "statis/statisdb.h"
+#include "text/mbtext.h"
 
 namespace karst {
 

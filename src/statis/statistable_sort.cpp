@@ -8,8 +8,8 @@
 #include <span>
 #include <vector>
 
-#include "platform/mbtext.h"
 #include "statis/statisdb.h"
+#include "text/mbtext.h"
 
 namespace {
 

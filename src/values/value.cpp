@@ -4,9 +4,9 @@
 #include <cstring>
 #include <new>
 
-#include "outside/zebutil.h"
-#include "platform/format.h"
-#include "platform/mbtext.h"
+#include "formats/format.h"
+#include "helpers/zebutil.h"
+#include "text/mbtext.h"
 #include "values/vararray.h"
 
 namespace {

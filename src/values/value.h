@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "platform/export.h"
+#include "export.h"
 
 class CVarCell;
 

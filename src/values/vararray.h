@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "script/runable.h"
+#include "runstate/runable.h"
 #include "values/value.h"
 
 namespace karst {

@@ -1,8 +1,8 @@
 // The string built-ins: results, what is left in the variable, and the edges of every number a script can give.
 #include <gtest/gtest.h>
 
-#include "platform/mbtext.h"
 #include "support/builtin_call.h"
+#include "text/mbtext.h"
 
 namespace karst::testing {
 namespace {

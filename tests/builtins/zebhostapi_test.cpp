@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "outside/zebutil.h"
+#include "helpers/zebutil.h"
 #include "support/builtin_call.h"
 
 namespace karst::testing {

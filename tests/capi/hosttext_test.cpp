@@ -5,7 +5,7 @@
 
 #include <random>
 
-#include "platform/charset.h"
+#include "text/charset.h"
 
 namespace karst::capi {
 namespace {

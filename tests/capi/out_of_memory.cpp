@@ -14,7 +14,7 @@
 #include <typeinfo>
 
 #include "marc/marcflt.h"
-#include "platform/window.h"
+#include "windows/window.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <ctime>
 #include <random>
 
-#include "platform/mbtext.h"
 #include "support/builtin_call.h"
+#include "text/mbtext.h"
 
 namespace karst::testing {
 namespace {

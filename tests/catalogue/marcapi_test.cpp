@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "outside/cartulary.h"
+#include "records/cartulary.h"
 #include "support/builtin_call.h"
 
 namespace karst::testing {

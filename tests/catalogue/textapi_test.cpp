@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "catalogue/htmlstring.h"
-#include "outside/zebutil.h"
+#include "helpers/zebutil.h"
 #include "support/builtin_call.h"
 #include "support/temp_folder.h"
 

@@ -5,8 +5,8 @@
 #include <ctime>
 #include <string>
 
-#include "check/check.h"
-#include "check/fix.h"
+#include "cli/check/check.h"
+#include "cli/check/fix.h"
 
 namespace karst::testing {
 namespace {

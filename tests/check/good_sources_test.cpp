@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <set>
 
-#include "check/check.h"
+#include "cli/check/check.h"
 #include "support/case_file.h"
 #include "support/check_cases.h"
 #include "support/child_process.h"

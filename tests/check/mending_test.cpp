@@ -3,8 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "check/check.h"
-#include "check/fix.h"
+#include "cli/check/check.h"
+#include "cli/check/fix.h"
 #include "support/child_process.h"
 #include "support/temp_folder.h"
 

@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include "check/lexer.h"
-#include "check/tree.h"
+#include "cli/check/lexer.h"
+#include "cli/check/tree.h"
 #include "marc/marctree.h"
 #include "script/code.h"
 #include "support/case_file.h"

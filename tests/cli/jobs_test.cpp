@@ -8,11 +8,11 @@
 #include <filesystem>
 #include <map>
 
-#include "platform/charset.h"
 #include "support/child_process.h"
 #include "support/places.h"
 #include "support/record_run.h"
 #include "support/temp_folder.h"
+#include "text/charset.h"
 
 namespace karst::testing {
 namespace {

@@ -9,15 +9,15 @@
 #include <memory>
 #include <sstream>
 
+#include "cli/base/source_text.h"
 #include "marc/marctree.h"
-#include "outside/cartulary.h"
-#include "platform/charset.h"
-#include "source_text.h"
+#include "records/cartulary.h"
 #include "support/case_file.h"
 #include "support/case_runner.h"
 #include "support/filter_bench.h"
 #include "support/places.h"
 #include "support/temp_folder.h"
+#include "text/charset.h"
 
 namespace karst {
 namespace {

@@ -11,11 +11,11 @@
 #include <memory>
 #include <string>
 
-#include "platform/charset.h"
 #include "script/remembered.h"
 #include "support/fuzz_input.h"
 #include "support/record_run.h"
 #include "support/scratch_folder.h"
+#include "text/charset.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
-#include "check/check.h"
-#include "check/fix.h"
+#include "cli/check/check.h"
+#include "cli/check/fix.h"
 #include "support/fuzz_input.h"
 
 namespace {

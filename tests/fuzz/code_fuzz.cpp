@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "outside/zebutil.h"
+#include "helpers/zebutil.h"
 #include "script/code.h"
 #include "support/scratch_folder.h"
 

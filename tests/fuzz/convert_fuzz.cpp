@@ -4,12 +4,12 @@
 #include <utility>
 #include <vector>
 
-#include "records/line_format.h"
-#include "records/record_input.h"
-#include "records/record_parser.h"
-#include "records/record_writer.h"
-#include "records/reversible.h"
-#include "records/xml_format.h"
+#include "cli/records/line_format.h"
+#include "cli/records/record_input.h"
+#include "cli/records/record_parser.h"
+#include "cli/records/record_writer.h"
+#include "cli/records/reversible.h"
+#include "cli/records/xml_format.h"
 #include "support/fuzz_input.h"
 #include "support/record_run.h"
 

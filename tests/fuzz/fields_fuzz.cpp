@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "outside/cartulary.h"
+#include "records/cartulary.h"
 #include "support/fuzz_input.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/format.h"
+#include "formats/format.h"
 #include "support/fuzz_input.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <string>
 
-#include "records/byte_sources.h"
+#include "cli/records/byte_sources.h"
 #include "support/fuzz_input.h"
 #include "support/record_run.h"
 

@@ -14,7 +14,7 @@
 #include <string>
 #include <string_view>
 
-#include "outside/zebutil.h"
+#include "helpers/zebutil.h"
 #include "platform/files.h"
 #include "script/remembered.h"
 #include "script/script.h"

@@ -2,7 +2,7 @@
 // any size of the window, and a record given has to be whole in the internal form.
 #include <string>
 
-#include "outside/cartulary.h"
+#include "records/cartulary.h"
 #include "support/fuzz_input.h"
 #include "support/record_run.h"
 

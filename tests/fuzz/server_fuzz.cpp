@@ -12,9 +12,9 @@
 #include <filesystem>
 #include <fstream>
 
+#include "cli/windows/page_server.h"
 #include "support/fuzz_input.h"
 #include "support/scratch_folder.h"
-#include "windows/page_server.h"
 
 namespace {
 

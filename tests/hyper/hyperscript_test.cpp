@@ -3,13 +3,13 @@
 
 #include <thread>
 
+#include "helpers/zebutil.h"
 #include "hyper/hypermodule.h"
-#include "outside/veldctl.h"
-#include "outside/zebutil.h"
-#include "platform/memorywindows.h"
+#include "hyper/veldctl.h"
 #include "script/script.h"
 #include "support/builtin_call.h"
 #include "support/temp_folder.h"
+#include "windows/memorywindows.h"
 
 namespace karst::testing {
 namespace {

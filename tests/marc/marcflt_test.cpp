@@ -6,7 +6,7 @@
 #include <memory>
 #include <random>
 
-#include "outside/isorecord.h"
+#include "records/isorecord.h"
 
 namespace karst::testing {
 namespace {

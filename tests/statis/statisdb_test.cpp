@@ -10,7 +10,7 @@
 #include <random>
 #include <string>
 
-#include "platform/mbtext.h"
+#include "text/mbtext.h"
 
 namespace {
 

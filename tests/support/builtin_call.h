@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "builtins/funcarray.h"
-#include "platform/window.h"
+#include "windows/window.h"
 
 namespace karst::testing {
 

@@ -7,8 +7,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "outside/cartulary.h"
-#include "platform/charset.h"
+#include "records/cartulary.h"
+#include "text/charset.h"
 
 namespace karst::testing {
 namespace {

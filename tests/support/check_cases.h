@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "check/check.h"
+#include "cli/check/check.h"
 
 namespace karst::testing {
 

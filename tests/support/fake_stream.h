@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "outside/cartulary.h"
+#include "records/cartulary.h"
 
 namespace karst::testing {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/hypermessages.h"
-#include "platform/memorywindows.h"
+#include "windows/hypermessages.h"
+#include "windows/memorywindows.h"
 
 namespace karst::testing {
 

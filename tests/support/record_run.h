@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "outside/recordreader.h"
+#include "records/recordreader.h"
 
 namespace karst::testing {
 

@@ -15,11 +15,11 @@
 
 #include "marc/marcfilter.h"
 #include "marc/marcflt.h"
-#include "platform/charset.h"
 #include "support/child_process.h"
 #include "support/filter_bench.h"
 #include "support/places.h"
 #include "support/temp_folder.h"
+#include "text/charset.h"
 
 namespace karst::testing {
 namespace {

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "outside/zebutil.h"
+#include "helpers/zebutil.h"
 #include "values/vararray.h"
 
 namespace {

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "outside/zebutil.h"
+#include "helpers/zebutil.h"
 
 namespace {
 

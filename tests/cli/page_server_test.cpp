@@ -1,0 +1,376 @@
+// The server of pages as a stranger on the same machine meets it, through bare sockets: what it refuses, and that its
+// limits hold. And the board behind it: who is at a page, and when nobody is.
+#include "cli/windows/page_server.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "support/builtin_call.h"
+#include "support/temp_folder.h"
+
+namespace karst::cli {
+namespace {
+
+using std::chrono::milliseconds;
+using testing::MakeFile;
+
+class Client {
+ public:
+  explicit Client(int port, const char* address = "127.0.0.1") : socket_(socket(AF_INET, SOCK_STREAM, 0)) {
+    sockaddr_in target{};
+    target.sin_family = AF_INET;
+    target.sin_port = htons(static_cast<uint16_t>(port));
+    inet_pton(AF_INET, address, &target.sin_addr);
+    connected_ = connect(socket_, reinterpret_cast<sockaddr*>(&target), sizeof target) == 0;
+  }
+  Client(Client&& other) noexcept : socket_(std::exchange(other.socket_, -1)), connected_(other.connected_) {}
+  ~Client() {
+    if (socket_ >= 0) close(socket_);
+  }
+  bool IsConnected() const { return connected_; }
+  bool Send(const std::string& bytes) const {
+    return send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
+  }
+  // True once the other side has closed.
+  bool IsClosed(int wait = 0) const {
+    pollfd wanted{socket_, POLLIN, 0};
+    char byte;
+    return poll(&wanted, 1, wait) > 0 && recv(socket_, &byte, 1, MSG_PEEK) <= 0;
+  }
+  // Reads until `part` has come, or to the end.
+  std::string Read(const std::string& part = "\xFF\xFF") const {
+    std::string text;
+    char buffer[4096];
+    for (ssize_t count; text.find(part) == text.npos && (count = recv(socket_, buffer, sizeof buffer, 0)) > 0;) {
+      text.append(buffer, static_cast<size_t>(count));
+    }
+    return text;
+  }
+
+ private:
+  int socket_;
+  bool connected_ = false;
+};
+
+HWND Frame(uintptr_t number) { return reinterpret_cast<HWND>(number); }
+
+class Server : public ::testing::Test {
+ protected:
+  Server() {
+    const auto take = [this](HWND frame, PageReport report) {
+      taken_.emplace_back(frame, std::move(report));
+      return takes_;
+    };
+    KarstMakePageServer(board_, take, server_);
+    std::filesystem::create_directories("pages/sub");
+    MakeFile("secret.txt", "secret");
+    MakeFile("pages/near.txt", "near");
+    MakeFile("pages/.hidden", "hidden");
+    MakeFile("pages/sub/deep.txt", "deep");
+    MakeFile("pages/\xE7\xBA\xA2.txt", "red");
+    std::filesystem::create_symlink("../secret.txt", "pages/link.txt");
+    std::filesystem::create_symlink("near.txt", "pages/inner.txt");
+    std::filesystem::create_directory_symlink("..", "pages/up");
+    mkfifo("pages/pipe", 0600);
+    secret_ = board_.Open(Frame(1));
+    board_.Show(Frame(1), [](PageState& state) {
+      state.page = state.revision = 1;
+      state.document = std::make_shared<std::string>("document");
+      state.folder = std::filesystem::current_path() / "pages";
+    });
+    other_secret_ = board_.Open(Frame(2));
+    port_ = std::stoi(server_->AddressOf("").substr(std::string_view("http://127.0.0.1:").size()));
+    host_ = "127.0.0.1:" + std::to_string(port_);
+  }
+
+  std::string Ask(const std::string& request) const {
+    const Client client(port_);
+    client.Send(request);
+    return client.Read();
+  }
+  // A request with the right host; `path` stands behind the secret.
+  std::string Get(const std::string& path, const std::string& headers = "") const {
+    return Ask("GET /" + secret_ + "/" + path + " HTTP/1.1\r\nHost: " + host_ + "\r\n" + headers + "\r\n");
+  }
+  std::string Post(const std::string& body, const std::string& headers) const {
+    return Ask("POST /" + secret_ + "/report HTTP/1.1\r\nHost: " + host_ + "\r\n" + headers +
+               "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
+  }
+  std::string Origin() const { return "Origin: http://" + host_ + "\r\n"; }
+
+  static std::string StatusOf(const std::string& answer) { return answer.substr(0, answer.find("\r\n")).substr(0, 12); }
+  static std::string BodyOf(const std::string& answer) {
+    const size_t end = answer.find("\r\n\r\n");
+    return end == answer.npos ? "" : answer.substr(end + 4);
+  }
+
+  testing::TempFolder folder_;
+  PageBoard board_;
+  std::vector<std::pair<HWND, PageReport>> taken_;
+  bool takes_ = true;
+  std::unique_ptr<PageServer> server_;
+  std::string secret_;
+  std::string other_secret_;
+  std::string host_;
+  int port_ = 0;
+};
+
+TEST_F(Server, SecretsHave128BitsAndNoTwoAreTheSame) {
+  EXPECT_EQ(secret_.size(), 32u);
+  EXPECT_EQ(secret_.find_first_not_of("0123456789abcdef"), std::string::npos) << secret_;
+  EXPECT_NE(secret_, other_secret_);
+  EXPECT_EQ(server_->AddressOf(secret_), "http://" + host_ + "/" + secret_ + "/");
+}
+
+TEST_F(Server, ListensOnOneLoopbackAddressOnly) {
+  EXPECT_TRUE(Client(port_).IsConnected());
+  EXPECT_FALSE(Client(port_, "127.0.0.2").IsConnected()) << "it listens on all addresses";
+}
+
+TEST_F(Server, AWrongHostOriginSecretOrMethodIsRefused) {
+  const std::string host = "Host: " + host_ + "\r\n";
+  const std::string page = "GET /" + secret_ + "/ HTTP/1.1\r\n";
+  const std::string report = "POST /" + secret_ + "/report HTTP/1.1\r\nContent-Length: 0\r\n";
+  std::string near_secret = secret_;
+  near_secret.back() = near_secret.back() == '0' ? '1' : '0';
+  const std::pair<std::string, std::string> cases[] = {
+      {page + host, "200"},
+      {page + host + Origin(), "200"},
+      {page, "403"},
+      {page + host + host, "403"},
+      {page + "Host: localhost:" + std::to_string(port_) + "\r\n", "403"},
+      {page + "Host: evil.example:" + std::to_string(port_) + "\r\n", "403"},
+      {page + "Host: 127.0.0.1\r\n", "403"},
+      {page + host + "Origin: http://evil.example\r\n", "403"},
+      {page + host + "Origin: null\r\n", "403"},
+      {page + host + "Origin: http://127.0.0.1:1\r\n", "403"},
+      {page + host + Origin() + "Origin: http://evil.example\r\n", "403"},
+      {report + host, "403"},
+      {report + host + "Origin: https://" + host_ + "\r\n", "403"},
+      {report + host + Origin(), "400"},
+      {"GET / HTTP/1.1\r\n" + host, "404"},
+      {"GET /" + secret_ + " HTTP/1.1\r\n" + host, "404"},
+      {"GET /" + near_secret + "/ HTTP/1.1\r\n" + host, "404"},
+      {"GET /" + near_secret + "/events?viewer=x HTTP/1.1\r\n" + host, "404"},
+      {"GET /" + secret_.substr(1) + "/ HTTP/1.1\r\n" + host, "404"},
+      {"GET //" + secret_ + "/ HTTP/1.1\r\n" + host, "404"},
+      {"GET /open/" + secret_ + " HTTP/1.1\r\n" + host, "404"},
+      {"POST /open/" + secret_ + " HTTP/1.1\r\nContent-Length: 0\r\n" + host + Origin(), "405"},
+      {"OPTIONS /" + secret_ + "/ HTTP/1.1\r\n" + host, "405"},
+      {"PUT /" + secret_ + "/page/x HTTP/1.1\r\nContent-Length: 0\r\n" + host + Origin(), "405"},
+      {"DELETE /" + secret_ + "/page/near.txt HTTP/1.1\r\n" + host + Origin(), "405"},
+  };
+  for (const auto& [request, status] : cases) {
+    EXPECT_EQ(StatusOf(Ask(request + "\r\n")), "HTTP/1.1 " + status) << request;
+  }
+  EXPECT_TRUE(taken_.empty());
+}
+
+TEST_F(Server, OnlyThePageAndFilesBesideItAreServed) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"page/?1.1", "document"},
+      {"page/near.txt", "near"},
+      {"page/sub/deep.txt", "deep"},
+      {"page/%E7%BA%A2.txt", "red"},
+      {"page/none.txt", ""},
+      {"page/sub", ""},
+      {"page/sub/", ""},
+      {"page/link.txt", ""},
+      {"page/inner.txt", ""},
+      {"page/up/secret.txt", ""},
+      {"page/../secret.txt", ""},
+      {"page/%2e%2e/secret.txt", ""},
+      {"page/..%2fsecret.txt", ""},
+      {"page/sub/../near.txt", ""},
+      {"page/sub/../../secret.txt", ""},
+      {"page//etc/hostname", ""},
+      {"page/%2fetc/hostname", ""},
+      {"page/.hidden", ""},
+      {"page/./near.txt", ""},
+      {"page/pipe", ""},
+      {"page/near.txt%00.png", ""},
+      {"page/..\\secret.txt", ""},
+      {"secret.txt", ""},
+      {"../secret.txt", ""},
+      {"page/..%5csecret.txt", ""},
+      {"page/%252e%252e/secret.txt", ""},
+  };
+  for (const auto& [path, body] : cases) {
+    const std::string answer = Get(path);
+    EXPECT_EQ(StatusOf(answer), body.empty() ? "HTTP/1.1 404" : "HTTP/1.1 200") << path;
+    if (!body.empty()) {
+      EXPECT_EQ(BodyOf(answer), body) << path;
+    }
+  }
+  EXPECT_NE(Get("page/near.txt").find("sandbox"), std::string::npos);
+  EXPECT_EQ(StatusOf(Ask("GET /" + other_secret_ + "/page/near.txt HTTP/1.1\r\nHost: " + host_ + "\r\n\r\n")),
+            "HTTP/1.1 404")
+      << "the files of one window are not those of another";
+  board_.Close(Frame(1));
+  EXPECT_EQ(StatusOf(Get("page/near.txt")), "HTTP/1.1 404");
+  EXPECT_EQ(BodyOf(Get("page/?1.1")), "");
+}
+
+TEST_F(Server, ATicketIsGoodOnce) {
+  const std::string ticket = server_->TicketFor(secret_);
+  const std::string request =
+      "GET " + ticket.substr(ticket.find("/open/")) + " HTTP/1.1\r\nHost: " + host_ + "\r\n\r\n";
+  const std::string answer = Ask(request);
+  EXPECT_EQ(StatusOf(answer), "HTTP/1.1 303");
+  EXPECT_NE(answer.find("Location: /" + secret_ + "/\r\n"), std::string::npos) << answer;
+  EXPECT_EQ(StatusOf(Ask(request)), "HTTP/1.1 404");
+}
+
+TEST_F(Server, ReportsAreReadOrRefused) {
+  const std::pair<std::string, std::string> cases[] = {
+      {R"({"kind":"link","page":1,"target":"karst:a"})", "204"},
+      {R"({"kind":"form","page":2,"target":"karst:b","query":[["n","v"]],"entered":[["m","1,2"]]})", "204"},
+      {R"({"kind":"leave","viewer":"nobody"})", "204"},
+      {R"({"kind":"answer","message":77})", "204"},
+      {R"({"kind":"open"})", "400"},
+      {R"({"kind":7})", "400"},
+      {R"({"kind":"link","query":[["n"]]})", "400"},
+      {R"({"kind":"link","page":"one"})", "400"},
+      {R"([])", "400"},
+      {R"({"kind":"link")", "400"},
+      {"\xFF", "400"},
+      {std::string(100'000, '['), "400"},
+  };
+  for (const auto& [body, status] : cases) {
+    EXPECT_EQ(StatusOf(Post(body, Origin())), "HTTP/1.1 " + status) << body.substr(0, 80);
+  }
+  ASSERT_EQ(taken_.size(), 2u);
+  EXPECT_EQ(taken_[1].first, Frame(1));
+  EXPECT_EQ(taken_[1].second.target, "karst:b");
+  EXPECT_EQ(taken_[1].second.page, 2u);
+  EXPECT_EQ(taken_[1].second.query, (PageReport::Fields{{"n", "v"}}));
+  EXPECT_EQ(taken_[1].second.entered, (PageReport::Fields{{"m", "1,2"}}));
+  takes_ = false;
+  EXPECT_EQ(StatusOf(Post(cases[0].first, Origin())), "HTTP/1.1 429");
+}
+
+TEST_F(Server, SizesHaveLimits) {
+  EXPECT_EQ(StatusOf(Post(std::string(900'000, 'x'), Origin())), "HTTP/1.1 400") << "long, but not too long";
+  const std::string endless = "GET /" + secret_ + "/ HTTP/1.1\r\nHost: " + host_ + "\r\n";
+  const std::string report = "POST /" + secret_ + "/report HTTP/1.1\r\nHost: " + host_ + "\r\n" + Origin();
+  const std::string heads[] = {endless, report + "Content-Length: 99999999999\r\n\r\n",
+                               report + "Transfer-Encoding: chunked\r\n\r\nFFFFFFF\r\n",
+                               "GET /" + std::string(8000, 'a')};
+  std::string lines;
+  while (lines.size() < 1 << 20) lines += "X: y\r\n";
+  for (const std::string& head : heads) {
+    const Client client(port_);
+    client.Send(head);
+    constexpr int kMuch = 64;  // megabytes: more than the buffers on the way hold
+    int sent = 0;
+    while (sent < kMuch && client.Send(lines)) ++sent;
+    EXPECT_LT(sent, kMuch) << head << ": it takes all that and goes on";
+  }
+  EXPECT_EQ(StatusOf(Get("")), "HTTP/1.1 200");
+  EXPECT_TRUE(taken_.empty());
+}
+
+TEST_F(Server, CountsHaveLimitsAndTheServerComesBack) {
+  {
+    std::vector<Client> crowd;
+    for (int i = 0; i < 150; ++i) crowd.emplace_back(port_);
+    int closed = 0;
+    for (const Client& client : crowd) closed += client.IsClosed(closed == 0 ? 50 : 0);
+    EXPECT_GE(closed, 40) << "connections that say nothing are all kept";
+  }
+  std::string status;
+  for (int i = 0; i < 100 && status != "HTTP/1.1 200"; ++i) status = StatusOf(Get(""));
+  EXPECT_EQ(status, "HTTP/1.1 200");
+}
+
+TEST_F(Server, OnlySoManyFollowOnePage) {
+  std::vector<Client> followers;
+  for (size_t i = 0; i <= PageBoard::kMostViewers; ++i) {
+    followers.emplace_back(port_);
+    followers.back().Send("GET /" + secret_ + "/events?viewer=v" + std::to_string(i) + " HTTP/1.1\r\nHost: " + host_ +
+                          "\r\n\r\n");
+    const bool last = i == PageBoard::kMostViewers;
+    EXPECT_EQ(StatusOf(followers.back().Read("\r\n\r\n")), last ? "HTTP/1.1 503" : "HTTP/1.1 200") << i;
+  }
+  for (const char* viewer : {"", "?viewer=", "?viewer=123456789012345678901234567890123"}) {
+    EXPECT_EQ(StatusOf(Get(std::string("events") + viewer)), "HTTP/1.1 400") << viewer;
+  }
+}
+
+TEST_F(Server, EndsSoonWhateverIsConnected) {
+  const Client silent(port_);
+  const Client following(port_);
+  following.Send("GET /" + secret_ + "/events?viewer=v HTTP/1.1\r\nHost: " + host_ + "\r\n\r\n");
+  following.Read("data: ");
+  board_.RunIsOver();
+  board_.Close(Frame(1));
+  const auto start = Clock::now();
+  server_.reset();
+  EXPECT_LT(Clock::now() - start, milliseconds(3000));
+  EXPECT_NE(following.Read().find("\"end\":\"over\""), std::string::npos);
+  EXPECT_TRUE(silent.IsClosed());
+}
+
+// Looks again until the window is deserted, or gives up.
+std::vector<HWND> DesertedWithin(PageBoard& board, milliseconds most) {
+  const auto end = Clock::now() + most;
+  std::vector<HWND> deserted;
+  while (deserted.empty() && Clock::now() < end) {
+    deserted = board.TakeDeserted();
+    std::this_thread::sleep_for(milliseconds(20));
+  }
+  return deserted;
+}
+
+TEST(PageBoard, AWindowIsDesertedOnceAllHaveLeftAndNoneComesBack) {
+  PageBoard board;
+  board.Open(Frame(1));
+  board.Open(Frame(2));
+  EXPECT_TRUE(DesertedWithin(board, milliseconds(100)).empty()) << "nobody has seen it yet";
+  ASSERT_TRUE(board.Arrive(Frame(1), "a"));
+  ASSERT_TRUE(board.Arrive(Frame(1), "b"));
+  board.Leave(Frame(1), "a");
+  board.Lose(Frame(1), "a");
+  board.Expect(Frame(1));  // loaded afresh, by a slow browser
+  board.Leave(Frame(1), "b");
+  board.Lose(Frame(1), "b");
+  EXPECT_TRUE(DesertedWithin(board, PageBoard::kReloadTime + milliseconds(300)).empty());
+  ASSERT_TRUE(board.Arrive(Frame(1), "after"));
+  board.Lose(Frame(1), "after");
+  ASSERT_TRUE(board.Arrive(Frame(1), "after"));  // the connection broke and is there again
+  board.Leave(Frame(1), "after");
+  EXPECT_TRUE(board.HasLeft(Frame(1), "after"));
+  board.Lose(Frame(1), "after");
+  EXPECT_EQ(DesertedWithin(board, PageBoard::kReloadTime + milliseconds(1000)), std::vector<HWND>{Frame(1)});
+  EXPECT_TRUE(board.TakeDeserted().empty()) << "once";
+}
+
+TEST(PageBoard, AMessageBoxWaitsForAnAnswerOrForTheLastPageToGo) {
+  PageBoard board;
+  EXPECT_EQ(board.ShowMessage("x"), 0u) << "nobody could answer";
+  board.Open(Frame(1));
+  const uint64_t first = board.ShowMessage("first");
+  EXPECT_EQ(board.StateOf(Frame(1))->message_text, "first");
+  EXPECT_FALSE(board.WaitForAnswer(first, milliseconds(20)));
+  board.Answer(first + 1);
+  EXPECT_FALSE(board.WaitForAnswer(first, milliseconds(20)));
+  board.Answer(first);
+  EXPECT_TRUE(board.WaitForAnswer(first, milliseconds(20)));
+  EXPECT_TRUE(board.IsAnswered(first));
+  board.TakeMessageAway();
+  EXPECT_EQ(board.StateOf(Frame(1))->message, 0u);
+  const uint64_t second = board.ShowMessage("second");
+  board.Close(Frame(1));
+  EXPECT_TRUE(board.WaitForAnswer(second, milliseconds(20)));
+  EXPECT_FALSE(board.IsAnswered(second));
+}
+
+}  // namespace
+}  // namespace karst::cli

@@ -2,8 +2,8 @@
 
 # From the lowest to the highest; a file may include its own folder and those before it. What lies in no folder is below
 # all folders, the program's main file above them.
-set(src_layers text formats platform windows records helpers runstate values statis hyper builtins catalogue script marc
-               capi)
+set(src_layers text formats platform windows records helpers language runstate values statis hyper builtins catalogue
+               script marc capi)
 
 set(faults "")
 

@@ -6,9 +6,9 @@
 #include <new>
 
 #include "helpers/zebutil.h"
+#include "language/token.h"
 #include "platform/files.h"
 #include "script/code.h"
-#include "script/token.h"
 #include "text/mbtext.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "helpers/zebutil.h"
+#include "language/token.h"
 #include "script/code.h"
-#include "script/token.h"
 #include "text/mbtext.h"
 
 using karst::ScanFault;

@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "builtins/funcarray.h"
+#include "language/token.h"
 #include "script/comparison.h"
 #include "script/int_expression.h"
-#include "script/token.h"
 
 class CScript;
 

@@ -1,9 +1,9 @@
 // StatementBuilder: reads the statement at a position without any effect, for remembering it.
 #pragma once
 
+#include "language/token.h"
 #include "script/nesting.h"
 #include "script/remembered.h"
-#include "script/token.h"
 
 namespace karst {
 

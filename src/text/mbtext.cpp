@@ -3,8 +3,8 @@
 
 #include <charconv>
 #include <cstring>
-#include <limits>
 
+#include "text/integer.h"
 #include "text/partmatcher.h"
 
 namespace {
@@ -23,24 +23,6 @@ unsigned TakeCharacter(const char*& at) {
 }
 
 unsigned Folded(unsigned character) { return character >= 'A' && character <= 'Z' ? character + 32 : character; }
-
-bool IsSpace(char byte) { return byte == ' ' || (byte >= '\t' && byte <= '\r'); }
-
-template <typename Integer>
-Integer ReadInteger(const char* text) {
-  while (IsSpace(*text)) ++text;
-  const bool negative = *text == '-';
-  if (*text == '-' || *text == '+') ++text;
-  const Integer end = negative ? std::numeric_limits<Integer>::min() : std::numeric_limits<Integer>::max();
-  // Counting down from 0 reaches both ends: the lowest value has no positive twin.
-  Integer value = 0;
-  for (; *text >= '0' && *text <= '9'; ++text) {
-    if (__builtin_mul_overflow(value, Integer{10}, &value)) return end;
-    if (__builtin_sub_overflow(value, static_cast<Integer>(*text - '0'), &value)) return end;
-  }
-  if (negative) return value;
-  return value == std::numeric_limits<Integer>::min() ? end : static_cast<Integer>(-value);
-}
 
 // Where `part` begins at a character of `text`, at `from` or after it, or npos.
 size_t FindAtCharacter(std::string_view text, std::string_view part, size_t from) {
@@ -110,7 +92,7 @@ char* _ltoa(int32_t value, char* target, int radix) {
   return target;
 }
 
-int64_t _atoi64(const char* text) { return ReadInteger<int64_t>(text); }
+int64_t _atoi64(const char* text) { return karst::ReadInteger<int64_t>(text); }
 
 namespace karst {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "fuzz/observed_run.h"
-#include "script/token.h"
+#include "language/token.h"
 #include "support/scratch_folder.h"
 
 namespace karst::testing {

@@ -1,11 +1,12 @@
 // The scanner: byte classes, and one small function for each kind of token.
-#include "script/token.h"
+#include "language/token.h"
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <string>
 
-#include "text/mbtext.h"
+#include "text/integer.h"
 
 namespace karst {
 
@@ -151,7 +152,7 @@ ScannedToken& Delimiter(ScannedToken& token) {
 bool EndsWord(char byte) { return Has(byte, kWordEndByte); }
 
 int ReservedWordNumber(std::string_view word) {
-  if (!word.empty() && word[0] == '`') return TextToInt(std::string(word.substr(1)).c_str());
+  if (!word.empty() && word[0] == '`') return ReadInteger<int>(std::string(word.substr(1)).c_str());
   for (const ReservedWord& entry : kReservedWords) {
     if (entry.word == word) return entry.number;
   }

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "script/code.h"
+#include "language/token_kinds.h"
 
 namespace karst {
 

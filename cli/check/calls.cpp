@@ -33,46 +33,25 @@ std::string_view WantedType(const Parameter& parameter) {
 
 }  // namespace
 
-bool Reader::Call(const Token& name) {
+bool Reader::ReadCall(const Token& name) {
   std::vector<Argument> arguments;
-  bool reference = false;
-  bool closed = false;
-  for (;;) {
-    Read();
-    if (token_->cls == DELIMITER && token_->EndsLine()) break;
-    closed = token_->cls != STRING && token_->Is(')');
-    if (closed) break;
-    if (token_->IsDelimiter('&')) {
-      reference = true;
-      continue;
-    }
-    arguments.push_back(ReadArgument(reference));
-    reference = false;
-    Read();
-    if (token_->cls == DELIMITER && token_->number == EOL) break;
-    closed = token_->Is(')');
-    if (closed) break;
-    if (!token_->Is(',')) Fail(Rule::kNoComma, *token_);
-  }
+  const bool closed = Arguments(arguments);
   if (!closed) Report(Rule::kOpenCall, name);
   CheckCall(name, arguments);
   return closed;
 }
 
-// The current token is the argument's first; afterwards its last.
-Argument Reader::ReadArgument(bool reference) {
-  Argument argument{.token = token_};
-  if (token_->cls == STRING) {
-    argument.type = Type::kText;
-    argument.literal = true;
-  } else if (reference) {
-    argument.reference = true;
-    argument.type = token_->cls == COMMAND ? Type::kUnknown : TypeOfVariable(*token_);
-  } else {
-    GiveBack();
-    argument.type = Expression();
-  }
-  return argument;
+void Reader::LiteralArgument(std::vector<Argument>& arguments) const {
+  arguments.push_back({.type = Type::kText, .literal = true, .token = token_});
+}
+
+void Reader::ReferenceArgument(std::vector<Argument>& arguments) {
+  const Type type = token_->cls == COMMAND ? Type::kUnknown : TypeOfVariable(*token_);
+  arguments.push_back({.type = type, .reference = true, .token = token_});
+}
+
+void Reader::ValueArgument(std::vector<Argument>& arguments, const Token* first, Type type) {
+  arguments.push_back({.type = type, .token = first});
 }
 
 void Reader::CheckCall(const Token& name, const std::vector<Argument>& arguments) {

@@ -1,32 +1,10 @@
-// Reader: expressions and conditions, in the levels of the engine's own evaluation.
+// Reader: expressions and conditions: what they come to, and what is wrong with them.
 #include "cli/check/reader.h"
 
 #include <algorithm>
+#include <string>
 
 namespace karst::cli::check {
-namespace {
-
-constexpr int kMostNesting = 400;  // as in the engine
-
-bool IsZero(const Token& token) {
-  return token.cls == NUMBER && token.text.find_first_not_of('0') == std::string_view::npos;
-}
-
-}  // namespace
-
-class Reader::Deeper {
- public:
-  explicit Deeper(Reader& reader) : reader_(reader) {
-    if (reader_.nesting_ >= kMostNesting) reader_.Fail(Rule::kTooDeep, reader_.Current(), {"400"});
-    ++reader_.nesting_;
-  }
-  Deeper(const Deeper&) = delete;
-  Deeper& operator=(const Deeper&) = delete;
-  ~Deeper() { --reader_.nesting_; }
-
- private:
-  Reader& reader_;
-};
 
 void Reader::SetPiece(size_t begin, size_t end) {
   at_ = begin;
@@ -67,99 +45,64 @@ void Reader::RefuseReserved(const Token& name) {
 }
 
 Type Reader::Expression() {
-  Read();
-  if (token_->text.empty() && token_->cls != STRING) Fail(Rule::kBadExpression, *token_);
-  const Type type = Sum();
-  GiveBack();
+  Type type = Type::kUnknown;
+  Grammar::Expression(type);
   return type;
 }
 
-Type Reader::Sum() {
-  Type left = Product();
-  while (token_->Is('+') || token_->Is('-')) {
-    const Token& op = *token_;
-    Read();
-    const Type right = Product();
-    left = op.Is('+') ? Added(op, left, right) : Combined(op, left, right);
+void Reader::Condition() {
+  Type type = Type::kUnknown;
+  Grammar::Condition(type);
+}
+
+void Reader::Refuse(GrammarFault fault, const Token* place) {
+  switch (fault) {
+    case GrammarFault::kOpenGroup:
+    case GrammarFault::kOpenCondition: Fail(Rule::kOpenParenthesis, *place);
+    case GrammarFault::kHalfOr: Fail(Rule::kLogicOperator, *place, {"||"});
+    case GrammarFault::kHalfAnd: Fail(Rule::kLogicOperator, *place, {"&&"});
+    case GrammarFault::kHalfComparison: Fail(Rule::kLogicOperator, *place, {place->Is('!') ? "!=" : "=="});
+    case GrammarFault::kNoComma: Fail(Rule::kNoComma, *place);
+    case GrammarFault::kTooDeep: Fail(Rule::kTooDeep, *place, {std::to_string(kMostNesting)});
+    case GrammarFault::kNoOperand: RefuseReserved(*place); break;
+    default: break;
   }
-  return left;
+  Fail(Rule::kBadExpression, *place);
 }
 
-Type Reader::Product() {
-  Type left = Power();
-  while (token_->Is('*') || token_->Is('/') || token_->Is('%')) {
-    const Token& op = *token_;
-    const Token& right_token = Read();
-    const Type right = Power();
-    const bool zero_alone = IsZero(right_token) && IndexOf(right_token) + 1 == IndexOf(*token_);
-    if (!op.Is('*') && zero_alone) Report(Rule::kDivisionByZero, right_token);
-    left = Combined(op, left, right);
-  }
-  return left;
+void Reader::NumberOperand(Type& type) const {
+  constexpr std::string_view kGreatestInt = "2147483647";
+  const std::string_view digits = token_->text.substr(0, token_->text.find_first_not_of("0123456789"));
+  const std::string_view counting = digits.substr(std::min(digits.find_first_not_of('0'), digits.size()));
+  const bool wide =
+      counting.size() > kGreatestInt.size() || (counting.size() == kGreatestInt.size() && counting > kGreatestInt);
+  type = wide ? Type::kInt64 : Type::kInt;
 }
 
-Type Reader::Power() {
-  const Type left = Signed();
-  if (!token_->Is('^')) return left;
-  const Deeper deeper(*this);
-  const Token& op = *token_;
-  Read();
-  const Type right = Power();
-  return Combined(op, left, right) == Type::kUnknown ? Type::kUnknown : left;
+void Reader::Call(const Token* name, Type& result) {
+  ReadCall(*name);
+  result = Type::kInt;
 }
 
-Type Reader::Signed() {
-  if (!token_->IsDelimiter('+') && !token_->IsDelimiter('-')) return Group();
-  const Token& sign = *token_;
-  Read();
-  const Type type = Group();
-  if (type != Type::kText) return type;
-  Report(Rule::kTextOperator, sign, {sign.text});
-  return Type::kUnknown;
+void Reader::Sign(char, const Token* place, Type& type) {
+  if (type != Type::kText) return;
+  Report(Rule::kTextOperator, *place, {place->text});
+  type = Type::kUnknown;
 }
 
-Type Reader::Group() {
-  if (!token_->IsDelimiter('(')) return Primitive();
-  const Deeper deeper(*this);
-  const Token& opening = *token_;
-  Read();
-  const Type type = Sum();
-  if (!token_->Is(')')) Fail(Rule::kOpenParenthesis, opening);
-  Read();
-  return type;
+void Reader::Operate(char op, const Token* place, Type& left, Type right) {
+  if (op == '/' || op == '%') LookForZero(*place);
+  const Type type = op == '+' ? Added(*place, left, right) : Combined(*place, left, right);
+  const bool keeps_left = op == '^' && type != Type::kUnknown;
+  if (!keeps_left) left = type;
 }
 
-Type Reader::Primitive() {
-  Type type = Type::kInt;
-  switch (token_->cls) {
-    case VARIABLE: type = NameOrCall(); break;
-    case NUMBER: {
-      const std::string_view digits = token_->text.substr(0, token_->text.find_first_not_of("0123456789"));
-      const std::string_view counting = digits.substr(std::min(digits.find_first_not_of('0'), digits.size()));
-      constexpr std::string_view kGreatestInt = "2147483647";
-      const bool wide =
-          counting.size() > kGreatestInt.size() || (counting.size() == kGreatestInt.size() && counting > kGreatestInt);
-      type = wide ? Type::kInt64 : Type::kInt;
-      break;
-    }
-    case STRING: type = Type::kText; break;
-    case CHARCONST: break;
-    default: RefuseReserved(*token_); Fail(Rule::kBadExpression, *token_);
-  }
-  Read();
-  return type;
-}
-
-Type Reader::NameOrCall() {
-  const Token& name = *token_;
-  Read();
-  if (token_->Is('(')) {
-    const Deeper deeper(*this);
-    Call(name);
-    return Type::kInt;
-  }
-  GiveBack();
-  return TypeOfVariable(name);
+// A zero that is all of the right operand.
+void Reader::LookForZero(const Token& op) {
+  const size_t right = IndexOf(op) + 1;
+  const Token& token = tokens_[right];
+  const bool is_zero = token.cls == NUMBER && token.text.find_first_not_of('0') == std::string_view::npos;
+  if (is_zero && right + 1 == IndexOf(*token_)) Report(Rule::kDivisionByZero, token);
 }
 
 Type Reader::Added(const Token& op, Type left, Type right) {
@@ -179,76 +122,10 @@ Type Reader::Combined(const Token& op, Type left, Type right) {
   return left == Type::kUnknown || right == Type::kUnknown ? Type::kUnknown : Type::kInt;
 }
 
-void Reader::Condition() {
-  Read();
-  if (token_->text.empty()) Fail(Rule::kBadExpression, *token_);
-  Or();
-  GiveBack();
-}
-
-Type Reader::Or() {
-  Type left = And();
-  while (token_->Is('|')) {
-    Read();
-    if (!token_->Is('|')) Fail(Rule::kLogicOperator, *token_, {"||"});
-    Read();
-    And();
-    left = Type::kInt;
-  }
-  return left;
-}
-
-Type Reader::And() {
-  Type left = Not();
-  while (token_->Is('&')) {
-    Read();
-    if (!token_->Is('&')) Fail(Rule::kLogicOperator, *token_, {"&&"});
-    Read();
-    Not();
-    left = Type::kInt;
-  }
-  return left;
-}
-
-Type Reader::Not() {
-  if (!token_->IsDelimiter('!')) return Compare();
-  Read();
-  if (token_->Is('=')) Fail(Rule::kBadExpression, *token_);
-  const Type type = Compare();
-  return type == Type::kText ? Type::kInt : type;
-}
-
-Type Reader::Compare() {
-  const Type left = LogicGroup();
-  const Token& op = *token_;
-  if (!op.Is('=') && !op.Is('!') && !op.Is('>') && !op.Is('<')) return left;
-  Read();
-  const bool with_equals = token_->Is('=');
-  if (!with_equals && (op.Is('!') || op.Is('='))) Fail(Rule::kLogicOperator, op, {op.Is('!') ? "!=" : "=="});
-  if (with_equals) Read();
-  const Type right = LogicGroup();
+void Reader::Compare(std::string_view op, const Token* place, Type& left, Type right) {
   const bool known = left != Type::kUnknown && right != Type::kUnknown;
-  if (known && left != right) {
-    const std::string text = std::string(op.text.substr(0, 1)) + (with_equals ? "=" : "");
-    Report(Rule::kDifferentTypes, op, {text, NameOf(left), NameOf(right)});
-  }
-  return left == Type::kText ? Type::kInt : left;
-}
-
-Type Reader::LogicGroup() {
-  if (!token_->IsDelimiter('(')) {
-    GiveBack();
-    const Type type = Expression();
-    Read();
-    return type;
-  }
-  const Deeper deeper(*this);
-  const Token& opening = *token_;
-  Read();
-  const Type type = Or();
-  if (!token_->Is(')')) Fail(Rule::kOpenParenthesis, opening);
-  Read();
-  return type;
+  if (known && left != right) Report(Rule::kDifferentTypes, *place, {op, NameOf(left), NameOf(right)});
+  if (left == Type::kText) left = Type::kInt;
 }
 
 // What cannot be told for certain is passed over in silence.

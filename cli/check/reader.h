@@ -12,6 +12,7 @@
 #include "cli/check/findings.h"
 #include "cli/check/lexer.h"
 #include "cli/check/names.h"
+#include "script/grammar.h"
 
 namespace karst::cli::check {
 
@@ -25,7 +26,7 @@ struct Argument {
   const Token* token = nullptr;  // its first
 };
 
-class Reader {
+class Reader : private Grammar<Reader, Type, const Token*> {
  public:
   // Ends the reading of one statement; its finding has been made.
   struct Abandoned {};
@@ -50,8 +51,8 @@ class Reader {
   // Each reads from the next token on and leaves what ended it unread.
   Type Expression();
   void Condition();
-  // Behind the "(" of a call: reads through its end. True if a ")" ended it.
-  bool Call(const Token& name);
+  // After the "(" of a call: reads through its end. True if a ")" ended it.
+  bool ReadCall(const Token& name);
 
   // The type of a variable that must be there.
   Type TypeOfVariable(const Token& name);
@@ -70,24 +71,37 @@ class Reader {
   void RefuseReserved(const Token& name);
 
  private:
-  class Deeper;
+  // What the grammar asks for.
+  friend Grammar;
+  static constexpr int kDeepest = kMostNesting;
 
-  Type Sum();
-  Type Product();
-  Type Power();
-  Type Signed();
-  Type Group();
-  Type Primitive();
-  Type NameOrCall();
-  Type Or();
-  Type And();
-  Type Not();
-  Type Compare();
-  Type LogicGroup();
+  char First() const { return token_->text.empty() ? '\0' : token_->text[0]; }
+  int Class() const { return token_->cls; }
+  int Number() const { return token_->number; }
+  const Token* Here() const { return token_; }
+  void NumberOperand(Type& type) const;
+  static void LiteralOperand(Type& type) { type = Type::kText; }
+  static void CharacterOperand(Type& type) { type = Type::kInt; }
+  const Token* Name() const { return token_; }
+  void Call(const Token* name, Type& result);
+  void Variable(const Token* name, Type& type) { type = TypeOfVariable(*name); }
+  static void Keep(Type) {}
+  void Operate(char op, const Token* place, Type& left, Type right);
+  static void Join(char, Type& left, Type) { left = Type::kInt; }
+  void Compare(std::string_view op, const Token* place, Type& left, Type right);
+  void Sign(char, const Token* place, Type& type);
+  static void Negate(Type& type) { type = type == Type::kText ? Type::kInt : type; }
+  static void CheckTruth(Type) {}
+  void LiteralArgument(std::vector<Argument>& arguments) const;
+  void ReferenceArgument(std::vector<Argument>& arguments);
+  static void ValueArgument(std::vector<Argument>& arguments, const Token* first, Type type);
+  int& Nesting() { return nesting_; }
+  [[noreturn]] void Refuse(GrammarFault fault, const Token* place);
+
   Type Added(const Token& op, Type left, Type right);
   Type Combined(const Token& op, Type left, Type right);
+  void LookForZero(const Token& op);
 
-  Argument ReadArgument(bool reference);
   void CheckCall(const Token& name, const std::vector<Argument>& arguments);
   void CheckCount(const Token& name, const Signature& signature, size_t count);
   void CheckArgument(const Signature& signature, size_t place, const Argument& argument);

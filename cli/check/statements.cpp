@@ -116,7 +116,7 @@ void Statements::Prepend(const Token& name) {
 
 // The rest of the line is not read; where the line end took the place of the parenthesis, it is the next line.
 void Statements::CallStatement(const Token& name) {
-  const bool closed = reader_.Call(name);
+  const bool closed = reader_.ReadCall(name);
   PassLine(closed);
 }
 

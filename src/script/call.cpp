@@ -3,58 +3,40 @@
 #include <cstring>
 
 #include "script/call.h"
-#include "script/nesting.h"
-#include "script/script.h"
+#include "script/evaluator.h"
 #include "values/cellstore.h"
-#include "values/name.h"
 
 int CScript::DoFunction(const char* lpszName, CValue* pResult) {
   karst::BuiltinHandler handler = nullptr;
   if (FindKernelFunction(lpszName, &handler, nullptr, 0) == -1 || !handler) halt("函数 %s 未定义", lpszName);
-  const karst::NestingGuard guard(*this);
   ++m_nBeginCount;
   const int first = static_cast<int>(m_Cells.size());
-  ReadArguments();
+  int count = 0;
+  karst::Evaluator(*this).Arguments(count);
   CallBuiltin(handler, static_cast<int>(m_Cells.size()) - first, first, pResult);
   ClearSomeVars(first);
   --m_nBeginCount;
   return 0;
 }
 
-void CScript::ReadArguments() {
-  CValue value;
-  bool by_reference = false;
-  for (int number = 0;;) {
-    GetToken();
-    if (nTokenType == karst::DELIMITER && (nTok == karst::EOL || nTok == karst::FINISHED)) return;
-    if (nTokenType != karst::STRING && *szToken == ')') return;
-    if (nTokenType == karst::DELIMITER && *szToken == '&') {
-      by_reference = true;
-      continue;
-    }
-    MakeArgument(number++, by_reference, value);
-    by_reference = false;
-    GetToken();
-    if (nTokenType == karst::DELIMITER && nTok == karst::EOL) return;
-    if (*szToken == ')') return;
-    if (*szToken != ',') halt("两个参数之间应当间隔逗号',' ...");
-  }
+namespace karst {
+
+void Evaluator::LiteralArgument(int& count) { script_.MakeText(NextArgument(count), script_.szToken); }
+
+void Evaluator::ReferenceArgument(int& count) {
+  NameSlot& slot = NextArgument(count);
+  script_.MakeDup(slot, script_.Store().SlotOf(NameBuffer(script_.szToken).text));
 }
 
-void CScript::MakeArgument(int number, bool by_reference, CValue& value) {
-  char name[karst::kArgumentNameSize];
-  karst::FormatArgumentName(name, number);
-  karst::NameSlot& slot = Store().SlotOf(name);
-  if (nTokenType == karst::STRING) {
-    MakeText(slot, szToken);
-  } else if (by_reference) {
-    MakeDup(slot, Store().SlotOf(karst::NameBuffer(szToken).text));
-  } else {
-    PutBack();
-    GetExp(&value);
-    MakeValue(slot, value);
-  }
+void Evaluator::ValueArgument(int& count, char, const CValue& value) { script_.MakeValue(NextArgument(count), value); }
+
+NameSlot& Evaluator::NextArgument(int& count) {
+  char name[kArgumentNameSize];
+  FormatArgumentName(name, count++);
+  return script_.Store().SlotOf(name);
 }
+
+}  // namespace karst
 
 int CScript::CvtFuncName(char* lpszName, int nMaxLen, char* lpNameEnd) {
   char form[sizeof(karst::NameBuffer::text)] = "";

@@ -4,6 +4,7 @@
 
 #include "helpers/zebutil.h"
 #include "language/token.h"
+#include "script/bytewalk.h"
 #include "script/code.h"
 #include "text/mbtext.h"
 
@@ -21,29 +22,6 @@ void WriteNumberForm(char* word, size_t length, int number) {
   std::memset(word, ' ', length);
   std::memcpy(word, form, static_cast<size_t>(form_length));
 }
-
-// Walks code byte by byte, over literals by their length, and knows whether it stands in single quotes.
-class ByteWalk {
- public:
-  ByteWalk(karst::CodeSpan code, char* start) : code_(code), position_(start) {}
-
-  // Passes literals; false at the end of the code.
-  bool AtByte() {
-    while (*position_ == '"') position_ = const_cast<char*>(karst::BehindLiteral(code_, position_));
-    return *position_ != 0;
-  }
-  bool OutsideQuotes() const { return !in_quotes_; }
-  char* Position() const { return position_; }
-  void Advance() { ++position_; }
-  void NoteQuote() {
-    if (*position_ == '\'') in_quotes_ = !in_quotes_;
-  }
-
- private:
-  karst::CodeSpan code_;
-  char* position_;
-  bool in_quotes_ = false;
-};
 
 }  // namespace
 
@@ -105,22 +83,10 @@ int CCode::PutBack() {
 int CCode::LookUpReserve(const char* lpszWord) { return karst::ReservedWordNumber(lpszWord); }
 
 int CCode::FindEOL() {
-  ByteWalk walk({lpCodeBuffer, lpCodeBuffer + nCodeLen}, lpProg);
-  int limited = 0;
-  while (walk.AtByte()) {
-    if (lpProgEnd && walk.Position() >= lpProgEnd) {
-      limited = 1;
-      break;
-    }
-    walk.NoteQuote();
-    if (*walk.Position() == '\n' && walk.OutsideQuotes()) {
-      walk.Advance();
-      break;
-    }
-    walk.Advance();
-  }
-  lpProg = walk.Position();
-  return limited;
+  const char* position = lpProg;
+  const auto found = karst::FindLineFeed({lpCodeBuffer, lpCodeBuffer + nCodeLen}, position, lpProgEnd);
+  lpProg = const_cast<char*>(found == karst::LineEnd::kFound ? position + 1 : position);
+  return found == karst::LineEnd::kLimit ? 1 : 0;
 }
 
 int CCode::SkipBlankLine() {
@@ -155,15 +121,15 @@ int CCode::FindElse() {
 char* CCode::FindLabel(const char* lpszLabel) {
   const std::string_view label(lpszLabel);
   const char* code_end = lpCodeBuffer + nCodeLen - 1;
-  ByteWalk walk({lpCodeBuffer, lpCodeBuffer + nCodeLen}, lpCodeBuffer);
+  karst::ByteWalk walk({lpCodeBuffer, lpCodeBuffer + nCodeLen}, lpCodeBuffer);
   for (; walk.AtByte(); walk.Advance()) {
     walk.NoteQuote();
     if (*walk.Position() != ':' || !walk.OutsideQuotes()) continue;
-    char* name = walk.Position() + 1;
+    const char* name = walk.Position() + 1;
     if (static_cast<size_t>(code_end - name) < label.size()) continue;
-    char* behind = name + label.size();
+    const char* behind = name + label.size();
     if (karst::EndsWord(*behind) && karst::EqualIgnoringCase(std::string_view(name, label.size()), label))
-      return behind;
+      return const_cast<char*>(behind);
   }
   return nullptr;
 }

@@ -1,106 +1,63 @@
-// CScript: arithmetic expressions, computed as they are read.
-//
-// Each level is entered with its first token read, and leaves with the token behind it read.
-#include <cstring>
-
+// CScript: arithmetic expressions, computed as they are read. The grammar is in grammar.h.
 #include "helpers/zebutil.h"
 #include "script/arithmetic.h"
-#include "script/nesting.h"
-#include "script/script.h"
-#include "text/mbtext.h"
-#include "values/name.h"
+#include "script/evaluator.h"
 
-using karst::NestingGuard;
+using karst::Evaluator;
 
-void CScript::GetExp(CValue* pResult) {
-  GetToken();
-  if (!*szToken && nTokenType != karst::STRING) halt("no expression present...");
-  level2(pResult);
-  PutBack();
-}
-
-void CScript::level2(CValue* pResult) {
-  level3(pResult);
-  while (*szToken == '+' || *szToken == '-') {
-    const char op = *szToken;
-    pResult->KeepText();
-    GetToken();
-    CValue right;
-    level3(&right);
-    arith(op, pResult, &right);
-  }
-}
-
-void CScript::level3(CValue* pResult) {
-  level4(pResult);
-  while (*szToken == '*' || *szToken == '/' || *szToken == '%') {
-    const char op = *szToken;
-    pResult->KeepText();
-    GetToken();
-    CValue right;
-    level4(&right);
-    arith(op, pResult, &right);
-  }
-}
-
-void CScript::level4(CValue* pResult) {
-  level5(pResult);
-  if (*szToken != '^') return;
-  const NestingGuard guard(*this);
-  pResult->KeepText();
-  GetToken();
-  CValue right;
-  level4(&right);
-  arith('^', pResult, &right);
-}
-
-void CScript::level5(CValue* pResult) {
-  char sign = 0;
-  if (nTokenType == karst::DELIMITER && (*szToken == '+' || *szToken == '-')) {
-    sign = *szToken;
-    GetToken();
-  }
-  level6(pResult);
-  if (sign) unary(sign, pResult);
-}
-
-void CScript::level6(CValue* pResult) {
-  if (nTokenType != karst::DELIMITER || *szToken != '(') return primitive(pResult);
-  const NestingGuard guard(*this);
-  GetToken();
-  level2(pResult);
-  if (*szToken != ')') halt("unbanlanced parentheses");
-  GetToken();
-}
-
-void CScript::primitive(CValue* pResult) {
-  switch (nTokenType) {
-    case karst::VARIABLE: {
-      const karst::NameBuffer name(szToken);
-      find_var(name.text, pResult);
-      break;
-    }
-    case karst::NUMBER: karst::SetNumber(*pResult, szToken); break;
-    case karst::STRING: pResult->SetVal(szToken, true); break;
-    case karst::CHARCONST: pResult->SetVal(karst::CharacterValue(szToken)); break;
-    default: halt("syntax error");
-  }
-  GetToken();
-}
+void CScript::GetExp(CValue* pResult) { Evaluator(*this).Expression(*pResult); }
+void CScript::level2(CValue* pResult) { Evaluator(*this).Sum(*pResult); }
+void CScript::level3(CValue* pResult) { Evaluator(*this).Product(*pResult); }
+void CScript::level4(CValue* pResult) { Evaluator(*this).Power(*pResult); }
+void CScript::level5(CValue* pResult) { Evaluator(*this).Signed(*pResult); }
+void CScript::level6(CValue* pResult) { Evaluator(*this).Group(*pResult); }
+void CScript::primitive(CValue* pResult) { Evaluator(*this).Primitive(*pResult); }
 
 int CScript::find_var(const char* lpszName, CValue* pResult) {
-  karst::NameBuffer name(lpszName);
-  char* name_end = lpProg;
-  GetToken();
-  if (*szToken == '(') {
-    if (name.text[0] != '@') CvtFuncName(name.text, sizeof name.text, name_end);
-    return DoFunction(name.text, pResult);
-  }
-  PutBack();
-  const CVarCell* cell = SearchVar(name.text);
-  if (!cell) RefuseName(name.text);
-  return pResult->SetVal(cell, false);
+  Evaluator::CodeName name{karst::NameBuffer(lpszName), lpProg};
+  Evaluator(*this).NameOrCall(name, *pResult);
+  return 0;
 }
+
+namespace karst {
+
+void Evaluator::NumberOperand(CValue& value) const { SetNumber(value, script_.szToken); }
+
+void Evaluator::CharacterOperand(CValue& value) const { value.SetVal(CharacterValue(script_.szToken)); }
+
+void Evaluator::Call(CodeName& name, CValue& value) {
+  char* text = name.buffer.text;
+  if (*text != '@') script_.CvtFuncName(text, sizeof name.buffer.text, name.end);
+  script_.DoFunction(text, &value);
+}
+
+void Evaluator::Variable(const CodeName& name, CValue& value) {
+  const CVarCell* cell = script_.SearchVar(name.buffer.text);
+  if (!cell) script_.RefuseName(name.buffer.text);
+  value.SetVal(cell, false);
+}
+
+void Evaluator::Refuse(GrammarFault fault, char) {
+  switch (fault) {
+    case GrammarFault::kNoExpression: return script_.halt("no expression present...");
+    case GrammarFault::kNoCondition: return script_.halt("no logic expression present");
+    case GrammarFault::kNoOperand: return script_.halt("syntax error");
+    case GrammarFault::kOpenGroup: return script_.halt("unbanlanced parentheses");
+    case GrammarFault::kOpenCondition: return script_.halt("左右括号不配对... token[%s]", script_.szToken);
+    case GrammarFault::kHalfOr: return script_.halt("逻辑表达式中应当用||");
+    case GrammarFault::kHalfAnd: return script_.halt("逻辑表达式中应当用&&");
+    case GrammarFault::kHalfComparison: return script_.halt("逻辑表达式中应当用!=或==");
+    case GrammarFault::kEqualsAfterNot: return script_.halt("logic exp error!!!");
+    case GrammarFault::kNoComma: return script_.halt("两个参数之间应当间隔逗号',' ...");
+    case GrammarFault::kTooDeep: return script_.halt("表达式嵌套太深，超过%d层...", kMostNesting);
+    case GrammarFault::kJumpOverFunction: return script_.halt(" goto语句不能跨越function!");
+    case GrammarFault::kJumpToNoEnd: return script_.halt("花括号不配对('}'少)...");
+    case GrammarFault::kJumpInward: return script_.halt(" goto语句不应能往内跳转!正");
+    case GrammarFault::kJumpBackInward: return script_.halt(" goto语句不应能往内跳转!倒");
+  }
+}
+
+}  // namespace karst
 
 void CScript::RefuseName(const char* name) {
   DumpVars();

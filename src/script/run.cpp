@@ -1,6 +1,6 @@
 // CScript: the statements. Each is entered with its first word read ("assignment" with it unread) and leaves the read
 // position behind what it used.
-#include "script/script.h"
+#include "script/evaluator.h"
 #include "values/cellstore.h"
 #include "values/name.h"
 
@@ -210,21 +210,7 @@ int CScript::DoGoto() {
 }
 
 int CScript::GotoPos(char* lpFrom, char* lpTo) {
-  const bool forward = lpFrom < lpTo;
-  const char* scan_end = forward ? lpTo : lpFrom;
-  lpProg = forward ? lpFrom : lpTo;
-  int opened = 0;
-  for (;;) {
-    GetToken();
-    if (lpProg >= scan_end) break;
-    if (std::string_view(szToken) == "function") halt(" goto语句不能跨越function!");
-    if (nTok == karst::FINISHED) halt("花括号不配对('}'少)...");
-    if (nTokenType != karst::COMMAND) continue;
-    opened += (nTok == karst::kTokBegin) - (nTok == karst::kTokEnd);
-  }
-  if (forward && opened >= 1) halt(" goto语句不应能往内跳转!正");
-  if (!forward && opened < 0) halt(" goto语句不应能往内跳转!倒");
-  for (int left = opened < 0 ? -opened : opened; left > 0; --left) ClearStackVars();
+  for (int left = karst::Evaluator(*this).FramesBetween(lpFrom, lpTo); left > 0; --left) ClearStackVars();
   lpProg = lpTo;
   return 0;
 }

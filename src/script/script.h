@@ -8,7 +8,7 @@
 #include "script/loopstack.h"
 
 namespace karst {
-class NestingGuard;
+class Evaluator;
 class Remembered;
 class RememberedRunner;
 class StatementBuilder;
@@ -98,9 +98,9 @@ class KARST_API CScript : public CCode, public CFuncArray {
   static constexpr char kConditionWithoutTruth[] = "GetLogicExp() error...";
   static constexpr char kPrependOnlyTexts[] = " >> 运算只能在string类型变量之间进行!";
 
+  friend class karst::Evaluator;
   friend class karst::RememberedRunner;
   friend class karst::StatementBuilder;
-  friend class karst::NestingGuard;
 
   enum class Flow { kNext, kLeave };
   // One turn of the main loop, read from the text; kLeave with the loop's result in `result`.
@@ -109,9 +109,7 @@ class KARST_API CScript : public CCode, public CFuncArray {
   // DoEndLoop in the main loop, which has just looked for a stop request.
   int BackToLoop();
 
-  // Steps of a call and of the statements that begin with a name.
-  void ReadArguments();
-  void MakeArgument(int number, bool by_reference, CValue& value);
+  // Steps of the statements that begin with a name.
   void CallStatement(char* name, char* name_end);
   void AssignStatement(const char* name, char* name_end);
   void AppendStatement(const char* name);

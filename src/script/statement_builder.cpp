@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "script/bytewalk.h"
 #include "script/remembered_runner.h"
 #include "script/script.h"
 #include "values/name.h"
@@ -110,10 +111,10 @@ void StatementBuilder::Assign(RememberedStatement& statement) {
   statement.kind = StatementKind::kAssign;
   Read();
   if (token_.cls == STRING) {
-    statement.expression = Literal();
+    LiteralOperand(statement.expression);
   } else {
     GiveBack();
-    statement.expression = Expression();
+    statement.expression = ReadExpression();
   }
   statement.behind_value = at_;
 }
@@ -122,7 +123,7 @@ void StatementBuilder::Append(RememberedStatement& statement) {
   statement.kind = StatementKind::kAppend;
   Read();
   if (!token_.Is('<')) throw Abandon{Outcome::kNever};
-  statement.expression = Expression();
+  statement.expression = ReadExpression();
   statement.behind_value = at_;
 }
 
@@ -136,22 +137,17 @@ void StatementBuilder::Prepend(RememberedStatement& statement) {
 
 void StatementBuilder::CallStatement(RememberedStatement& statement, std::string_view name) {
   statement.kind = StatementKind::kCall;
-  statement.call = Call(name);
-  // The rest of the line is not read; a piece that ends ahead of its line feed would end the scan there.
-  const char* p = at_;
-  for (bool in_quotes = false;; ++p) {
-    while (*p == '"') p = BehindLiteral(code_, p);
-    if (*p == 0) throw Abandon{Outcome::kNever};
-    if (*p == '\'') in_quotes = !in_quotes;
-    if (*p == '\n' && !in_quotes) break;
-  }
-  if (p > last_token_) last_token_ = p;
-  statement.next = p + 1;
+  statement.call = ReadCall(name);
+  // The rest of the line is not read; a piece that ends before its line feed would end the scan there.
+  const char* line_feed = at_;
+  if (FindLineFeed(code_, line_feed, nullptr) != LineEnd::kFound) throw Abandon{Outcome::kNever};
+  if (line_feed > last_token_) last_token_ = line_feed;
+  statement.next = line_feed + 1;
 }
 
 void StatementBuilder::If(RememberedStatement& statement) {
   statement.kind = StatementKind::kIf;
-  statement.expression = Condition();
+  statement.expression = ReadCondition();
   statement.behind_value = at_;
   PassBlankLines();
   Read();
@@ -161,7 +157,7 @@ void StatementBuilder::If(RememberedStatement& statement) {
 
 void StatementBuilder::Loop(RememberedStatement& statement) {
   statement.kind = StatementKind::kLoop;
-  statement.expression = Condition();
+  statement.expression = ReadCondition();
   statement.behind_value = at_;
 }
 
@@ -175,11 +171,11 @@ void StatementBuilder::Declare(RememberedStatement& statement) {
   if (token_.number == EOL) return;
   if (!token_.Is('=')) throw Abandon{Outcome::kNever};
   if (word != kTokString) {
-    statement.expression = Expression();
+    statement.expression = ReadExpression();
   } else {
     Read();
     if (token_.cls != STRING) throw Abandon{Outcome::kNever};
-    statement.expression = Literal();
+    LiteralOperand(statement.expression);
   }
   statement.behind_value = at_;
 }
@@ -195,20 +191,6 @@ void StatementBuilder::Goto(RememberedStatement& statement) {
   statement.frames_left = FramesBetween(from, target);
   statement.behind_value = at_;
   statement.next = target;
-}
-
-int StatementBuilder::FramesBetween(const char* from, const char* to) {
-  const bool forward = from < to;
-  const char* scan_end = forward ? to : from;
-  int opened = 0;
-  for (at_ = forward ? from : to;;) {
-    Read();
-    if (at_ >= scan_end) break;
-    if (token_.text.substr(0, token_.text.find('\0')) == "function") throw Abandon{Outcome::kNever};
-    if (token_.cls == COMMAND) opened += (token_.number == kTokBegin) - (token_.number == kTokEnd);
-  }
-  if (forward ? opened >= 1 : opened < 0) throw Abandon{Outcome::kNever};
-  return opened < 0 ? -opened : opened;
 }
 
 }  // namespace karst

@@ -2,12 +2,12 @@
 #pragma once
 
 #include "language/token.h"
-#include "script/nesting.h"
+#include "script/grammar.h"
 #include "script/remembered.h"
 
 namespace karst {
 
-class StatementBuilder {
+class StatementBuilder : private Grammar<StatementBuilder, const ExpressionNode*, const char*> {
  public:
   enum class Outcome { kBuilt, kNotYet, kNever };
 
@@ -42,33 +42,48 @@ class StatementBuilder {
   void Loop(RememberedStatement& statement);
   void Declare(RememberedStatement& statement);
   void Goto(RememberedStatement& statement);
-  int FramesBetween(const char* from, const char* to);
 
-  // Levels: entered with their first token read, left with the token behind them read.
-  const ExpressionNode* Expression();
-  const ExpressionNode* Sum();
-  const ExpressionNode* Product();
-  const ExpressionNode* Power();
-  const ExpressionNode* Signed();
-  const ExpressionNode* Group();
-  const ExpressionNode* Primitive();
-  const ExpressionNode* NameOrCall();
-  const ExpressionNode* Condition();
-  const ExpressionNode* Or();
-  const ExpressionNode* And();
-  const ExpressionNode* Not();
-  const ExpressionNode* Compare();
-  const ExpressionNode* LogicGroup();
-  const ExpressionNode* Binary(NodeKind kind, const ExpressionNode* left, const ExpressionNode* right,
-                               const char* op = "");
-  static const ExpressionNode* Finished(ExpressionNode& node);
-  const ExpressionNode* Literal();
-  const ExpressionNode* Number();
-  const ExpressionNode* Unary(NodeKind kind, const ExpressionNode* operand);
-  const RememberedCall* Call(std::string_view index_form);
-  void Argument(RememberedCall& call, bool by_reference);
+  // Of the expression, or condition, that comes next.
+  const ExpressionNode* ReadExpression();
+  const ExpressionNode* ReadCondition();
 
-  class Deeper;
+  // What the grammar asks for.
+  friend Grammar;
+  using Node = const ExpressionNode*;
+  // LIMIT: a tree that is higher is not remembered, so that running one needs little of the machine's stack.
+  static constexpr int kDeepest = 200;
+
+  char First() const { return token_.text.empty() ? '\0' : token_.text[0]; }
+  int Class() const { return token_.cls; }
+  int Number() const { return token_.number; }
+  const char* Here() const { return token_.start; }
+  std::string_view Text() const { return token_.text.substr(0, token_.text.find('\0')); }
+  const char* Position() const { return at_; }
+  void MoveTo(const char* position) { at_ = position; }
+  void NumberOperand(Node& node);
+  void LiteralOperand(Node& node);
+  void CharacterOperand(Node& node);
+  std::string_view Name() const;
+  void Call(std::string_view name, Node& node);
+  void Variable(std::string_view name, Node& node);
+  static void Keep(Node) {}
+  void Operate(char op, const char*, Node& left, Node right);
+  void Join(char op, Node& left, Node right);
+  void Compare(const char* op, const char*, Node& left, Node right);
+  void Sign(char sign, const char*, Node& node);
+  void Negate(Node& node);
+  static void CheckTruth(Node) {}
+  void LiteralArgument(RememberedCall& call);
+  void ReferenceArgument(RememberedCall& call);
+  void ValueArgument(RememberedCall& call, const char*, Node value);
+  int& Nesting() { return nesting_; }
+  [[noreturn]] static void Refuse(GrammarFault, const char*) { throw Abandon{Outcome::kNever}; }
+
+  ExpressionNode& Binary(NodeKind kind, Node left, Node right);
+  Node Unary(NodeKind kind, Node operand);
+  static Node Finished(ExpressionNode& node);
+  const RememberedCall* ReadCall(std::string_view index_form);
+  RememberedArgument& NewArgument(RememberedCall& call, RememberedArgument::Kind kind);
 
   CScript& script_;
   Remembered& remembered_;

@@ -1,7 +1,7 @@
 // The scans over bytes that make no tokens: they see literals, by their length, and single quotes.
 #pragma once
 
-#include "script/token.h"
+#include "language/token.h"
 
 namespace karst {
 

@@ -13,11 +13,8 @@ namespace karst {
 namespace {
 
 RememberedArgument::Kind KindOf(const ExpressionNode& expression) {
-  switch (expression.kind) {
-    case NodeKind::kInt: return RememberedArgument::Kind::kNumber;
-    case NodeKind::kVariable: return RememberedArgument::Kind::kVariable;
-    default: return RememberedArgument::Kind::kExpression;
-  }
+  const bool variable = expression.kind == NodeKind::kVariable;
+  return variable ? RememberedArgument::Kind::kVariable : RememberedArgument::Kind::kExpression;
 }
 
 NodeKind KindOf(char op) {
@@ -163,7 +160,6 @@ void StatementBuilder::ReferenceArgument(RememberedCall& call) {
 void StatementBuilder::ValueArgument(RememberedCall& call, const char*, const ExpressionNode* value) {
   RememberedArgument& argument = NewArgument(call, KindOf(*value));
   argument.expression = value;
-  argument.number = value->number;
   argument.source = value->slot;
 }
 

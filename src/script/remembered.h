@@ -65,13 +65,12 @@ struct ExpressionNode {
 };
 
 struct RememberedArgument {
-  enum class Kind : uint8_t { kLiteral, kNumber, kVariable, kReference, kExpression };
+  enum class Kind : uint8_t { kLiteral, kVariable, kReference, kExpression };
   Kind kind;
-  int32_t number = 0;                          // kNumber
   NameSlot* slot;                              // the argument cell's name
   NameSlot* source = nullptr;                  // kVariable, kReference
   std::string_view text;                       // kLiteral
-  const ExpressionNode* expression = nullptr;  // kNumber, kVariable, kExpression
+  const ExpressionNode* expression = nullptr;  // kVariable, kExpression
   const char* position = nullptr;              // where reading stands when the cell is made
 };
 

@@ -94,10 +94,11 @@ void RememberedRunner::Call(const RememberedCall& call, CValue& result) {
 // SPEED: what MakeArgument does, where no error can come of it and the table has room; else false, with nothing done.
 inline bool RememberedRunner::MakeQuickly(const RememberedArgument& argument) {
   switch (argument.kind) {
-    case RememberedArgument::Kind::kNumber: return AppendNumber(argument, argument.number);
     case RememberedArgument::Kind::kExpression: {
       const IntResult number = argument.expression->evaluate_int(*argument.expression);
-      return number.known && AppendNumber(argument, number.value);
+      CVarCell* cell = number.known ? store_.AppendReady(script_.m_Cells, *argument.slot) : nullptr;
+      if (cell) CellStore::SetInt(cell, number.value);
+      return cell;
     }
     case RememberedArgument::Kind::kLiteral: {
       CVarCell* cell = store_.AppendReady(script_.m_Cells, *argument.slot);
@@ -106,12 +107,6 @@ inline bool RememberedRunner::MakeQuickly(const RememberedArgument& argument) {
     }
     default: return AppendCopy(argument);
   }
-}
-
-inline bool RememberedRunner::AppendNumber(const RememberedArgument& argument, int32_t number) {
-  CVarCell* cell = store_.AppendReady(script_.m_Cells, *argument.slot);
-  if (cell) CellStore::SetInt(cell, number);
-  return cell;
 }
 
 inline bool RememberedRunner::AppendCopy(const RememberedArgument& argument) {

@@ -89,72 +89,47 @@ StatementHandler RememberedRunner::HandlerOf(const Statement& statement) {
 }
 
 StatementHandler RememberedRunner::AssignmentHandlerOf(const ExpressionNode& expression) {
-  if (expression.kind == NodeKind::kVariable) return AssignVariable;
-  if (expression.kind == NodeKind::kCall) return AssignCall;
   if (expression.kind == NodeKind::kAdd && expression.right->kind == NodeKind::kCall) return AssignSumWithCall;
-  if (expression.kind == NodeKind::kText || expression.calls) return Assign;
+  if (expression.calls) return AssignEvaluated;
   const bool counts = expression.kind == NodeKind::kAdd && expression.left->kind == NodeKind::kVariable &&
                       expression.right->kind == NodeKind::kInt;
-  if (counts) return AssignCount;
-  return AssignInt;
+  return counts ? AssignCount : Assign;
 }
 
 // Names and values.
-
-RememberedStatement* RememberedRunner::AssignVariable(RememberedRunner& self, Statement& statement) {
-  const CVarCell* source = statement.expression->slot->newest;
-  CVarCell* cell = statement.slot->newest;
-  if (!source || !cell || cell->leixing != source->leixing || cell->nDupPos != -1) return AssignInt(self, statement);
-  if (cell->leixing == kText) {
-    cell->string->Assign(*source->string);
-  } else if (cell->leixing == kInt) {
-    cell->lVal = source->lVal;
-  } else {
-    return Assign(self, statement);
-  }
-  return self.Next(statement);
-}
-
-RememberedStatement* RememberedRunner::AssignInt(RememberedRunner& self, Statement& statement) {
-  const IntResult result = statement.expression->evaluate_int(*statement.expression);
-  if (!result.known) return Assign(self, statement);
-  if (CVarCell* cell = CellStore::OwnVariable(*statement.slot, kInt)) [[likely]] {
-    cell->lVal = result.value;
-  } else {
-    self.AssignValue(statement, CValue(result.value));
-  }
-  return self.Next(statement);
-}
 
 // SPEED: name = name + number is what loops are made of.
 RememberedStatement* RememberedRunner::AssignCount(RememberedRunner& self, Statement& statement) {
   const ExpressionNode& sum = *statement.expression;
   const CVarCell* source = sum.left->slot->newest;
   CVarCell* cell = CellStore::OwnVariable(*statement.slot, kInt);
-  if (!cell || !source || source->leixing != kInt) return AssignInt(self, statement);
+  if (!cell || !source || source->leixing != kInt) return Assign(self, statement);
   cell->lVal = Wrapped<int32_t>(int64_t{source->lVal} + sum.right->number);
   return self.Next(statement);
 }
 
 RememberedStatement* RememberedRunner::Assign(RememberedRunner& self, Statement& statement) {
-  if (self.SetInPlace(statement)) return self.Next(statement);
+  const IntResult number = statement.expression->evaluate_int(*statement.expression);
+  CVarCell* cell = CellStore::OwnVariable(*statement.slot, kInt);
+  if (number.known && cell) {
+    cell->lVal = number.value;
+    return self.Next(statement);
+  }
+  return self.SetInPlace(statement) ? self.Next(statement) : AssignEvaluated(self, statement);
+}
+
+RememberedStatement* RememberedRunner::AssignEvaluated(RememberedRunner& self, Statement& statement) {
   CValue value;
   self.Evaluate(*statement.expression, value);
   self.AssignValue(statement, value);
   return self.Next(statement);
 }
 
-RememberedStatement* RememberedRunner::AssignCall(RememberedRunner& self, Statement& statement) {
-  CValue value;
-  self.Call(*statement.expression->call, value);
-  self.AssignValue(statement, value);
-  return self.Next(statement);
-}
-
+// SPEED: name = number + call is how a script adds up.
 RememberedStatement* RememberedRunner::AssignSumWithCall(RememberedRunner& self, Statement& statement) {
   const ExpressionNode& sum = *statement.expression;
   const IntResult left = sum.left->evaluate_int(*sum.left);
-  if (!left.known) return Assign(self, statement);
+  if (!left.known) return AssignEvaluated(self, statement);
   CValue value;
   self.Call(*sum.right->call, value);
   self.MoveTo(sum.position);

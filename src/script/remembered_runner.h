@@ -46,12 +46,10 @@ class RememberedRunner {
   // Handlers, one or more for each kind. SPEED: what is seldom or slow has a function of its own, so that the other
   // ways save no registers for it.
   static StatementHandler AssignmentHandlerOf(const ExpressionNode& expression);
-  static Statement* AssignVariable(RememberedRunner& self, Statement& statement);
-  [[gnu::noinline]] static Statement* Assign(RememberedRunner& self, Statement& statement);
-  static Statement* AssignCall(RememberedRunner& self, Statement& statement);
-  static Statement* AssignSumWithCall(RememberedRunner& self, Statement& statement);
   static Statement* AssignCount(RememberedRunner& self, Statement& statement);
-  [[gnu::noinline]] static Statement* AssignInt(RememberedRunner& self, Statement& statement);
+  [[gnu::noinline]] static Statement* Assign(RememberedRunner& self, Statement& statement);
+  static Statement* AssignSumWithCall(RememberedRunner& self, Statement& statement);
+  [[gnu::noinline]] static Statement* AssignEvaluated(RememberedRunner& self, Statement& statement);
   static Statement* Append(RememberedRunner& self, Statement& statement);
   [[gnu::noinline]] static Statement* AppendValue(RememberedRunner& self, Statement& statement);
   static Statement* Prepend(RememberedRunner& self, Statement& statement);
@@ -109,7 +107,6 @@ class RememberedRunner {
   static bool TextOperand(const ExpressionNode& node, std::string_view& text);
   void Call(const RememberedCall& call, CValue& result);
   bool MakeQuickly(const RememberedArgument& argument);
-  bool AppendNumber(const RememberedArgument& argument, int32_t number);
   bool AppendCopy(const RememberedArgument& argument);
   void MakeArgument(const RememberedArgument& argument);
 

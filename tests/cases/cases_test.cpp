@@ -1,4 +1,4 @@
-// Every case of tests/cases as a test.
+// The cases of tests/cases: those under one heading are a test.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -9,27 +9,36 @@
 
 namespace karst::testing {
 
-void PrintTo(const Case& test_case, std::ostream* out) { *out << test_case.title; }
+using Topic = std::vector<Case>;
+
+void PrintTo(const Topic& topic, std::ostream* out) { *out << topic[0].place; }
 
 namespace {
 
-class Cases : public ::testing::TestWithParam<Case> {};
+class Cases : public ::testing::TestWithParam<Topic> {};
 
-TEST_P(Cases, Runs) { CheckCase(GetParam()); }
-
-const std::vector<Case>& AllCases() {
-  static const std::vector<Case> cases = ReadAllCases(SourcePath("tests/cases"));
-  return cases;
+TEST_P(Cases, Run) {
+  for (const Case& each : GetParam()) CheckCase(each);
 }
 
-// Titles that differ in punctuation alone get the case's number.
-std::string UniqueName(const ::testing::TestParamInfo<Case>& info) {
+std::vector<Topic> AllTopics() {
+  std::vector<Topic> topics;
+  for (Case& each : ReadAllCases(SourcePath("tests/cases"))) {
+    const bool same = !topics.empty() && TestNameOf(topics.back()[0]) == TestNameOf(each);
+    if (!same) topics.emplace_back();
+    topics.back().push_back(std::move(each));
+  }
+  return topics;
+}
+
+// Headings that differ in punctuation alone get the test's number.
+std::string UniqueName(const ::testing::TestParamInfo<Topic>& info) {
   static std::set<std::string> taken;
-  const std::string name = TestNameOf(info.param);
+  const std::string name = TestNameOf(info.param[0]);
   return taken.insert(name).second ? name : name + "_" + std::to_string(info.index);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Cases, ::testing::ValuesIn(AllCases()), UniqueName);
+INSTANTIATE_TEST_SUITE_P(All, Cases, ::testing::ValuesIn(AllTopics()), UniqueName);
 
 }  // namespace
 }  // namespace karst::testing

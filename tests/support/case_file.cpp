@@ -13,6 +13,10 @@
 namespace karst::testing {
 namespace {
 
+// In UTF-8, as the cases are: the words around the line of a message, and that of a cell's level.
+constexpr const char* kLineWords[] = {"\xE7\xAC\xAC", "\xE8\xA1\x8C"};
+constexpr const char* kLevelWord = "\xE5\xB1\x82";
+
 std::vector<std::string_view> SplitLines(std::string_view text) {
   std::vector<std::string_view> lines;
   while (!text.empty()) {
@@ -23,18 +27,9 @@ std::vector<std::string_view> SplitLines(std::string_view text) {
   return lines;
 }
 
-std::vector<std::string> SplitWords(std::string_view line) {
-  std::istringstream stream{std::string(line)};
-  std::vector<std::string> words;
-  for (std::string word; stream >> word;) words.push_back(word);
-  return words;
-}
-
-std::string ToGbk(std::string_view utf8) {
-  std::string gbk;
-  size_t bad_offset = 0;
-  if (!Utf8ToGbk(utf8, gbk, &bad_offset)) throw std::runtime_error("no GBK for: " + std::string(utf8));
-  return gbk;
+std::string_view WithoutLastBlanks(std::string_view text) {
+  while (text.ends_with(' ')) text.remove_suffix(1);
+  return text;
 }
 
 int HexValue(char digit) {
@@ -42,6 +37,26 @@ int HexValue(char digit) {
   int value = -1;
   std::from_chars(digits, digits + 1, value, 16);
   return value;
+}
+
+// Text as GBK; «C4E3» in it stands for these bytes.
+std::string ToGbk(std::string_view utf8) {
+  constexpr std::string_view kOpen = "\xC2\xAB", kClose = "\xC2\xBB";
+  std::string gbk;
+  size_t bad_offset = 0;
+  for (bool bytes = false; !utf8.empty(); bytes = !bytes) {
+    const std::string_view mark = bytes ? kClose : kOpen;
+    const size_t end = std::min(utf8.find(mark), utf8.size());
+    std::string part;
+    if (!bytes && !Utf8ToGbk(utf8.substr(0, end), part, &bad_offset))
+      throw std::runtime_error("no GBK for: " + std::string(utf8));
+    for (size_t i = 0; bytes && i < end; i += 2) {
+      part += static_cast<char>(HexValue(utf8[i]) * 16 + HexValue(utf8[i + 1]));
+    }
+    gbk += part;
+    utf8.remove_prefix(std::min(end + mark.size(), utf8.size()));
+  }
+  return gbk;
 }
 
 // Takes one escape, standing at its backslash, from the front of `text`. False if it is none of ours.
@@ -153,118 +168,234 @@ std::string OneRecord(const std::vector<std::string_view>& lines) {
   return header + fields + kRecordEnd;
 }
 
+// What stands between the sources of a file and holds for those that follow.
+struct Surroundings {
+  bool filters = false;
+  std::optional<CaseText> records;
+  std::vector<CaseText> files;
+  std::string each;  // the text into which the rows of a table are put
+  CaseText form;     // how the sources are written
+};
+
+constexpr std::string_view kExpectations[] = {"=>",     "=!",      "=result", "=stdout",    "=file",
+                                              "=bytes", "=nofile", "=tree",   "=variables", "=finding"};
+
+// Where an expectation begins in a line, behind a blank or at its head; npos if none does.
+size_t FindExpectation(std::string_view line, size_t from) {
+  for (size_t at = from; (at = line.find('=', at)) != line.npos; ++at) {
+    if (at > 0 && line[at - 1] != ' ') continue;
+    const std::string_view word = line.substr(at, line.substr(at).find(' '));
+    if (std::find(std::begin(kExpectations), std::end(kExpectations), word) != std::end(kExpectations)) return at;
+  }
+  return line.npos;
+}
+
+std::vector<std::string> SplitAt(std::string_view text, std::string_view mark) {
+  std::vector<std::string> parts;
+  for (size_t at; (at = text.find(mark)) != text.npos; text.remove_prefix(at + mark.size())) {
+    parts.emplace_back(text.substr(0, at));
+  }
+  parts.emplace_back(text);
+  return parts;
+}
+
+std::string WithLineEnds(std::string_view text) {
+  std::string lines(text);
+  ReplaceAll(lines, " // ", "\n");
+  return lines;
+}
+
+// The listing of a tree from its lines of the form `Field "200" LEVEL LENGTH`.
+std::string TreeListing(std::string_view cells) {
+  std::string listing = "\n*********** dump MARC Tree ******************\n";
+  const std::vector<std::string_view> lines = SplitLines(cells);
+  for (std::string_view line : lines) {
+    const size_t length = line.rfind(' '), level = line.rfind(' ', length - 1);
+    const std::string depth(line.substr(level + 1, length - level - 1));
+    listing += std::string(2 + 8 * std::stoul(depth), ' ') + std::string(line.substr(0, level)) + std::string(16, ' ') +
+               kLevelWord + "[" + depth + "]  codelen[" + std::string(line.substr(length + 1)) + "]\n";
+  }
+  return listing + "****** end of dump . cell count[" + std::to_string(lines.size()) + "]********";
+}
+
 // Reads the lines of one file into cases.
 class CaseFileReader {
  public:
   CaseFileReader(std::string path, std::string_view text) : path_(std::move(path)) {
+    const std::filesystem::path place(path_);
+    topic_ = place.parent_path().filename().string() + "_" + place.stem().string();
     for (std::string_view line : SplitLines(text)) {
       ++line_number_;
       TakeLine(line);
     }
-    CloseSection();
+    CloseCase();
   }
 
   std::vector<Case> TakeCases() { return std::move(cases_); }
 
  private:
-  void TakeLine(std::string_view line) {
-    if (line.starts_with("=== ")) {
-      CloseSection();
-      OpenCase(line.substr(4));
-    } else if (line.starts_with("--- ") && !cases_.empty()) {
-      CloseSection();
-      OpenSection(line.substr(4));
-    } else if (!section_.empty()) {
-      (text_ += line) += '\n';
+  void TakeLine(std::string_view line) try {
+    if (line.empty()) return;
+    const bool goes_on = std::exchange(at_heading_, line.starts_with("== "));
+    if (at_heading_) {
+      if (!goes_on) OpenTopic(line.substr(3));
+    } else if (line.starts_with("--- ")) {
+      CloseCase();
+      TakeSurrounding(line.substr(4));
+      if (title_.empty()) everywhere_ = here_;
+    } else if (!here_.each.empty() && !line.starts_with('=')) {
+      for (const std::string& row : SplitAt(line, " | ")) TakeRow(row);
+    } else {
+      TakeSource(line);
     }
+  } catch (const std::exception& error) {
+    if (!open_) OpenCase();
+    open_->fault += path_ + ":" + std::to_string(line_number_) + ": " + error.what() + "\n";
   }
 
-  void OpenCase(std::string_view title) {
-    const std::filesystem::path path(path_);
-    Case& opened = cases_.emplace_back();
-    opened.title = title;
-    opened.topic = path.parent_path().filename().string() + "_" + path.stem().string();
-    opened.place = path_ + ":" + std::to_string(line_number_);
+  void OpenTopic(std::string_view heading) {
+    CloseCase();
+    title_ = heading.substr(0, heading.find(". "));
+    here_ = everywhere_;
+    own_records_ = false;
   }
 
-  void OpenSection(std::string_view head) {
-    const std::vector<std::string> words = SplitWords(head);
-    section_ = words.empty() ? "?" : words[0];
-    text_.clear();
-    options_ = {};
-    size_t next = 1;
-    if (section_ == "file" || section_ == "expect-file" || section_ == "no-file" || section_ == "result") {
-      if (next < words.size()) options_.name = words[next++];
-    }
-    for (; next < words.size(); ++next) TakeOption(words[next]);
-  }
-
-  void TakeOption(const std::string& word) {
-    if (word == "lf") {
-      options_.line_ends = LineEnds::kLf;
-    } else if (word == "open") {
-      options_.open = true;
+  void TakeSurrounding(std::string_view line) {
+    const std::string_view word = line.substr(0, line.find(' '));
+    const std::string_view rest = line.substr(std::min(word.size() + 1, line.size()));
+    if (word == "filters") {
+      here_.filters = true;
+    } else if (word == "each") {
+      here_.each += (here_.each.empty() ? "" : "\n") + std::string(rest);
+    } else if (word == "file" || word == "bytes") {
+      AddNamed(here_.files, rest, word == "bytes");
+    } else if (word == "records" || word == "rawrecords") {
+      TakeRecords(rest, word == "rawrecords");
     } else if (word == "raw") {
-      options_.raw = true;
+      here_.form.raw = true;
+    } else if (word == "open") {
+      here_.form.open = true;
+    } else if (word == "lf") {
+      here_.form.line_ends = LineEnds::kLf;
     } else {
-      Fault("unknown word '" + word + "' behind '" + section_ + "'");
+      throw std::runtime_error("unknown word " + std::string(word));
     }
   }
 
-  void CloseSection() {
-    if (section_.empty()) return;
-    CaseText closed = options_;
-    closed.text = WithoutLastLineEnds(text_);
-    try {
-      if (!closed.raw) closed.text = WriteOutCopies(closed.text);
-      Store(cases_.back(), std::move(closed));
-    } catch (const std::exception& error) {
-      Fault(error.what());
-    }
-    section_.clear();
+  void TakeRecords(std::string_view line, bool raw) {
+    if (!std::exchange(own_records_, !title_.empty()) && !title_.empty()) here_.records.reset();
+    if (line == "none") return;
+    std::string text(line);
+    ReplaceAll(text, " || ", "\n\n");
+    text = raw ? text : WithLineEnds(text);
+    if (here_.records) text = here_.records->text + "\n\n" + text;
+    here_.records = CaseText{.name = "", .text = text, .raw = raw};
   }
 
-  void Store(Case& into, CaseText text) {
-    if (section_ == "error") {
-      into.error = text.text;
-    } else if (section_ == "result") {
-      into.result = std::stoi(text.name);
-    } else if (section_ == "file") {
-      into.files.push_back(text);
-    } else if (section_ == "expect-file") {
-      into.expected_files.push_back(text);
-    } else if (section_ == "no-file") {
-      into.absent_files.push_back(text.name);
-    } else if (section_ == "output") {
-      into.output = text;
-    } else if (section_ == "stdout") {
-      into.stream = text;
-    } else if (std::optional<CaseText>* place = PlaceOf(into)) {
-      *place = text;
+  // Adds a file, or further lines to the last one.
+  static void AddNamed(std::vector<CaseText>& files, std::string_view line, bool raw) {
+    const std::string name(line.substr(0, line.find(' ')));
+    const std::string text(line.substr(std::min(name.size() + 1, line.size())));
+    const bool goes_on = !files.empty() && files.back().name == name;
+    if (!goes_on) files.push_back({.name = name, .text = "", .raw = raw});
+    files.back().text += (goes_on ? "\n" : "") + WriteOutCopies(raw ? text : WithLineEnds(text));
+  }
+
+  // A row of a table: its parts go to the places {1}, {2} ... of the text, or as a whole to {}.
+  void TakeRow(std::string_view row) {
+    const size_t at = std::min(FindExpectation(row, 0), row.size());
+    const std::string_view values = WithoutLastBlanks(row.substr(0, at));
+    std::string source = here_.each;
+    ReplaceAll(source, "{}", values);
+    const std::vector<std::string> parts = SplitAt(values, "; ");
+    for (size_t i = 0; i < parts.size(); ++i) ReplaceAll(source, "{" + std::to_string(i + 1) + "}", parts[i]);
+    CloseCase();
+    OpenCase();
+    source_ = source;
+    TakeExpectations(row.substr(at));
+  }
+
+  void TakeSource(std::string_view line) {
+    const size_t at = std::min(FindExpectation(line, 0), line.size());
+    if (at > 0) {
+      if (expected_) CloseCase();
+      if (!open_) OpenCase();
+      const bool row = at < line.size();
+      (source_ += source_.empty() ? "" : "\n") += row ? WithoutLastBlanks(line.substr(0, at)) : line;
+    }
+    TakeExpectations(line.substr(at));
+  }
+
+  void TakeExpectations(std::string_view text) {
+    while (!text.empty()) {
+      if (!open_) OpenCase();
+      expected_ = true;
+      const size_t next = FindExpectation(text, 1);
+      const std::string_view one = next == text.npos ? text : text.substr(0, next - 1);
+      const std::string_view word = one.substr(0, one.find(' '));
+      Expect(word, one.substr(std::min(word.size() + 1, one.size())));
+      text = next == text.npos ? "" : text.substr(next);
+    }
+  }
+
+  void Expect(std::string_view word, std::string_view rest) {
+    const std::string lines = WriteOutCopies(WithLineEnds(rest));
+    const auto add_to = [&](std::optional<CaseText>& text) {
+      if (text && !text->text.empty()) text->text += "\n";
+      (text ? *text : text.emplace()).text += lines;
+    };
+    if (word == "=>") {
+      open_->output.text += (std::exchange(has_output_, true) ? "\n" : "") + lines;
+    } else if (word == "=!") {
+      const size_t colon = lines.find(": ");
+      if (colon == lines.npos) throw std::runtime_error("no line of the message");
+      open_->error = kLineWords[0] + lines.substr(0, colon) + kLineWords[1] + lines.substr(colon);
+    } else if (word == "=result") {
+      open_->result = std::stoi(std::string(rest));
+    } else if (word == "=stdout") {
+      open_->stream.text += lines;
+    } else if (word == "=nofile") {
+      open_->absent_files.emplace_back(rest);
+    } else if (word == "=tree") {
+      add_to(open_->tree);
+    } else if (word == "=variables") {
+      add_to(open_->variables);
+    } else if (word == "=finding") {
+      open_->findings += std::string(rest) + "\n";
     } else {
-      Fault("unknown section '" + section_ + "'");
+      AddNamed(open_->expected_files, rest, word == "=bytes");
     }
   }
 
-  std::optional<CaseText>* PlaceOf(Case& into) const {
-    if (section_ == "script") return &into.script;
-    if (section_ == "filter") return &into.filter;
-    if (section_ == "records") return &into.records;
-    if (section_ == "tree") return &into.tree;
-    if (section_ == "variables") return &into.variables;
-    return nullptr;
+  void OpenCase() {
+    open_.emplace();
+    open_->title = title_;
+    open_->topic = topic_;
+    open_->place = path_ + ":" + std::to_string(line_number_);
   }
 
-  void Fault(const std::string& what) {
-    cases_.back().fault += path_ + ":" + std::to_string(line_number_) + ": " + what + "\n";
+  void CloseCase() {
+    if (!open_) return;
+    Case& closed = cases_.emplace_back(*std::exchange(open_, std::nullopt));
+    CaseText source = here_.form;
+    source.text = std::exchange(source_, "");
+    if (!source.raw) source.text = WriteOutCopies(WithLineEnds(source.text));
+    (here_.filters || here_.records ? closed.filter : closed.script) = source;
+    closed.files = here_.files;
+    closed.records = here_.records;
+    if (closed.tree) closed.tree->text = TreeListing(closed.tree->text);
+    if (!std::exchange(expected_, false)) closed.fault += closed.place + ": nothing is expected\n";
+    has_output_ = false;
   }
 
-  std::string path_;
+  std::string path_, topic_, title_;
   int line_number_ = 0;
   std::vector<Case> cases_;
-  std::string section_;  // the open section's word; empty for none
-  CaseText options_;
-  std::string text_;
+  Surroundings everywhere_, here_;
+  bool at_heading_ = false, own_records_ = false;
+  std::optional<Case> open_;
+  std::string source_;
+  bool expected_ = false, has_output_ = false;
 };
 
 Case FaultyFile(const std::string& path, const std::string& fault) {
@@ -301,12 +432,8 @@ std::vector<Case> ReadCaseFile(const std::string& path) {
   std::stringstream text;
   text << file.rdbuf();
   if (!file) return {FaultyFile(path, "cannot be read")};
-  std::vector<Case> cases = CaseFileReader(path, text.str()).TakeCases();
-  if (cases.empty()) return {FaultyFile(path, "holds no case")};
-  for (Case& each : cases) {
-    if (each.script.has_value() == each.filter.has_value()) each.fault += "needs a script or a filter\n";
-  }
-  return cases;
+  const std::vector<Case> cases = CaseFileReader(path, text.str()).TakeCases();
+  return cases.empty() ? std::vector{FaultyFile(path, "holds no case")} : cases;
 }
 
 std::vector<Case> ReadAllCases(const std::string& folder) {

@@ -40,6 +40,7 @@ struct Case {
   std::vector<std::string> absent_files;
   std::optional<CaseText> tree;
   std::optional<CaseText> variables;
+  std::string findings;  // what a check of the source tells, a line each
 };
 
 // The cases of one file. A file that cannot be read or has no case gives one case with a fault.

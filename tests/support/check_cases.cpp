@@ -50,6 +50,14 @@ CheckCase CaseOf(const std::string& path, const Fence& fence) {
 
 std::vector<CheckCase> ReadCheckCases(const std::string& path) {
   std::vector<CheckCase> cases;
+  if (path.ends_with(".case")) {
+    for (const Case& each : ReadCaseFile(path)) {
+      EXPECT_EQ(each.fault, "");
+      cases.push_back({each.place, InputBytes(each.filter ? *each.filter : *each.script),
+                       each.filter ? SourceKind::kFilter : SourceKind::kScript, each.findings});
+    }
+    return cases;
+  }
   bool awaits_findings = false;
   for (const Fence& fence : ReadFences(path)) {
     if (fence.word.starts_with("karst-check")) {

@@ -1,4 +1,4 @@
-// Sources with the findings that checking them must give, as fences of a Markdown page:
+// Sources with the findings that checking them must give: a case file, or fences of a Markdown page:
 //
 //   ```karst-check         a script; karst-check-filter: a filter. "raw" behind the word: as raw text of a case file.
 //   ```findings            "line:column: severity: text [rule]", one finding a line
@@ -18,7 +18,7 @@ struct CheckCase {
   std::string findings;
 };
 
-// The cases of a page, given by its path. A fence that lacks its partner fails the running test.
+// The cases of a file, given by its path. A fence that lacks its partner fails the running test.
 std::vector<CheckCase> ReadCheckCases(const std::string& path);
 
 // The fences that are called `word`, each as a case without findings; those whose next fence holds `unless` are left

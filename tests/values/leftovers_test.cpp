@@ -23,10 +23,8 @@ TEST(DropLeftovers, KeepsTheOthersWithTheirNamesAndDuplicates) {
   EXPECT_EQ(table.DropLeftovers(CVarArray::Leftovers::kOfOlderRuns), 3);
   EXPECT_EQ(table.m_Cells.size(), 4u);
   EXPECT_EQ(table.m_nBeginCount, 1);
-  EXPECT_EQ(table.SearchVarPos("host"), 0);
-  EXPECT_EQ(table.SearchVarPos("old"), -1);
-  EXPECT_EQ(table.SearchVarPos("later"), 1);
-  EXPECT_EQ(table.SearchVarPos("new"), 3);
+  const std::pair<const char*, int> places[] = {{"host", 0}, {"old", -1}, {"later", 1}, {"new", 3}};
+  for (const auto& [name, place] : places) EXPECT_EQ(table.SearchVarPos(name), place) << name;
   // A store still goes up to the duplicate's origin, and ends where that is gone.
   EXPECT_EQ(table.ChangeVarValue("new", int32_t{7}), 0);
   EXPECT_EQ(table.SearchVar("later")->lVal, 7);
@@ -35,11 +33,20 @@ TEST(DropLeftovers, KeepsTheOthersWithTheirNamesAndDuplicates) {
   EXPECT_EQ(table.DropLeftovers(CVarArray::Leftovers::kOfAllRuns), 2);
   EXPECT_EQ(table.m_nBeginCount, 0);
   EXPECT_EQ(table.SearchVarPos("later"), 1);
-  EXPECT_EQ(table.DropLeftovers(CVarArray::Leftovers::kOfAllRuns), 0);
   // Cells that were given back are the host's when it takes them again.
   table.CreateNewVar("again", "x");
   EXPECT_EQ(table.DropLeftovers(CVarArray::Leftovers::kOfAllRuns), 0);
   EXPECT_EQ(table.m_Cells.size(), 3u);
+}
+
+TEST(DropLeftovers, FreesTheDuplicatesOfTheVeryFirstVariable) {
+  CVarArray table;
+  table.BeginRun();
+  table.CreateNewVar("first", int32_t{1});
+  table.EndRun();
+  table.CreateNewVarDup("dup", "first");
+  EXPECT_EQ(table.DropLeftovers(CVarArray::Leftovers::kOfAllRuns), 1);
+  EXPECT_EQ(table.SearchVar("dup")->nDupPos, -1);
 }
 
 }  // namespace

@@ -3,10 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
+#include "support/readable.h"
 
-#include "helpers/zebutil.h"
-
+namespace karst::testing {
 namespace {
 
 // The names, oldest first, with their values.
@@ -15,127 +14,82 @@ std::string Table(const CVarArray& table) {
   for (const CVarCell* cell : table.m_Cells) {
     if (!shown.empty()) shown += ' ';
     shown += cell->name.c_str();
-    if (cell->leixing == karst::kInt) shown += '=' + std::to_string(cell->lVal);
-    if (cell->leixing == karst::kInt64) shown += '=' + std::to_string(cell->i64Val) + 'L';
-    if (cell->leixing == karst::kText) shown += '=' + std::string(cell->string->c_str());
+    if (cell->leixing == kInt) shown += '=' + std::to_string(cell->lVal);
+    if (cell->leixing == kInt64) shown += '=' + std::to_string(cell->i64Val) + 'L';
+    if (cell->leixing == kText) shown += '=' + std::string(cell->string->c_str());
   }
   return shown;
 }
 
-template <typename Action>
-std::string Refusal(Action action) {
-  try {
-    action();
-    return "none";
-  } catch (const CError& error) {
-    return error.what();
-  }
-}
-
-TEST(CVarArray, FindsTheNewestOfAName) {
+TEST(CVarArray, FindsTheNewestOfANameUntilItsFrameEnds) {
   CVarArray table;
   table.CreateNewVar("a", "outer");
-  table.CreateBegin(0);
+  table.CreateBegin(1);
+  table.CreateBegin(2);
   table.CreateNewVar("a", int32_t{2});
   table.CreateNewVar("b", int64_t{3});
-  EXPECT_EQ(table.SearchVarPos("a"), 2);
+  EXPECT_EQ(table.SearchVarPos("a"), 3);
   EXPECT_EQ(table.SearchVarPos("A"), -1);
-  EXPECT_EQ(table.SearchVar("nothing"), nullptr);
-  EXPECT_EQ(Table(table), "a=outer begin a=2 b=3L");
+  EXPECT_EQ(Table(table), "a=outer begin begin a=2 b=3L");
   EXPECT_EQ(table.ClearStackVars(), 0);
+  EXPECT_EQ(table.ClearStackVars(), 1) << "a frame shows its flag";
   EXPECT_EQ(table.SearchVarPos("a"), 0);
   EXPECT_EQ(table.SearchVar("b"), nullptr);
-  EXPECT_EQ(Table(table), "a=outer");
+  for (const int place : {-1, 1}) EXPECT_EQ(table.ClearSomeVars(place), -1);
+  EXPECT_EQ(table.ClearSomeVars(0), 0);
+  EXPECT_EQ(Table(table), "");
+  EXPECT_EQ(RefusalOf([&] { table.ClearStackVars(); }), " END比BEGIN多!!111");
+  ++table.m_nBeginCount;  // a call that is being made
+  EXPECT_EQ(RefusalOf([&] { table.ClearStackVars(); }), " 变量表中BEGIN没有找到!!");
 }
 
 TEST(CVarArray, WritesThroughAChainOfDuplicates) {
   CVarArray table;
   table.CreateNewVar("text", "old");
+  table.CreateNewVar("i", int32_t{1});
   ++table.m_nBeginCount;
   table.CreateNewVarDup("first", "text");
   table.CreateNewVarDup("second", "first");
   EXPECT_EQ(table.ReplaceString("new", table.SearchVar("second")), 0);
-  EXPECT_EQ(Table(table), "text=new first=new second=new");
   // The other way a duplicate keeps its copy.
   table.ChangeVarValue("text", "newest");
-  EXPECT_EQ(Table(table), "text=newest first=new second=new");
+  EXPECT_EQ(Table(table), "text=newest i=1 first=new second=new");
   // The new text may be the one that it replaces a part of.
   CVarCell* second = table.SearchVar("second");
   table.ReplaceString(second->string->view().substr(1), second);
-  EXPECT_EQ(Table(table), "text=ew first=ew second=ew");
-}
+  EXPECT_EQ(Table(table), "text=ew i=1 first=ew second=ew");
 
-TEST(CVarArray, RefusesAWriteThatTheSourceDoesNotTake) {
-  CVarArray table;
-  table.CreateNewVar("v", int32_t{1});
-  ++table.m_nBeginCount;
-  table.CreateNewVarDup("dup", "v");
+  table.CreateNewVarDup("dup", "i");
   CValue text("x", false);
-  EXPECT_EQ(Refusal([&] { table.ChangeVarValue("dup", &text); }), "赋值语句源和目的类型不同[4][1]...");
+  EXPECT_EQ(RefusalOf([&] { table.ChangeVarValue("dup", &text); }), "赋值语句源和目的类型不同[4][1]...");
   EXPECT_EQ(table.ReplaceString("x", table.SearchVar("dup")), -1);
-  table.SearchVar("v")->leixing = karst::kInt64;
-  EXPECT_EQ(Refusal([&] { table.ChangeVarValue("dup", int32_t{2}); }),
+  table.SearchVar("i")->leixing = kInt64;
+  EXPECT_EQ(RefusalOf([&] { table.ChangeVarValue("dup", int32_t{2}); }),
             "ChangeDupVars() error : dup leixing error : this [1] duped[2]");
 }
 
-TEST(CVarArray, KeepsIntsInTheirWidth) {
+TEST(CVarArray, ReadsAndWritesEachType) {
   CVarArray table;
   table.CreateNewVar("i", int32_t{0});
   table.CreateNewVar("w", int64_t{0});
-  EXPECT_EQ(table.ReplaceIntOr64(0x100000005, table.SearchVar("i")), 0);
-  EXPECT_EQ(table.ReplaceIntOr64(0x100000005, table.SearchVar("w")), 0);
-  EXPECT_EQ(Table(table), "i=5 w=4294967301L");
-  const CValue minus(int32_t{-1});
-  table.ChangeVarValue("w", &minus);
-  EXPECT_EQ(Table(table), "i=5 w=-1L");
+  for (const char* value : {"one", "two"}) table.SafeSetVar("s", value);
+  for (const char* name : {"i", "w"}) EXPECT_EQ(table.ReplaceIntOr64(0x100000005, table.SearchVar(name)), 0);
+  EXPECT_EQ(Table(table), "i=5 w=4294967301L s=two") << "in their width";
   EXPECT_EQ(table.ReplaceInt64(1, table.SearchVar("i")), -1);
   EXPECT_EQ(table.ReplaceInt(1, table.SearchVar("w")), -1);
-}
-
-TEST(CVarArray, SafeSetVarNeverReplacesAVariable) {
-  CVarArray table;
-  table.SafeSetVar("s", "one");
-  table.SafeSetVar("s", "two");
-  EXPECT_EQ(Table(table), "s=two");
-  EXPECT_EQ(Refusal([&] { table.SafeSetVar("s", int32_t{1}); }), "ChangeVarValue(LPSTR,int)源和目的类型不同[1][4]...");
-  EXPECT_EQ(Table(table), "s=two");
-}
-
-TEST(CVarArray, QuietReads) {
-  CVarArray table;
-  table.CreateNewVar("i", int32_t{4});
-  table.CreateNewVar("w", int64_t{5});
-  table.CreateNewVar("s", "text");
+  EXPECT_EQ(RefusalOf([&] { table.SafeSetVar("s", int32_t{1}); }),
+            "ChangeVarValue(LPSTR,int)源和目的类型不同[1][4]...");
+  const CValue minus(int32_t{-1});
+  table.ChangeVarValue("w", &minus);
+  EXPECT_EQ(Table(table), "i=5 w=-1L s=two");
   int number = 0;
   CString text;
   EXPECT_EQ(table.GetVarInt("i", number), 0);
   EXPECT_EQ(table.GetVarString("s", text), 0);
-  EXPECT_EQ(number, 4);
-  EXPECT_EQ(text, "text");
-  EXPECT_EQ(table.GetVarInt("w", number), -1);
-  EXPECT_EQ(table.GetVarInt("none", number), -1);
+  EXPECT_EQ(number, 5);
+  EXPECT_EQ(text, "two");
+  for (const char* name : {"w", "none"}) EXPECT_EQ(table.GetVarInt(name, number), -1);
   EXPECT_EQ(table.GetVarString("i", text), -1);
-}
-
-TEST(CVarArray, CutsBackOnlyToAPlaceThatIsThere) {
-  CVarArray table;
-  table.CreateNewVar("a", int32_t{1});
-  EXPECT_EQ(table.ClearSomeVars(-1), -1);
-  EXPECT_EQ(table.ClearSomeVars(1), -1);
-  EXPECT_EQ(Table(table), "a=1");
-  EXPECT_EQ(table.ClearSomeVars(0), 0);
-  EXPECT_EQ(Table(table), "");
-  EXPECT_EQ(Refusal([&] { table.ClearStackVars(); }), " END比BEGIN多!!111");
-  ++table.m_nBeginCount;  // a call that is being made
-  EXPECT_EQ(Refusal([&] { table.ClearStackVars(); }), " 变量表中BEGIN没有找到!!");
-}
-
-TEST(CVarArray, AFrameTellsItsFlag) {
-  CVarArray table;
-  table.CreateBegin(1);
-  table.CreateBegin(2);
-  EXPECT_EQ(table.ClearStackVars(), 0);
-  EXPECT_EQ(table.ClearStackVars(), 1);
 }
 
 // Cells come back from a pool; nothing of their former life may show.
@@ -157,3 +111,4 @@ TEST(CVarArray, ANewCellHasNothingOfAnOldOne) {
 }
 
 }  // namespace
+}  // namespace karst::testing

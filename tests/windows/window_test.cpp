@@ -3,61 +3,74 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
-#include <string>
 #include <vector>
 
 namespace karst {
 namespace {
 
-constexpr unsigned kOwnMessage = 0x7E8;
-
-class SelfDestroyer : public Window {
- public:
-  explicit SelfDestroyer(bool& alive) : alive_(alive) {}
-  ~SelfDestroyer() override { alive_ = false; }
-  MessageLong OnMessage(unsigned, MessageWord, MessageLong l) override {
-    EXPECT_TRUE(DestroyWindow(reinterpret_cast<HWND>(l)));
-    EXPECT_TRUE(alive_);  // the window lives until its message is done
-    return 5;
+// A window made of what a test does at its moments.
+struct ActingWindow : Window {
+  using Action = std::function<void()>;
+  explicit ActingWindow(Action destroyed, Action message = {}, Action gone = {})
+      : on_destroy(std::move(destroyed)), on_message(std::move(message)), on_gone(std::move(gone)) {}
+  ~ActingWindow() override { Do(on_gone); }
+  MessageLong OnMessage(unsigned, MessageWord, MessageLong) override { return Do(on_message), 5; }
+  void OnDestroy() override { Do(on_destroy); }
+  static void Do(const Action& action) {
+    if (action) action();
   }
-
- private:
-  bool& alive_;
+  Action on_destroy, on_message, on_gone;
 };
+
+HWND Add(ActingWindow::Action destroyed, ActingWindow::Action message = {}, ActingWindow::Action gone = {},
+         HWND parent = nullptr) {
+  return AddWindow(std::make_unique<ActingWindow>(std::move(destroyed), std::move(message), std::move(gone)), parent,
+                   5);
+}
 
 TEST(Window, AHandleIsGoodUntilItsWindowIsDestroyed) {
   bool alive = true;
-  const HWND window = AddWindow(std::make_unique<SelfDestroyer>(alive));
+  HWND window = nullptr;
+  window = Add(
+      {}, [&] { EXPECT_TRUE(DestroyWindow(window) && alive) << "it lives until its message is done"; },
+      [&] { alive = false; });
   const HWND other = AddWindow(std::make_unique<MemoryTextControl>());
   EXPECT_TRUE(IsWindow(window));
-  EXPECT_EQ(SendMessage(window, kOwnMessage, 0, reinterpret_cast<MessageLong>(window)), 5);
-  EXPECT_FALSE(alive);
-  EXPECT_FALSE(IsWindow(window));
-  EXPECT_FALSE(DestroyWindow(window));
+  EXPECT_EQ(SendMessage(window, 0x7E8, 0, 0), 5);
+  EXPECT_FALSE(alive || IsWindow(window) || DestroyWindow(window));
   EXPECT_EQ(SendMessage(window, kGetLineCount, 0, 0), 0);
-  const HWND later = AddWindow(std::make_unique<MemoryTextControl>());
+  // A window that falls may use the table.
+  const HWND later = Add({}, {}, [&] { EXPECT_TRUE(DestroyWindow(other)); });
   EXPECT_NE(later, window);
-  EXPECT_TRUE(DestroyWindow(other));
   EXPECT_TRUE(DestroyWindow(later));
-  EXPECT_FALSE(IsWindow(nullptr));
+  EXPECT_FALSE(IsWindow(other) || IsWindow(nullptr));
   EXPECT_EQ(AddWindow(nullptr), nullptr);
 }
 
-TEST(Window, AWindowThatFallsMayUseTheTable) {
-  class Owner : public Window {
-   public:
-    explicit Owner(HWND child) : child_(child) {}
-    ~Owner() override { DestroyWindow(child_); }
-    MessageLong OnMessage(unsigned, MessageWord, MessageLong) override { return 0; }
-
-   private:
-    HWND child_;
+TEST(Window, ChildrenGoWithTheirParent) {
+  std::string log;
+  HWND parent = nullptr;
+  const auto add = [&log](const char* name, HWND above, ActingWindow::Action more = {}) {
+    return Add([&log, name, more] { log += name, ActingWindow::Do(more); }, {}, [&log] { log += '-'; }, above);
   };
-  const HWND child = AddWindow(std::make_unique<MemoryTextControl>());
-  const HWND owner = AddWindow(std::make_unique<Owner>(child));
-  EXPECT_TRUE(DestroyWindow(owner));
-  EXPECT_FALSE(IsWindow(child));
+  parent = add("p", nullptr, [&] {
+    EXPECT_TRUE(IsWindow(parent) && GetChild(parent, 5)) << "children are told after their parent";
+    EXPECT_FALSE(DestroyWindow(parent)) << "it is going already";
+  });
+  const HWND child = add("c", parent), twin = add("t", parent);
+  add("g", child);
+  EXPECT_EQ(GetChild(parent, 5), child);
+  EXPECT_EQ(GetChild(parent, 6), nullptr);
+  EXPECT_EQ(GetParent(twin), parent);
+  EXPECT_TRUE(DestroyWindow(child));
+  EXPECT_EQ(GetChild(parent, 5), twin);
+  // A child that takes its parent with it.
+  const HWND rebel = add("r", parent, [&] { EXPECT_TRUE(DestroyWindow(parent)); });
+  EXPECT_TRUE(DestroyWindow(rebel));
+  EXPECT_FALSE(IsWindow(parent) || IsWindow(rebel) || IsWindow(twin));
+  EXPECT_EQ(log, "cg--rpt---");
 }
 
 // A control as it would be written without a thought for speed.
@@ -71,13 +84,10 @@ struct SlowControl {
     return starts;
   }
   MessageLong LengthAt(size_t offset) const {
-    const std::vector<size_t> starts = Starts();
-    size_t line = starts.size() - 1;
-    while (starts[line] > offset) --line;
-    if (line + 1 == starts.size()) return static_cast<MessageLong>(text.size() - starts[line]);
-    size_t end = starts[line + 1] - 1;
-    if (end > starts[line] && text[end - 1] == '\r') --end;
-    return static_cast<MessageLong>(end - starts[line]);
+    const size_t start = offset == 0 ? 0 : text.rfind('\n', offset - 1) + 1;
+    size_t end = std::min(text.find('\n', offset), text.size());
+    if (end < text.size() && end > start && text[end - 1] == '\r') --end;
+    return static_cast<MessageLong>(end - start);
   }
 };
 
@@ -111,65 +121,45 @@ TEST(MemoryTextControl, AgreesWithASlowOneOnRandomEdits) {
   }
 }
 
-TEST(MemoryTextControl, GivesItsTextWithinTheRoom) {
+TEST(TextControl, AppendsAndGivesItsTextWithinTheRoom) {
+  std::string all;
   const HWND control = AddWindow(std::make_unique<MemoryTextControl>());
-  AppendToTextControl(control, "first");
-  AppendToTextControl(control, "\r\nsecond");
+  const HWND passing =
+      AddWindow(std::make_unique<ForwardingTextControl>([&all](std::string_view text) { all += text; }));
+  for (const char* text : {"first", static_cast<const char*>(nullptr), "\r\nsecond"}) {
+    AppendToTextControl(control, text);
+    AppendToTextControl(passing, text);
+  }
+  EXPECT_EQ(all, "first\r\nsecond");
   EXPECT_EQ(SendMessage(control, kGetTextLength, 0, 0), 13);
-  std::string room(14, '#');
-  EXPECT_EQ(SendMessage(control, kGetText, 14, reinterpret_cast<MessageLong>(room.data())), 13);
-  EXPECT_STREQ(room.c_str(), "first\r\nsecond");
-  room.assign(14, '#');
-  EXPECT_EQ(SendMessage(control, kGetText, 4, reinterpret_cast<MessageLong>(room.data())), 3);
-  EXPECT_EQ(room.substr(0, 5), std::string("fir\0#", 5));
-  EXPECT_EQ(SendMessage(control, kGetText, 0, reinterpret_cast<MessageLong>(room.data())), 0);
+  const std::pair<MessageWord, std::string> rooms[] = {{14, {"first\r\nsecond\0#", 15}}, {4, {"fir\0#", 5}}, {0, "#"}};
+  for (const auto& [room, given] : rooms) {
+    std::string buffer(given.size(), '#');
+    SendMessage(control, kGetText, room, reinterpret_cast<MessageLong>(buffer.data()));
+    EXPECT_EQ(buffer, given);
+  }
   DestroyWindow(control);
+  DestroyWindow(passing);
 }
 
+// A host's own control sees these messages.
 TEST(TextControl, AnAppendIsFiveMessages) {
-  struct Seen {
-    unsigned message;
-    MessageWord w;
-    MessageLong l;
-    bool operator==(const Seen&) const = default;
-  };
-  class Recorder : public Window {
-   public:
-    explicit Recorder(std::vector<Seen>& seen) : seen_(seen) {}
+  struct Recorder : Window {
+    explicit Recorder(std::string& log) : seen(log) {}
     MessageLong OnMessage(unsigned message, MessageWord w, MessageLong l) override {
-      seen_.push_back({message, w, message == kReplaceSelection ? 0 : l});
-      if (message == kReplaceSelection) {
-        EXPECT_STREQ(reinterpret_cast<const char*>(l), "text");
-      }
+      const bool has_text = message == kReplaceSelection;
+      seen += std::to_string(message) + " " + std::to_string(w) + " " +
+              (has_text ? reinterpret_cast<const char*>(l) : std::to_string(l)) + ";";
       return message == kGetLineCount ? 7 : message == kLineIndex ? 100 : message == kLineLength ? 11 : 0;
     }
-
-   private:
-    std::vector<Seen>& seen_;
+    std::string& seen;
   };
-  std::vector<Seen> seen;
+  std::string seen;
   const HWND control = AddWindow(std::make_unique<Recorder>(seen));
   AppendToTextControl(control, "text");
-  const std::vector<Seen> expected = {{kGetLineCount, 0, 0},
-                                      {kLineIndex, 6, 0},
-                                      {kLineLength, 100, 0},
-                                      {kSetSelection, 111, 111},
-                                      {kReplaceSelection, 0, 0}};
-  EXPECT_TRUE(seen == expected);
   DestroyWindow(control);
   AppendToTextControl(control, "text");
-  EXPECT_EQ(seen.size(), 5u);
-}
-
-TEST(TextControl, AForwardingOnePassesTextsOn) {
-  std::string all;
-  const HWND control =
-      AddWindow(std::make_unique<ForwardingTextControl>([&all](std::string_view text) { all += text; }));
-  AppendToTextControl(control, "one ");
-  AppendToTextControl(control, nullptr);
-  AppendToTextControl(control, "two");
-  EXPECT_EQ(all, "one two");
-  DestroyWindow(control);
+  EXPECT_EQ(seen, "186 0 0;187 6 0;193 100 0;177 111 111;194 0 text;");
 }
 
 TEST(MessageBox, GoesToTheHostOrToStandardError) {

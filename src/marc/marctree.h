@@ -164,12 +164,7 @@ class KARST_API CMARCTree : public CScript {
   // Steps of the building.
   int BuildCells();
   void DropTree();
-  CCell* AddCell(karst::CellType type, const char* name, const char* no_memory);
-  void ReadPattern(CCell* cell, size_t kept, const char* refusal);
-  void ReadBlockName(CCell* cell, const char* refusal, const char* too_long);
-  void SkipToBrace(int end_depth);
-  int ActOnBlockWord(int& record_count, bool& ended);
-  int ScanPiece(CCell* cell, int bOneBlock);
+  int MakeBlock(karst::CellType type);
 
   // Steps of the runs.
   void RefuseStaleTree();

@@ -1,39 +1,40 @@
-// CMARCTree: building. The loaded code is read once by its tokens, and each block word and each stretch of text
-// between blocks becomes a cell that records a span of the code.
+// CMARCTree: building: the blocks of the loaded code as cells that record spans of it.
 //
 // m_CellStack holds one entry for each brace that is open: the cell in whose code it stands. A new cell becomes a
 // child of the newest entry.
-#include "marc/marctree.h"
-
-#include <climits>
 #include <cstring>
 #include <new>
 
+#include "marc/blocks.h"
+#include "marc/marctree.h"
 #include "marc/recordwalk.h"
 
-using karst::CellType;
-
+namespace karst {
 namespace {
 
-// How much of a name a cell keeps.
-constexpr size_t kTagPatternKept = 4;
-constexpr size_t kCodeSetKept = 3;
-constexpr size_t kLongestBlockName = 5;
+// What the cells of a type are called, and how their building is refused.
+struct CellWords {
+  const char* name;  // of those that have no name in the code
+  const char* no_memory;
+  size_t kept = 0;  // how much of a name in the code a cell keeps
+  const char* no_name = nullptr;
+  const char* long_name = nullptr;
+};
 
-// Depths, counted from the start of a scan, below which a closing brace ends it.
-constexpr int kEndsAtOwnBrace = 1;
-constexpr int kEndsAtParentsBrace = 0;
-constexpr int kEndsAtNoBrace = INT_MIN;
-
-bool IsBlockWord(int token) {
-  switch (token) {
-    case karst::kTokRecord:
-    case karst::kTokField:
-    case karst::kTokGroup:
-    case karst::kTokSubField:
-    case karst::kTokCommon:
-    case karst::kTokChain: return true;
-    default: return false;
+constexpr CellWords WordsOf(CellType type) {
+  switch (type) {
+    case kCellStart: return {"Root", "NewCell error"};
+    case kCellRecord: return {"Recrd", "NewCell error"};
+    case kCellGroup: return {"Group", "New Cell error"};
+    case kCellField: return {"", "New Cell error", 4, "Field语句后应为字符串常量..."};
+    case kCellSubField: return {"", "New Cell error", 3, "SubField语句后应为字符串常量..."};
+    case kCellCommon:
+      return {"", "New Cell error", kLongestBlockName, "COMMON语句后应为字符串常量...",
+              "Common块的名字%s太长，应当在5字符以内"};
+    case kCellChain:
+      return {"", "New cell error", kLongestBlockName, "CHAIN语句后应为字符串常量...",
+              "Chain命令的名字%s太长，应当在5字符以内"};
+    default: return {"Final", "New Cell error"};
   }
 }
 
@@ -41,7 +42,53 @@ void SetName(CCell* cell, const char* name, size_t kept) {
   std::memcpy(cell->szName, name, strnlen(name, kept));  // the rest of szName is NUL
 }
 
+class CellBuilder : public BlockGrammar<CellBuilder, CCell*> {
+ public:
+  explicit CellBuilder(CMARCTree& tree) : tree_(tree) {}
+
+ private:
+  friend BlockGrammar;
+
+  void Read() { tree_.GetToken(); }
+  void GiveBack() { tree_.PutBack(); }
+  int Class() const { return tree_.nTokenType; }
+  int Number() const { return tree_.nTok; }
+
+  CCell* Add(CellType type) {
+    const CellWords words = WordsOf(type);
+    CCell* cell = new (std::nothrow) CCell(type);
+    if (!cell) tree_.HaltForMemory(words.no_memory);
+    SetName(cell, words.name, sizeof cell->szName - 1);
+    tree_.JointToTree(cell);
+    tree_.m_pcurcell = cell;
+    return cell;
+  }
+  void Name(CCell* cell) {
+    const CellWords words = WordsOf(static_cast<CellType>(cell->nType));
+    if (words.long_name && std::strlen(tree_.szToken) > words.kept) tree_.halt(words.long_name, tree_.szToken);
+    SetName(cell, tree_.szToken, words.kept);
+  }
+  void RefuseName(const CCell* cell) { tree_.halt("%s", WordsOf(static_cast<CellType>(cell->nType)).no_name); }
+  void BeginPiece(CCell* cell) { cell->lpCode = tree_.lpProg; }
+  void EndPiece(CCell* cell) { cell->nCodeLen = static_cast<int32_t>(tree_.lpProg - cell->lpCode); }
+
+  void OpenBrace() { tree_.m_CellStack.PushCell(tree_.m_pcurcell); }
+  bool CloseBrace() {
+    if (!tree_.m_CellStack.CurStackCell()) tree_.halt("}多于{ ...");
+    tree_.m_pcurcell = tree_.m_CellStack.PopCell();
+    return true;
+  }
+
+  static void Dropped() {}
+  bool IsInterrupted() const { return tree_.IsStop() != 0; }
+
+  CMARCTree& tree_;
+};
+
 }  // namespace
+}  // namespace karst
+
+using karst::CellBuilder;
 
 CMARCTree::CMARCTree() : walk_(std::make_unique<karst::RecordWalk>(*this, Store())) {}
 
@@ -77,33 +124,19 @@ void CMARCTree::DropTree() {
 int CMARCTree::BuildCells() {
   ResetCodeStartPos();
   nTok = 0;
-  DoRoot();
+  CellBuilder builder(*this);
+  builder.ReadRoot();
   if (!BeginUnlessStopped()) return 0;
-  int record_count = 0;
-  bool ended = false;
-  do {
-    if (IsStop()) return 0;
-    GetToken();
-    if (nTok == karst::kTokStop) return DoStop(0);
-    ActOnBlockWord(record_count, ended);
-  } while (!ended && nTok != karst::FINISHED);
+  switch (builder.ReadBlocks()) {
+    case karst::BlocksEnd::kInterrupted: return 0;
+    case karst::BlocksEnd::kStopWord: return DoStop(0);
+    case karst::BlocksEnd::kEndOfCode: break;
+  }
   if (m_CellStack.CurStackCell()) halt("花括号{}不配对, { 多于 } !");
-  m_bOldStyle = record_count == 0 ? 1 : 0;
+  m_bOldStyle = builder.RecordCount() == 0 ? 1 : 0;
   End();
   PrepareChainTarget();
   return 0;
-}
-
-int CMARCTree::ActOnBlockWord(int& record_count, bool& ended) {
-  switch (nTok) {
-    case karst::kTokRecord: ++record_count; return DoRecord();
-    case karst::kTokField: return DoField();
-    case karst::kTokGroup: return DoGroup();
-    case karst::kTokSubField: return DoSubField();
-    case karst::kTokCommon: return DoCommon();
-    case karst::kTokChain: return DoChain();
-    default: ended = DoFinal() == 1; return 0;
-  }
 }
 
 int CMARCTree::JointToTree(CCell* cell) {
@@ -169,102 +202,32 @@ int CMARCTree::PrepareChainTarget() {
 
 // The block makers.
 
-CCell* CMARCTree::AddCell(CellType type, const char* name, const char* no_memory) {
-  CCell* cell = new (std::nothrow) CCell(type);
-  if (!cell) HaltForMemory(no_memory);
-  SetName(cell, name, sizeof cell->szName - 1);
-  JointToTree(cell);
-  m_pcurcell = cell;
-  return cell;
-}
-
-int CMARCTree::ScanPiece(CCell* cell, int bOneBlock) {
-  cell->lpCode = lpProg;
-  SkipUtilNextCommand(bOneBlock);
-  cell->nCodeLen = static_cast<int32_t>(lpProg - cell->lpCode);
+int CMARCTree::MakeBlock(karst::CellType type) {
+  CellBuilder(*this).ReadBlock(type);
   return 0;
 }
 
-void CMARCTree::ReadPattern(CCell* cell, size_t kept, const char* refusal) {
-  if (GetToken() != karst::STRING) halt("%s", refusal);
-  SetName(cell, szToken, kept);
-}
-
-void CMARCTree::ReadBlockName(CCell* cell, const char* refusal, const char* too_long) {
-  if (GetToken() != karst::STRING) halt("%s", refusal);
-  if (std::strlen(szToken) > kLongestBlockName) halt(too_long, szToken);
-  SetName(cell, szToken, kLongestBlockName);
-}
-
-int CMARCTree::DoRoot() { return ScanPiece(AddCell(karst::kCellStart, "Root", "NewCell error"), 0); }
-
-int CMARCTree::DoRecord() { return ScanPiece(AddCell(karst::kCellRecord, "Recrd", "NewCell error"), 1); }
-
-int CMARCTree::DoField() {
-  CCell* cell = AddCell(karst::kCellField, "", "New Cell error");
-  ReadPattern(cell, kTagPatternKept, "Field语句后应为字符串常量...");
-  return ScanPiece(cell, 1);
-}
-
-int CMARCTree::DoGroup() { return ScanPiece(AddCell(karst::kCellGroup, "Group", "New Cell error"), 1); }
-
-int CMARCTree::DoSubField() {
-  CCell* cell = AddCell(karst::kCellSubField, "", "New Cell error");
-  ReadPattern(cell, kCodeSetKept, "SubField语句后应为字符串常量...");
-  return ScanPiece(cell, 1);
-}
-
-int CMARCTree::DoCommon() {
-  CCell* cell = AddCell(karst::kCellCommon, "", "New Cell error");
-  ReadBlockName(cell, "COMMON语句后应为字符串常量...", "Common块的名字%s太长，应当在5字符以内");
-  return ScanPiece(cell, 1);
-}
-
-int CMARCTree::DoChain() {
-  CCell* cell = AddCell(karst::kCellChain, "", "New cell error");
-  ReadBlockName(cell, "CHAIN语句后应为字符串常量...", "Chain命令的名字%s太长，应当在5字符以内");
+int CMARCTree::DoRoot() {
+  CellBuilder(*this).ReadRoot();
   return 0;
 }
 
-int CMARCTree::DoFinal() {
-  SkipBlankLine();
-  if (IsBlockWord(nTok)) return 0;
-  CCell* cell = AddCell(karst::kCellFinal, "Final", "New Cell error");
-  cell->lpCode = lpProg;
-  SkipToParentCommand();
-  cell->nCodeLen = static_cast<int32_t>(lpProg - cell->lpCode);
-  return nTok == karst::FINISHED ? 1 : 0;
-}
+int CMARCTree::DoRecord() { return MakeBlock(karst::kCellRecord); }
+int CMARCTree::DoField() { return MakeBlock(karst::kCellField); }
+int CMARCTree::DoGroup() { return MakeBlock(karst::kCellGroup); }
+int CMARCTree::DoSubField() { return MakeBlock(karst::kCellSubField); }
+int CMARCTree::DoCommon() { return MakeBlock(karst::kCellCommon); }
+int CMARCTree::DoChain() { return MakeBlock(karst::kCellChain); }
+int CMARCTree::DoFinal() { return CellBuilder(*this).ReadFinal() ? 1 : 0; }
 
 // The scans.
 
 int CMARCTree::SkipUtilNextCommand(int bOneBlock) {
-  SkipToBrace(bOneBlock == 1 ? kEndsAtOwnBrace : kEndsAtNoBrace);
+  CellBuilder(*this).Skip(bOneBlock == 1 ? karst::kEndsAtOwnBrace : karst::kEndsAtNoBrace);
   return 0;
 }
 
 int CMARCTree::SkipToParentCommand() {
-  SkipToBrace(kEndsAtParentsBrace);
+  CellBuilder(*this).Skip(karst::kEndsAtParentsBrace);
   return 0;
-}
-
-// Moves to the next block word, or behind the closing brace that takes the depth below `end_depth`.
-void CMARCTree::SkipToBrace(int end_depth) {
-  int depth = 0;
-  for (;;) {
-    const int token_class = GetToken();
-    if (nTok == karst::FINISHED) return;
-    if (token_class != karst::COMMAND) continue;
-    if (nTok == karst::kTokBegin) {
-      m_CellStack.PushCell(m_pcurcell);
-      ++depth;
-    } else if (nTok == karst::kTokEnd) {
-      if (!m_CellStack.CurStackCell()) halt("}多于{ ...");
-      m_pcurcell = m_CellStack.PopCell();
-      if (--depth < end_depth) return;
-    } else if (IsBlockWord(nTok)) {
-      PutBack();
-      return;
-    }
-  }
 }

@@ -12,7 +12,7 @@ void Remembered::Forget(const char* code, int length, uint32_t generation) {
   statements_.clear();
   calls_.clear();
   nodes_.clear();
-  places_.assign(static_cast<size_t>(length), Place{});
+  places_.assign(static_cast<size_t>(length), 0);
   code_ = code;
   generation_ = generation;
 }

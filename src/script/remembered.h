@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -136,23 +137,24 @@ class Remembered {
       Forget(code, length, generation);
   }
   // The statement at a position of the code, or null.
-  RememberedStatement* At(const char* position) const {
-    const Place& place = places_[static_cast<size_t>(position - code_)];
-    return place.statement;
+  RememberedStatement* At(const char* position) {
+    const uint32_t place = PlaceOf(position);
+    return place < kFirstStatement ? nullptr : statements_[place - kFirstStatement].get();
   }
   // Notes that a statement was read at `position`; true if it is time to remember it.
   bool NoteRead(const char* position) {
-    Place& place = places_[static_cast<size_t>(position - code_)];
-    return place.reads != kGivenUp && ++place.reads >= kReadsUntilRemembered;
+    uint32_t& place = PlaceOf(position);
+    return place != kGivenUp && ++place >= kReadsUntilRemembered;
   }
   // It could not be remembered yet; after some attempts it never is.
   void TryAgainLater(const char* position) {
-    if (places_[static_cast<size_t>(position - code_)].reads >= kMostAttempts) GiveUp(position);
+    if (PlaceOf(position) >= kMostAttempts) GiveUp(position);
   }
   // It cannot be remembered: do not try again.
-  void GiveUp(const char* position) { places_[static_cast<size_t>(position - code_)].reads = kGivenUp; }
-  void Keep(const char* position, RememberedStatement* statement) {
-    places_[static_cast<size_t>(position - code_)].statement = statement;
+  void GiveUp(const char* position) { PlaceOf(position) = kGivenUp; }
+  void Keep(const char* position, const RememberedStatement& statement) {
+    statements_.push_back(std::make_unique<RememberedStatement>(statement));
+    PlaceOf(position) = kFirstStatement + static_cast<uint32_t>(statements_.size() - 1);
   }
 
   ExpressionNode& NewNode(NodeKind kind) {
@@ -161,26 +163,24 @@ class Remembered {
     return nodes_.back();
   }
   RememberedCall& NewCall() { return calls_.emplace_back(); }
-  RememberedStatement& NewStatement() { return statements_.emplace_back(); }
 
  private:
   void Forget(const char* code, int length, uint32_t generation);
 
-  static constexpr uint8_t kReadsUntilRemembered = 2;
-  static constexpr uint8_t kMostAttempts = 6;
-  static constexpr uint8_t kGivenUp = 255;
+  // What a place holds: how often it was read, that it is given up, or a statement's number from kFirstStatement on.
+  static constexpr uint32_t kReadsUntilRemembered = 2;
+  static constexpr uint32_t kMostAttempts = 6;
+  static constexpr uint32_t kGivenUp = 7;
+  static constexpr uint32_t kFirstStatement = 8;
 
-  struct Place {
-    RememberedStatement* statement = nullptr;
-    uint8_t reads = 0;
-  };
+  uint32_t& PlaceOf(const char* position) { return places_[static_cast<size_t>(position - code_)]; }
 
   const char* code_ = nullptr;
   uint32_t generation_ = 0;
-  std::vector<Place> places_;
+  std::vector<uint32_t> places_;  // one for each byte of the code
   std::deque<ExpressionNode> nodes_;
   std::deque<RememberedCall> calls_;
-  std::deque<RememberedStatement> statements_;
+  std::vector<std::unique_ptr<RememberedStatement>> statements_;
 };
 
 // True for the token numbers on which the main loop acts; every other token is read and dropped.

@@ -60,9 +60,8 @@ RememberedRunner::Flow RememberedRunner::Read() {
 void RememberedRunner::Remember(const char* position) {
   const CodeSpan code{script_.lpCodeBuffer, script_.lpCodeBuffer + script_.nCodeLen};
   StatementBuilder builder(script_, remembered_, code, script_.lpProgEnd);
-  Statement* statement = nullptr;
-  switch (builder.Build(position, statement)) {
-    case StatementBuilder::Outcome::kBuilt: remembered_.Keep(position, statement); break;
+  switch (builder.Build(position)) {
+    case StatementBuilder::Outcome::kKept: break;
     case StatementBuilder::Outcome::kNotYet: remembered_.TryAgainLater(position); break;
     case StatementBuilder::Outcome::kNever: remembered_.GiveUp(position); break;
   }
@@ -332,8 +331,8 @@ RememberedStatement* RememberedRunner::EndLoop(RememberedRunner& self, Statement
     self.MoveTo(statement.behind_word);
     script.BackToLoop();  // refuses
   }
-  self.MoveTo(loop_word);
-  return self.remembered_.At(loop_word);
+  Statement* loop = statement.following;
+  return loop && loop->position == loop_word ? loop : self.Follow(statement.following, loop_word);
 }
 
 RememberedStatement* RememberedRunner::Break(RememberedRunner& self, Statement& statement) {

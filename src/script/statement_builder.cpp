@@ -10,7 +10,7 @@
 
 namespace karst {
 
-StatementBuilder::Outcome StatementBuilder::Build(const char* position, RememberedStatement*& statement) {
+StatementBuilder::Outcome StatementBuilder::Build(const char* position) {
   at_ = last_token_ = position;
   try {
     RememberedStatement built{};
@@ -19,9 +19,8 @@ StatementBuilder::Outcome StatementBuilder::Build(const char* position, Remember
     built.last_token = last_token_;
     built.position = position;
     built.run = RememberedRunner::HandlerOf(built);
-    statement = &remembered_.NewStatement();
-    *statement = built;
-    return Outcome::kBuilt;
+    remembered_.Keep(position, built);
+    return Outcome::kKept;
   } catch (const Abandon& abandon) {
     return abandon.outcome;
   }

@@ -9,14 +9,14 @@ namespace karst {
 
 class StatementBuilder : private Grammar<StatementBuilder, const ExpressionNode*, const char*> {
  public:
-  enum class Outcome { kBuilt, kNotYet, kNever };
+  enum class Outcome { kKept, kNotYet, kNever };
 
   StatementBuilder(CScript& script, Remembered& remembered, CodeSpan code, const char* limit)
       : script_(script), remembered_(remembered), code_(code), limit_(limit) {}
 
   // kNotYet: reading would still change the text, or meet an end of code that may move; kNever: a form that is always
   // read from the text.
-  Outcome Build(const char* position, RememberedStatement*& statement);
+  Outcome Build(const char* position);
 
  private:
   // Leaves the build from any depth.

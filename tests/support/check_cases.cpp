@@ -2,75 +2,38 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 #include "support/case_file.h"
+#include "support/fences.h"
 
 namespace karst::testing {
 namespace {
 
 using cli::check::SourceKind;
 
-struct Fence {
-  int line;
-  std::string word;
-  std::string text;
-};
-
-std::vector<Fence> ReadFences(const std::string& path) {
-  std::ifstream in(path);
-  EXPECT_TRUE(in.good()) << path;
-  std::vector<Fence> fences;
-  bool inside = false;
-  int number = 0;
-  for (std::string line; std::getline(in, line);) {
-    ++number;
-    if (!line.starts_with("```")) {
-      if (inside) fences.back().text += line + "\n";
-      continue;
-    }
-    inside = !inside;
-    if (inside) fences.push_back({number, line.substr(3), ""});
-  }
-  EXPECT_FALSE(inside) << path << ": the last fence is open";
-  return fences;
-}
-
-CheckCase CaseOf(const std::string& path, const Fence& fence) {
+CheckCase CaseOf(const Fence& fence, const std::string& findings) {
   CaseText text;
   text.raw = fence.word.ends_with(" raw");
   text.text = std::string(WithoutLastLineEnds(fence.text));
   if (!text.raw) text.text = WriteOutCopies(text.text);
   const bool filter = fence.word.find("filter") != std::string::npos;
-  return {path + ":" + std::to_string(fence.line), InputBytes(text), filter ? SourceKind::kFilter : SourceKind::kScript,
-          ""};
+  return {fence.place, InputBytes(text), filter ? SourceKind::kFilter : SourceKind::kScript, findings};
 }
 
 }  // namespace
 
 std::vector<CheckCase> ReadCheckCases(const std::string& path) {
   std::vector<CheckCase> cases;
-  if (path.ends_with(".case")) {
-    for (const Case& each : ReadCaseFile(path)) {
-      EXPECT_EQ(each.fault, "");
-      cases.push_back({each.place, InputBytes(each.filter ? *each.filter : *each.script),
-                       each.filter ? SourceKind::kFilter : SourceKind::kScript, each.findings});
+  if (!path.ends_with(".case")) {
+    for (const auto& [source, found] : PairedFences(path, "karst-check", "findings")) {
+      cases.push_back(CaseOf(source, found.text));
     }
     return cases;
   }
-  bool awaits_findings = false;
-  for (const Fence& fence : ReadFences(path)) {
-    if (fence.word.starts_with("karst-check")) {
-      EXPECT_FALSE(awaits_findings) << path << ":" << fence.line << ": the source ahead has no findings";
-      cases.push_back(CaseOf(path, fence));
-      awaits_findings = true;
-    } else if (fence.word == "findings") {
-      EXPECT_TRUE(awaits_findings) << path << ":" << fence.line << ": findings without a source";
-      if (awaits_findings) cases.back().findings = fence.text;
-      awaits_findings = false;
-    }
+  for (const Case& each : ReadCaseFile(path)) {
+    EXPECT_EQ(each.fault, "");
+    cases.push_back({each.place, InputBytes(each.filter ? *each.filter : *each.script),
+                     each.filter ? SourceKind::kFilter : SourceKind::kScript, each.findings});
   }
-  EXPECT_FALSE(awaits_findings) << path << ": the last source has no findings";
   return cases;
 }
 
@@ -79,7 +42,7 @@ std::vector<CheckCase> ReadSources(const std::string& path, const std::string& w
   std::vector<CheckCase> cases;
   for (size_t i = 0; i < fences.size(); ++i) {
     const bool left_out = i + 1 < fences.size() && fences[i + 1].text.find(unless) != std::string::npos;
-    if (fences[i].word == word && !left_out) cases.push_back(CaseOf(path, fences[i]));
+    if (fences[i].word == word && !left_out) cases.push_back(CaseOf(fences[i], ""));
   }
   return cases;
 }

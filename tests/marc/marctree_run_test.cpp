@@ -1,11 +1,11 @@
 // Whole runs: streams and their results, the progress hook, stop requests, the record file, the entry point.
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 #include "marc/marctree.h"
+#include "support/child_process.h"
 #include "support/fake_stream.h"
 #include "support/filter_bench.h"
+#include "support/readable.h"
 #include "support/temp_folder.h"
 
 namespace karst::testing {
@@ -13,15 +13,13 @@ namespace {
 
 constexpr std::string_view kCounting = "Record {\nprintf(\"%d \", _RECORDCOUNT)\n}\nFinal {\nprintf(\"end\")\n}\n";
 constexpr std::string_view kOldCounting = "printf(\"%d \", _RECORDCOUNT)\n";
+const std::string kRecord = Record({"200  x"});
 
 TEST(RunMARCTree, TakesEachResultOfAStream) {
-  const std::string record = Record({"200  x"});
-  const std::vector<FakeStream::Step> steps = {{2, ""},     {0, record}, {2, ""},    {2, ""},
-                                               {0, record}, {-1, ""},    {0, record}};
   for (const auto& [filter, output] : {std::pair(kCounting, "0 1 end"), std::pair(kOldCounting, "0 1 ")}) {
     FilterBench bench(filter);
     FakeStream stream;
-    stream.steps = steps;
+    stream.steps = {{2, ""}, {0, kRecord}, {2, ""}, {2, ""}, {0, kRecord}, {-1, ""}, {0, kRecord}};
     EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
     EXPECT_TRUE(bench.tree.ReadFailed());
     EXPECT_EQ(bench.Output(), output);
@@ -29,28 +27,33 @@ TEST(RunMARCTree, TakesEachResultOfAStream) {
     EXPECT_EQ(bench.tree.m_nRecordCount, 2);
     EXPECT_EQ(bench.tree.RunMARCTree(nullptr), -1);
   }
+  FilterBench none;
+  FakeStream stream;
+  EXPECT_EQ(none.tree.RunMARCTree(&stream), -1);
+  EXPECT_EQ(none.tree.RunWholeTreeOldStyle("x"), -1);
+  const std::string message = "\r\nMARC树尚未建立!(m_pheadcell == NULL...)";
+  EXPECT_EQ(none.Output(), message + message);
 }
 
 TEST(RunRecord, GivesTheResultOfTheLastRecordOrPiece) {
-  const std::string record = Record({"200  x"});
   const struct {
     const char* filter;
-    std::vector<FakeStream::Step> steps;
+    int after_record;  // what the stream gives then
     int result;
     int open_scopes;
   } cases[] = {
-      {"Record {\n}\n", {{0, record}}, 1, 0},
-      {"Record {\n}\n", {{0, record}, {-1, ""}}, -1, 0},
-      {"Record {\nField \"200\" {\nstop -1\n}\n}\n", {{0, record}}, -1, 1},
-      {"Record {\nGroup {\n}\n}\n", {{0, record}}, -1, 1},
-      {"Record {\nField \"200\" {\n}\n{\nstop -1\n}\n}\n", {{0, record}}, -1, 1},
-      {"Record {\n{\nstop -1\n}\n}\n", {{0, record}}, 1, 0},
+      {"Record {\n}\n", 1, 1, 0},
+      {"Record {\n}\n", -1, -1, 0},
+      {"Record {\nField \"200\" {\nstop -1\n}\n}\n", 1, -1, 1},
+      {"Record {\nGroup {\n}\n}\n", 1, -1, 1},
+      {"Record {\nField \"200\" {\n}\n{\nstop -1\n}\n}\n", 1, -1, 1},
+      {"Record {\n{\nstop -1\n}\n}\n", 1, 1, 0},
   };
   for (const auto& each : cases) {
     SCOPED_TRACE(each.filter);
     FilterBench bench(each.filter);
     FakeStream stream;
-    stream.steps = each.steps;
+    stream.steps = {{0, kRecord}, {each.after_record, ""}};
     bench.tree.Initial();
     EXPECT_EQ(bench.tree.RunRecord(bench.tree.m_pheadcell->pNext, &stream), each.result);
     EXPECT_EQ(bench.tree.nRunState, 0);
@@ -59,20 +62,11 @@ TEST(RunRecord, GivesTheResultOfTheLastRecordOrPiece) {
   }
 }
 
-TEST(RunMARCTree, NeedsATree) {
-  FilterBench bench;
-  FakeStream stream;
-  EXPECT_EQ(bench.tree.RunMARCTree(&stream), -1);
-  EXPECT_EQ(bench.tree.RunWholeTreeOldStyle("x"), -1);
-  const std::string message = "\r\nMARC树尚未建立!(m_pheadcell == NULL...)";
-  EXPECT_EQ(bench.Output(), message + message);
-}
-
 TEST(RunMARCTree, DropsWhatTheRunDeclaredAndKeepsWhatStoodBefore) {
   FilterBench bench("int n = 3\nRecord {\nkept = kept + n\n}\n");
   bench.tree.CreateNewVar("kept", 0);
   for (int run = 1; run <= 2; ++run) {
-    FakeStream stream({Record({"200  x"}), Record({"200  x"})});
+    FakeStream stream({kRecord, kRecord});
     EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
     EXPECT_EQ(bench.tree.m_Cells.size(), 1u);
     EXPECT_EQ(bench.tree.SearchVar("kept")->lVal, run * 6);
@@ -80,58 +74,28 @@ TEST(RunMARCTree, DropsWhatTheRunDeclaredAndKeepsWhatStoodBefore) {
 }
 
 struct Progress {
-  CMARCTree* tree = nullptr;
-  std::string seen;
-  int stop_at = -1;
-
-  static int Hook(void* argument) {
-    auto& self = *static_cast<Progress*>(argument);
-    self.seen += std::to_string(self.tree->m_nStreamPos) + " ";
-    if (--self.stop_at == 0) self.tree->Stop();
-    return -1;
-  }
+  CMARCTree& tree;
+  int stop_at;
+  std::string seen = {};
 };
 
-TEST(ProgressHook, IsCalledAheadOfEachRecord) {
+TEST(ProgressHook, IsCalledBeforeEachRecordAndMayStopTheRun) {
   FilterBench bench(kCounting);
-  Progress progress{&bench.tree, "", -1};
-  bench.tree.m_pfnProgress = Progress::Hook;
+  Progress progress{bench.tree, 5};
   bench.tree.m_pProgressArg = &progress;
-  FakeStream stream({Record({}), Record({})});
-  EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
-  EXPECT_EQ(progress.seen, "0 100 200 ");
-  EXPECT_EQ(bench.tree.m_nStreamSize, 0u);
-}
-
-TEST(ProgressHook, MayStopTheRun) {
-  FilterBench bench(kCounting);
-  Progress progress{&bench.tree, "", 2};
-  bench.tree.m_pfnProgress = Progress::Hook;
-  bench.tree.m_pProgressArg = &progress;
-  FakeStream stream({Record({}), Record({}), Record({})});
-  EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
-  EXPECT_EQ(bench.Output(), "0 ");
-  EXPECT_EQ(stream.calls, 1);
-  EXPECT_TRUE(bench.tree.IsStop());
-  // The next run withdraws the request.
-  progress.stop_at = -1;
-  FakeStream again({Record({})});
-  EXPECT_EQ(bench.tree.RunMARCTree(&again), 0);
-  EXPECT_EQ(bench.Output(), "0 0 end");
-}
-
-TEST(StopRequest, BetweenRecordsLeavesTheRecordLoop) {
-  for (std::string_view filter : {kCounting, kOldCounting}) {
-    FilterBench bench(filter);
-    FakeStream stream({Record({"200  x"}), Record({"200  x"}), Record({"200  x"})});
-    stream.on_next = [&] {
-      if (stream.calls == 2) bench.tree.Stop();
-    };
+  bench.tree.m_pfnProgress = [](void* argument) {
+    auto& self = *static_cast<Progress*>(argument);
+    self.seen += std::to_string(self.tree.m_nStreamPos) + " ";
+    if (--self.stop_at == 0) self.tree.Stop();
+    return -1;
+  };
+  for (const char* output : {"0 1 end", "0 1 end0 ", "0 1 end0 0 1 end"}) {  // the next run withdraws the request
+    FakeStream stream({kRecord, kRecord});
     EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
-    EXPECT_EQ(bench.Output(), "0 ");
-    EXPECT_EQ(stream.calls, 2);
-    EXPECT_EQ(bench.tree.m_Cells.size(), 0u);
+    EXPECT_EQ(bench.Output(), output);
+    EXPECT_EQ(bench.tree.IsStop(), progress.stop_at == 0);
   }
+  EXPECT_EQ(progress.seen, "0 100 200 0 100 0 100 200 ");
 }
 
 // A filter in which every "@" is a statement that writes one byte, and so a moment at which a stop may come.
@@ -139,27 +103,20 @@ std::string WithMoments(std::string_view text) {
   std::string filter;
   char shown = '0';
   for (char byte : text) {
-    if (byte == '@') {
-      filter += "fnprintf(\"moments\", \"" + std::string(1, shown++) + "\")\n";
-    } else {
-      filter += byte;
-    }
+    filter += byte == '@' ? "fnprintf(\"moments\", \"" + std::string(1, shown++) + "\")\n" : std::string(1, byte);
   }
   return filter;
 }
 
 constexpr std::string_view kEveryLevel[] = {
-    "{ @@ }\nRecord {\n@{\n@}\n"
-    "Field \"hdr\" {\n@}\n"
-    "Field \"2**\" {\nint n\n@SubField \"a\" {\n{\n@@}\n}\nSubField \"*\" {\n@}\n@}\n"
-    "Field \"200\" {\n@}\n"
+    "{ @@ }\nRecord {\n@{\n@}\nField \"hdr\" {\n@}\n"
+    "Field \"2**\" {\nint n\n@SubField \"a\" {\n{\n@@}\n}\nSubField \"*\" {\n@}\n@}\nField \"200\" {\n@}\n"
     "Field \"461\" {\n@Field \"200\" {\n@SubField \"*\" {\n@}\n@}\n@}\n"
     "Field \"7**\" {\n@Group {\n@SubField \"a\" {\n@}\n@}\n@}\n"
     "Field \"3**\" {\n@Chain \"x\"\nChain \"y\"\nChain \"z\"\nChain \"z\"\nChain \"z\"\nChain \"z\"\nChain "
-    "\"z\"\nChain \"z\"\nChain \"z\"\nChain \"z\"\n@}\n"
-    "@}\nRecord {\n@}\nFinal {\n@@}\n"
-    "Common \"x\" {\n@SubField \"a\" {\n@}\n@}\nCommon \"y\" {\n@Chain \"x\"\n@}\n"
-    "Common \"z\" {\nSubField \"*\" {\n}\n}\n",
+    "\"z\"\nChain \"z\"\nChain \"z\"\nChain \"z\"\n@}\n@}\nRecord {\n@}\nFinal {\n@@}\n"
+    "Common \"x\" {\n@SubField \"a\" {\n@}\n@}\nCommon \"y\" {\n@Chain \"x\"\n@}\nCommon \"z\" {\nSubField \"*\" "
+    "{\n}\n}\n",
     "int n\n@{\n@}\nField \"2**\" {\n@SubField \"a\" {\n@}\n@}\n{\n@@}\n",
 };
 
@@ -199,7 +156,7 @@ TEST(StopRequest, IsNotWithdrawnWhileItIsHeld) {
   FilterBench bench(kCounting);
   const CRunable::StopsHeld held(bench.tree);
   bench.tree.Stop();
-  FakeStream stream({Record({"200  x"})});
+  FakeStream stream({kRecord});
   EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
   EXPECT_EQ(bench.Output(), "");
   // Half a tree would run the rest of its filter.
@@ -207,73 +164,58 @@ TEST(StopRequest, IsNotWithdrawnWhileItIsHeld) {
   EXPECT_EQ(bench.tree.m_pheadcell, nullptr);
 }
 
-void WriteFile(const char* name, std::string_view bytes) { std::ofstream(name, std::ios::binary) << bytes; }
-
-TEST(RunWholeTree, KeepsTheCountersOfItsFileAndClosesIt) {
+TEST(RunWholeTree, KeepsTheCountersOfItsFile) {
   const TempFolder folder;
-  WriteFile("r.mrc", Record({"200  x"}) + "no record\x1d" + Record({"200  x"}));
+  WriteWhole("r.mrc", kRecord + "no record\x1d" + kRecord);
   FilterBench bench(kCounting);
   int skipped = 0;
   bench.tree.OnSkippedRecord([&](const SkippedRecord& record) { skipped += static_cast<int>(record.bytes.size()); });
-  EXPECT_EQ(bench.tree.RecordFile(), nullptr);
   EXPECT_EQ(bench.tree.RunWholeTree("r.mrc"), 0);
   ASSERT_NE(bench.tree.RecordFile(), nullptr);
   EXPECT_EQ(bench.tree.RecordFile()->RecordCount(), 2u);
-  EXPECT_EQ(bench.tree.RecordFile()->SkippedCount(), 1u);
   EXPECT_EQ(bench.tree.RecordFile()->SkippedBytes(), 10u);
   EXPECT_EQ(skipped, 10);
-  EXPECT_EQ(bench.tree.m_nStreamSize, 32u * 2 + 10);
-  EXPECT_EQ(bench.tree.m_nStreamPos, 32u * 2 + 10);
-  EXPECT_EQ(bench.tree.RunWholeTree("missing.mrc"), -1);
-  EXPECT_EQ(bench.tree.RecordFile(), nullptr);
-  EXPECT_EQ(bench.tree.RunWholeTree(nullptr), -1);
+  for (const unsigned size : {bench.tree.m_nStreamSize, bench.tree.m_nStreamPos}) EXPECT_EQ(size, 32u * 2 + 10);
+  for (const char* missing : {"missing.mrc", static_cast<const char*>(nullptr)}) {
+    EXPECT_EQ(bench.tree.RunWholeTree(missing), -1);
+    EXPECT_EQ(bench.tree.RecordFile(), nullptr);
+  }
   EXPECT_EQ(bench.Output(), "0 1 end");
-}
-
-int OpenFileCount() {
-  return static_cast<int>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
-}
-
-TEST(RunWholeTree, ClosesItsFileWhenAnErrorEndsTheRun) {
-  const TempFolder folder;
-  WriteFile("r.mrc", Record({"200  x"}));
+  // An error that ends the run closes it too.
+  const auto open_files = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
   for (const char* filter : {"Record {\nnothing = 1\n}\n", "nothing = 1\n"}) {
-    FilterBench bench(filter);
-    const int open = OpenFileCount();
-    EXPECT_THROW(bench.tree.RunWholeTree("r.mrc"), CError);
-    EXPECT_EQ(OpenFileCount(), open);
-    ASSERT_NE(bench.tree.RecordFile(), nullptr);
-    EXPECT_EQ(bench.tree.RecordFile()->RecordCount(), 1u);
+    FilterBench failing(filter);
+    const auto open = open_files();
+    EXPECT_THROW(failing.tree.RunWholeTree("r.mrc"), CError);
+    EXPECT_EQ(open_files(), open);
+    EXPECT_EQ(failing.tree.RecordFile()->RecordCount(), 1u);
   }
 }
 
 TEST(RunKarstMARCTree, TellsOnTheHostsOutputWhatFailed) {
   const TempFolder folder;
-  WriteFile("r.mrc", Record({"200  x"}));
+  WriteWhole("r.mrc", kRecord);
   const struct {
     const char* filter;
     const char* records;
     int result;
     const char* output;
   } cases[] = {
-      {"Record {\r\nprintf(\"ok\")\r\n}\r\n", "r.mrc", 0, "ok"},
-      {"Record {\r\n\r\nx = 1\r\n}\r\n", "r.mrc", -1, nullptr},
-      {"Record {\r\n", "r.mrc", -1, "\r\n第2行: 花括号{}不配对, { 多于 } !"},
-      {"Record {\r\n}\r\n", "missing.mrc", -1, ""},
-      {"Record {\r\n}\r\nFinal {\r\nprintf(\"end\")\r\n}\r\n", "/proc/self/mem", -1,
-       "end\r\n文件'/proc/self/mem'读取失败, 只读到0条记录..."},
-      {"\r\n", "missing.mrc", -1, "\r\n第2行: 文件'missing.mrc'打开失败..."},
+      {"Record {\nprintf(\"ok\")\n}\n", "r.mrc", 0, "ok"},
+      {"Record {\n\nx = 1\n}\n", "r.mrc", -1, "\n第3行:  变量x没找到..."},
+      {"Record {\n", "r.mrc", -1, "\n第2行: 花括号{}不配对, { 多于 } !"},
+      {"Record {\n}\n", "missing.mrc", -1, ""},
+      {"Record {\n}\nFinal {\nprintf(\"end\")\n}\n", "/proc/self/mem", -1,
+       "end\n文件'/proc/self/mem'读取失败, 只读到0条记录..."},
+      {"\n", "missing.mrc", -1, "\n第2行: 文件'missing.mrc'打开失败..."},
   };
   for (const auto& each : cases) {
-    SCOPED_TRACE(each.filter);
-    WriteFile("f.flt", each.filter);
+    WriteWhole("f.flt", CrLf(each.filter));
     FilterBench bench;
     EXPECT_EQ(RunKarstMARCTree("f.flt", each.records, bench.tree.hWnd), each.result);
-    if (each.output) {
-      EXPECT_EQ(bench.Output(), each.output);
-    } else {
-      EXPECT_NE(bench.Output().find("\r\n第3行:  变量x没找到..."), std::string::npos) << bench.Output();
-    }
+    const std::string output = bench.Output(), expected = CrLf(each.output);
+    EXPECT_EQ(output.empty(), expected.empty());
+    EXPECT_TRUE(output.ends_with(expected)) << output;  // an error comes after the variables
     EXPECT_EQ(RunKarstMARCTree("f.flt", each.records, nullptr), each.result);
   }
   FilterBench bench;

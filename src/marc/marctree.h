@@ -132,7 +132,7 @@ class KARST_API CMARCTree : public CScript {
   // the host. The host's variables stay, also those made since the error. Not for the inside of a run. 0.
   int CloseAfterError();
   // RunMARCTree, as one run of many: of all such runs that ended by an error, the table holds only what the last one
-  // left open, so that it does not grow. Leftovers that fill half of the table are dropped ahead of the run.
+  // left open, so that it does not grow. Leftovers that fill half of the table are dropped before the run.
   int RunOneOfMany(CMARCStream* stream);
 
   // Lists the tree, or a piece, on the host's output. 0, or -1 if there is nothing to list or no memory.

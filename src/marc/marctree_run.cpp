@@ -26,7 +26,7 @@ class FileCloser {
   CMARCFile& file_;
 };
 
-// The cells that the table gets while the object lives are those of one run.
+// The cells that the table gets while the object lives are a run's, not the host's.
 class RunInTable {
  public:
   explicit RunInTable(CVarArray& table) : table_(table) { table_.BeginRun(); }
@@ -82,7 +82,8 @@ void CMARCTree::OnSkippedRecord(karst::SkippedRecordHandler handler) { skipped_h
 // After an error.
 
 int CMARCTree::CloseAfterError() {
-  DropLeftovers(Leftovers::kOfAllRuns);
+  DropLeftovers(m_Cells.size());
+  m_nBeginCount = CountFrameMarks();  // a call that was broken off counts as a frame but has no mark
   return 0;
 }
 
@@ -90,14 +91,11 @@ int CMARCTree::RunOneOfMany(CMARCStream* stream) {
   const StopsHeld held(*this);
   // What one error left can be so much that nothing would run beside it: a script that filled the table, say.
   if (m_Cells.size() > kMostCells / 2) CloseAfterError();
-  // An open call counts as a frame but has no mark.
-  const int unmarked_before = m_nBeginCount - CountFrameMarks();
+  const size_t cells_before = m_Cells.size();
   try {
     return RunMARCTree(stream);
   } catch (...) {
-    const int unmarked = m_nBeginCount - CountFrameMarks() - unmarked_before;
-    DropLeftovers(Leftovers::kOfOlderRuns);
-    m_nBeginCount += unmarked;
+    DropLeftovers(cells_before);
     throw;
   }
 }

@@ -93,19 +93,13 @@ class CellStore {
     cells.erase(kept_end, cells.end());
   }
 
-  // The cells taken from BeginRun to EndRun are those of one run; the others are the host's.
-  void BeginRun() {
-    if (++last_run_ == 0) last_run_ = 1;
-    run_ = last_run_;
-  }
-  void EndRun() { run_ = 0; }
-  bool IsLeftover(const CVarCell* cell, bool also_of_last_run) const {
-    return cell->run_ != 0 && (also_of_last_run || cell->run_ != last_run_);
-  }
-  // Drops the leftovers and moves the other cells together.
-  void DropLeftovers(std::vector<CVarCell*>& cells, bool also_of_last_run) {
-    const auto is_leftover = [this, also_of_last_run](const CVarCell* cell) {
-      return IsLeftover(cell, also_of_last_run);
+  // The cells taken from BeginRun to EndRun are those of runs; the others are the host's.
+  void BeginRun() { in_run_ = true; }
+  void EndRun() { in_run_ = false; }
+  // Drops the cells of runs that stand before `end`, and moves the other cells together.
+  void DropLeftovers(std::vector<CVarCell*>& cells, size_t end) {
+    const auto is_leftover = [end](const CVarCell* cell) {
+      return cell->made_by_run_ && static_cast<size_t>(cell->position_) < end;
     };
     for (size_t i = cells.size(); i-- > 0;) {
       CVarCell* cell = cells[i];
@@ -230,7 +224,7 @@ class CellStore {
     return cell;
   }
   void ClearNumbers(CVarCell* cell) const {
-    cell->run_ = run_;
+    cell->made_by_run_ = in_run_;
     cell->nDupPos = -1;
     cell->lVal = 0;
     cell->i64Val = 0;
@@ -244,8 +238,7 @@ class CellStore {
   std::vector<NameSlot*> by_number_;
   CVarCell* free_ = nullptr;  // linked by shadowed_
   NameSlot& frame_mark_;
-  uint32_t run_ = 0;
-  uint32_t last_run_ = 0;
+  bool in_run_ = false;
 };
 
 }  // namespace karst

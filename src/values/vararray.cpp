@@ -374,13 +374,10 @@ int CVarArray::CountFrameMarks() const {
                                         [](const CVarCell* cell) { return cell->leixing == karst::kFrameMark; }));
 }
 
-int CVarArray::DropLeftovers(Leftovers which) {
-  const bool also_of_last_run = which == Leftovers::kOfAllRuns;
-  const auto count = std::count_if(m_Cells.begin(), m_Cells.end(),
-                                   [&](const CVarCell* cell) { return store_->IsLeftover(cell, also_of_last_run); });
-  if (count > 0) store_->DropLeftovers(m_Cells, also_of_last_run);
-  m_nBeginCount = CountFrameMarks();
-  return static_cast<int>(count);
+void CVarArray::DropLeftovers(size_t end) {
+  const int marks = CountFrameMarks();
+  store_->DropLeftovers(m_Cells, end);
+  m_nBeginCount -= marks - CountFrameMarks();
 }
 
 CVarCell* CVarArray::NewVarCell() { return new (std::nothrow) CVarCell; }

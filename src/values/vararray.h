@@ -37,7 +37,7 @@ class KARST_API CVarCell {
   karst::NameSlot* slot_ = nullptr;  // the name's slot in the table's store
   CVarCell* shadowed_ = nullptr;     // the next older cell of the same name; of a free cell: the next free one
   int32_t position_ = -1;            // where it stands in the table
-  uint32_t run_ = 0;                 // the run that made it, see CVarArray::BeginRun; 0: the host
+  bool made_by_run_ = false;         // see CVarArray::BeginRun
 };
 
 class KARST_API CVarArray : public virtual CRunable {
@@ -103,14 +103,13 @@ class KARST_API CVarArray : public virtual CRunable {
   int ClearSomeVars(int pos);
   int ClearVars();
   // An error leaves the scopes open that it broke off, and the cells in them stay in the table. So that a host can get
-  // rid of them and not of its own, the table knows which run made a cell: the cells made between BeginRun and EndRun
-  // are those of one run, all others are the host's.
+  // rid of them and not of its own: the cells made between BeginRun and EndRun are those of runs, all others the
+  // host's.
   void BeginRun();
   void EndRun();
-  enum class Leftovers { kOfAllRuns, kOfOlderRuns };
-  // Drops what runs left in the table, of all runs or of all but the last. The other cells stay, in their order, at new
-  // positions. m_nBeginCount becomes the number of frame marks that are left. Gives the number of cells dropped.
-  int DropLeftovers(Leftovers which);
+  // Drops what runs left among the first `end` cells, and the frames among them from m_nBeginCount. The other cells
+  // stay, in their order, at new positions.
+  void DropLeftovers(size_t end);
   int CountFrameMarks() const;
   // An empty cell that is in no table, or null without memory; and its end.
   CVarCell* NewVarCell();

@@ -20,9 +20,10 @@ TEST(DropLeftovers, KeepsTheOthersWithTheirNamesAndDuplicates) {
   table.CreateNewVarDup("new", "later");
   table.EndRun();
 
-  EXPECT_EQ(table.DropLeftovers(CVarArray::Leftovers::kOfOlderRuns), 3);
+  table.DropLeftovers(5);  // up to "later": of the older run
   EXPECT_EQ(table.m_Cells.size(), 4u);
-  EXPECT_EQ(table.m_nBeginCount, 1);
+  EXPECT_EQ(table.CountFrameMarks(), 1);
+  EXPECT_EQ(table.m_nBeginCount, 2);  // with the call
   const std::pair<const char*, int> places[] = {{"host", 0}, {"old", -1}, {"later", 1}, {"new", 3}};
   for (const auto& [name, place] : places) EXPECT_EQ(table.SearchVarPos(name), place) << name;
   // A store still goes up to the duplicate's origin, and ends where that is gone.
@@ -30,12 +31,12 @@ TEST(DropLeftovers, KeepsTheOthersWithTheirNamesAndDuplicates) {
   EXPECT_EQ(table.SearchVar("later")->lVal, 7);
   EXPECT_EQ(table.SearchVar("host")->lVal, 1);
 
-  EXPECT_EQ(table.DropLeftovers(CVarArray::Leftovers::kOfAllRuns), 2);
-  EXPECT_EQ(table.m_nBeginCount, 0);
+  table.DropLeftovers(4);
+  EXPECT_EQ(table.m_nBeginCount, 1);
   EXPECT_EQ(table.SearchVarPos("later"), 1);
   // Cells that were given back are the host's when it takes them again.
   table.CreateNewVar("again", "x");
-  EXPECT_EQ(table.DropLeftovers(CVarArray::Leftovers::kOfAllRuns), 0);
+  table.DropLeftovers(3);
   EXPECT_EQ(table.m_Cells.size(), 3u);
 }
 
@@ -45,7 +46,7 @@ TEST(DropLeftovers, FreesTheDuplicatesOfTheVeryFirstVariable) {
   table.CreateNewVar("first", int32_t{1});
   table.EndRun();
   table.CreateNewVarDup("dup", "first");
-  EXPECT_EQ(table.DropLeftovers(CVarArray::Leftovers::kOfAllRuns), 1);
+  table.DropLeftovers(table.m_Cells.size());
   EXPECT_EQ(table.SearchVar("dup")->nDupPos, -1);
 }
 

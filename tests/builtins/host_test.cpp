@@ -173,6 +173,11 @@ TEST_F(HostBuiltins, MsgBoxAsksTheHost) {
   EXPECT_NE(::testing::internal::GetCapturedStderr().find("nobody there"), std::string::npos);
 }
 
+TEST_F(HostBuiltins, AHostAssignsNoInt64ToAVariableOfAnotherType) {
+  EXPECT_THROW(caller.self.ChangeVarValue("text", int64_t{1}), CError);
+  EXPECT_EQ(caller.Text("text"), "old");
+}
+
 // A host that gives the record that it is set to give.
 struct RecordHost {
   static int32_t Fetch(const char* first, const char* second, std::vector<char>* record, uint32_t zero, CString* text) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <tuple>
 #include <vector>
 
 #include "support/builtin_call.h"
@@ -121,15 +122,16 @@ TEST_F(Veldctl, AFileThatCannotBeReadHasAPageThatNamesIt) {
 TEST_F(Veldctl, TheFolderIsThatOfTheFile) {
   std::filesystem::create_directory("folder");
   MakeFile("folder/page.html", "x");
+  MakeFile("page.html", "x");
   const std::string whole = folder_.path().string() + "/folder";
-  const std::pair<std::string, std::string> cases[] = {
-      {"folder\\page.html", "folder"}, {"folder/page.html", "folder"}, {whole + "/page.html", whole}};
+  const std::pair<std::string, std::string> cases[] = {{"folder\\page.html", "folder"},
+                                                       {"folder/page.html", "folder"},
+                                                       {whole + "/page.html", whole},
+                                                       {"page.html", "."}};
   for (const auto& [name, folder] : cases) {
     EXPECT_EQ(Send(kShowFile, name.c_str()), 0) << name;
     EXPECT_EQ(control_->Folder(), folder);
   }
-  Show("x");
-  EXPECT_EQ(control_->Folder(), ".");
 }
 
 TEST_F(Veldctl, MessagesAnswerAndCutAtAWholeCharacter) {
@@ -171,12 +173,7 @@ TEST_F(Veldctl, WhatTheUserEntersIsReadBackAndTheScriptsSettingIsNewer) {
 }
 
 TEST_F(Veldctl, LinksAndFormsBecomeCommands) {
-  struct Case {
-    std::string target;
-    std::vector<VeldField> fields;
-    std::string command;
-  };
-  const Case cases[] = {
+  const std::tuple<std::string, std::vector<VeldField>, std::string> cases[] = {
       {"karst:open?n=5", {}, "4 open?n=5"},
       {"KARST:查找", {{"题名", "红楼梦 A"}}, "4 查找?题名=红楼梦 A"},
       {"karst:find?by=title", {{"a", "1"}, {"a", ""}}, "4 find?by=title&a=1&a="},
@@ -198,15 +195,6 @@ TEST_F(Veldctl, LinksAndFormsBecomeCommands) {
   EXPECT_EQ(parent_->commands.size(), told);
   control_->FollowLink("karst:" + std::string(4094, 'x') + "红");
   EXPECT_EQ(LastCommand(), "1 " + std::string(4094, 'x'));
-}
-
-TEST_F(Veldctl, AFormsQueryIsOneForURLDelParam) {
-  const std::vector<VeldField> fields = {{"a", "1&b=2"}, {"b", "红"}, {"c", "3"}};
-  control_->SendForm("karst:find", fields);
-  testing::BuiltinCaller caller;
-  caller.Declare("url", LastCommand().substr(2));
-  EXPECT_EQ(caller.Call("URLDelParam", {testing::Ref{"url"}, 0, std::string("b")}), 1);
-  EXPECT_EQ(caller.Text("url"), "find?a=1%26b%3d2&c=3");
 }
 
 TEST(GbkWithReferences, NothingIsLostThatHasACodePoint) {

@@ -2,62 +2,22 @@
 // limits hold. And the board behind it: who is at a page, and when nobody is.
 #include "cli/windows/page_server.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <thread>
 
 #include "support/builtin_call.h"
+#include "support/local_client.h"
 #include "support/temp_folder.h"
 
 namespace karst::cli {
 namespace {
 
 using std::chrono::milliseconds;
+using testing::LocalClient;
 using testing::MakeFile;
-
-class Client {
- public:
-  explicit Client(int port, const char* address = "127.0.0.1") : socket_(socket(AF_INET, SOCK_STREAM, 0)) {
-    sockaddr_in target{};
-    target.sin_family = AF_INET;
-    target.sin_port = htons(static_cast<uint16_t>(port));
-    inet_pton(AF_INET, address, &target.sin_addr);
-    connected_ = connect(socket_, reinterpret_cast<sockaddr*>(&target), sizeof target) == 0;
-  }
-  Client(Client&& other) noexcept : socket_(std::exchange(other.socket_, -1)), connected_(other.connected_) {}
-  ~Client() {
-    if (socket_ >= 0) close(socket_);
-  }
-  bool IsConnected() const { return connected_; }
-  bool Send(const std::string& bytes) const {
-    return send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
-  }
-  // True once the other side has closed.
-  bool IsClosed(int wait = 0) const {
-    pollfd wanted{socket_, POLLIN, 0};
-    char byte;
-    return poll(&wanted, 1, wait) > 0 && recv(socket_, &byte, 1, MSG_PEEK) <= 0;
-  }
-  // Reads until `part` has come, or to the end.
-  std::string Read(const std::string& part = "\xFF\xFF") const {
-    std::string text;
-    char buffer[4096];
-    for (ssize_t count; text.find(part) == text.npos && (count = recv(socket_, buffer, sizeof buffer, 0)) > 0;) {
-      text.append(buffer, static_cast<size_t>(count));
-    }
-    return text;
-  }
-
- private:
-  int socket_;
-  bool connected_ = false;
-};
 
 HWND Frame(uintptr_t number) { return reinterpret_cast<HWND>(number); }
 
@@ -91,7 +51,7 @@ class Server : public ::testing::Test {
   }
 
   std::string Ask(const std::string& request) const {
-    const Client client(port_);
+    const LocalClient client(port_);
     client.Send(request);
     return client.Read();
   }
@@ -122,16 +82,13 @@ class Server : public ::testing::Test {
   int port_ = 0;
 };
 
-TEST_F(Server, SecretsHave128BitsAndNoTwoAreTheSame) {
+TEST_F(Server, SecretsHave128BitsAndItListensOnOneAddress) {
   EXPECT_EQ(secret_.size(), 32u);
   EXPECT_EQ(secret_.find_first_not_of("0123456789abcdef"), std::string::npos) << secret_;
   EXPECT_NE(secret_, other_secret_);
   EXPECT_EQ(server_->AddressOf(secret_), "http://" + host_ + "/" + secret_ + "/");
-}
-
-TEST_F(Server, ListensOnOneLoopbackAddressOnly) {
-  EXPECT_TRUE(Client(port_).IsConnected());
-  EXPECT_FALSE(Client(port_, "127.0.0.2").IsConnected()) << "it listens on all addresses";
+  EXPECT_TRUE(LocalClient(port_).IsConnected());
+  EXPECT_FALSE(LocalClient(port_, "127.0.0.2").IsConnected()) << "it listens on all addresses";
 }
 
 TEST_F(Server, AWrongHostOriginSecretOrMethodIsRefused) {
@@ -174,40 +131,37 @@ TEST_F(Server, AWrongHostOriginSecretOrMethodIsRefused) {
 }
 
 TEST_F(Server, OnlyThePageAndFilesBesideItAreServed) {
-  const std::pair<std::string, std::string> cases[] = {
-      {"page/?1.1", "document"},
-      {"page/near.txt", "near"},
-      {"page/sub/deep.txt", "deep"},
-      {"page/%E7%BA%A2.txt", "red"},
-      {"page/none.txt", ""},
-      {"page/sub", ""},
-      {"page/sub/", ""},
-      {"page/link.txt", ""},
-      {"page/inner.txt", ""},
-      {"page/up/secret.txt", ""},
-      {"page/../secret.txt", ""},
-      {"page/%2e%2e/secret.txt", ""},
-      {"page/..%2fsecret.txt", ""},
-      {"page/sub/../near.txt", ""},
-      {"page/sub/../../secret.txt", ""},
-      {"page//etc/hostname", ""},
-      {"page/%2fetc/hostname", ""},
-      {"page/.hidden", ""},
-      {"page/./near.txt", ""},
-      {"page/pipe", ""},
-      {"page/near.txt%00.png", ""},
-      {"page/..\\secret.txt", ""},
-      {"secret.txt", ""},
-      {"../secret.txt", ""},
-      {"page/..%5csecret.txt", ""},
-      {"page/%252e%252e/secret.txt", ""},
-  };
-  for (const auto& [path, body] : cases) {
-    const std::string answer = Get(path);
-    EXPECT_EQ(StatusOf(answer), body.empty() ? "HTTP/1.1 404" : "HTTP/1.1 200") << path;
-    if (!body.empty()) {
-      EXPECT_EQ(BodyOf(answer), body) << path;
-    }
+  const std::pair<std::string, std::string> served[] = {{"page/?1.1", "document"},
+                                                        {"page/near.txt", "near"},
+                                                        {"page/sub/deep.txt", "deep"},
+                                                        {"page/%E7%BA%A2.txt", "red"}};
+  for (const auto& [path, body] : served) {
+    EXPECT_EQ(StatusOf(Get(path)), "HTTP/1.1 200") << path;
+    EXPECT_EQ(BodyOf(Get(path)), body) << path;
+  }
+  for (const char* path : {"page/none.txt",
+                           "page/sub",
+                           "page/sub/",
+                           "page/link.txt",
+                           "page/inner.txt",
+                           "page/up/secret.txt",
+                           "page/../secret.txt",
+                           "page/%2e%2e/secret.txt",
+                           "page/..%2fsecret.txt",
+                           "page/sub/../near.txt",
+                           "page/sub/../../secret.txt",
+                           "page//etc/hostname",
+                           "page/%2fetc/hostname",
+                           "page/.hidden",
+                           "page/./near.txt",
+                           "page/pipe",
+                           "page/near.txt%00.png",
+                           "page/..\\secret.txt",
+                           "secret.txt",
+                           "../secret.txt",
+                           "page/..%5csecret.txt",
+                           "page/%252e%252e/secret.txt"}) {
+    EXPECT_EQ(StatusOf(Get(path)), "HTTP/1.1 404") << path;
   }
   EXPECT_NE(Get("page/near.txt").find("sandbox"), std::string::npos);
   EXPECT_EQ(StatusOf(Ask("GET /" + other_secret_ + "/page/near.txt HTTP/1.1\r\nHost: " + host_ + "\r\n\r\n")),
@@ -266,7 +220,7 @@ TEST_F(Server, SizesHaveLimits) {
   std::string lines;
   while (lines.size() < 1 << 20) lines += "X: y\r\n";
   for (const std::string& head : heads) {
-    const Client client(port_);
+    const LocalClient client(port_);
     client.Send(head);
     constexpr int kMuch = 64;  // megabytes: more than the buffers on the way hold
     int sent = 0;
@@ -279,10 +233,10 @@ TEST_F(Server, SizesHaveLimits) {
 
 TEST_F(Server, CountsHaveLimitsAndTheServerComesBack) {
   {
-    std::vector<Client> crowd;
+    std::vector<LocalClient> crowd;
     for (int i = 0; i < 150; ++i) crowd.emplace_back(port_);
     int closed = 0;
-    for (const Client& client : crowd) closed += client.IsClosed(closed == 0 ? 50 : 0);
+    for (const LocalClient& client : crowd) closed += client.IsClosed(closed == 0 ? 50 : 0);
     EXPECT_GE(closed, 40) << "connections that say nothing are all kept";
   }
   std::string status;
@@ -291,7 +245,7 @@ TEST_F(Server, CountsHaveLimitsAndTheServerComesBack) {
 }
 
 TEST_F(Server, OnlySoManyFollowOnePage) {
-  std::vector<Client> followers;
+  std::vector<LocalClient> followers;
   for (size_t i = 0; i <= PageBoard::kMostViewers; ++i) {
     followers.emplace_back(port_);
     followers.back().Send("GET /" + secret_ + "/events?viewer=v" + std::to_string(i) + " HTTP/1.1\r\nHost: " + host_ +
@@ -305,8 +259,8 @@ TEST_F(Server, OnlySoManyFollowOnePage) {
 }
 
 TEST_F(Server, EndsSoonWhateverIsConnected) {
-  const Client silent(port_);
-  const Client following(port_);
+  const LocalClient silent(port_);
+  const LocalClient following(port_);
   following.Send("GET /" + secret_ + "/events?viewer=v HTTP/1.1\r\nHost: " + host_ + "\r\n\r\n");
   following.Read("data: ");
   board_.RunIsOver();

@@ -1,7 +1,6 @@
 // Any bytes as a source: the rewrite, the token walk and the scans over the code stay inside the buffer, and a second
 // walk over the code that the first one edited sees the same tokens.
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -10,9 +9,12 @@
 
 #include "helpers/zebutil.h"
 #include "script/code.h"
+#include "support/fuzz_input.h"
 #include "support/scratch_folder.h"
 
 namespace {
+
+using karst::testing::Require;
 
 struct SeenToken {
   int number;
@@ -46,9 +48,7 @@ class LoadedCode : public CCode {
     return seen;
   }
 
-  void CheckPosition() const {
-    if (lpProg < lpCodeBuffer || lpProg >= lpCodeBuffer + nCodeLen) std::abort();
-  }
+  void CheckPosition() const { Require(lpProg >= lpCodeBuffer && lpProg < lpCodeBuffer + nCodeLen); }
 
   // The scans, from a place where a token ends and with that place as the end of a piece.
   void ScanFrom(ptrdiff_t offset) {
@@ -72,12 +72,12 @@ class LoadedCode : public CCode {
 
 void Exercise(LoadedCode& code) {
   const std::vector<SeenToken> first = code.Walk();
-  if (first != code.Walk()) std::abort();
+  Require(first == code.Walk());
   const size_t step = first.size() / 8 + 1;
   for (size_t i = 0; i < first.size(); i += step) code.ScanFrom(first[i].behind);
   for (const char* label : {"a", "again", "`2", ""}) {
     const char* found = code.FindLabel(label);
-    if (found && (found < code.lpCodeBuffer || found >= code.lpCodeBuffer + code.nCodeLen)) std::abort();
+    Require(!found || (found >= code.lpCodeBuffer && found < code.lpCodeBuffer + code.nCodeLen));
   }
   code.DumpCode("dump", code.lpCodeBuffer, code.nCodeLen);
 }
@@ -86,10 +86,8 @@ void Exercise(LoadedCode& code) {
 void CheckRewriteInPlace(LoadedCode& code, const std::string& source, const std::string& rewritten) {
   char* buffer = new char[source.size() + 1];
   std::memcpy(buffer, source.c_str(), source.size() + 1);
-  const int length = code.ChangeCode(&buffer, static_cast<int>(source.size()));
-  if (length != static_cast<int>(rewritten.size()) || std::memcmp(buffer, rewritten.data(), rewritten.size()) != 0) {
-    std::abort();
-  }
+  const auto length = static_cast<size_t>(code.ChangeCode(&buffer, static_cast<int>(source.size())));
+  Require(std::string(buffer, length) == rewritten);
   delete[] buffer;
 }
 

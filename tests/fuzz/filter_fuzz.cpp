@@ -17,32 +17,15 @@ constexpr size_t kMostRecordBytes = 4096;
 // For inputs that bring no records: enough of them that every piece runs often.
 std::string OwnRecords() {
   std::string records;
-  for (const char* title : {"one", "two", "three", "four"}) {
-    records += IsoBytes({{"001", title},
-                         {"010",
-                          "  \x1F"
-                          "a7-80\x1F"
-                          "dCNY1"},
-                         {"200",
-                          "1 \x1F"
-                          "a" +
-                              std::string(title) +
-                              "\x1F"
-                              "fx\x1F"
-                              "ay"},
-                         {"461",
-                          " 0\x1F"
-                          "12001 \x1F"
-                          "av\x1F"
-                          "1225  \x1F"
-                          "aw"},
-                         {"606",
-                          "0 \x1F"
-                          "as\x1F"
-                          "xt"},
-                         {"606",
-                          "0 \x1F"
-                          "au"}});
+  for (const std::string title : {"one", "two", "three", "four"}) {
+    std::vector<IsoField> fields = {{"001", title},
+                                    {"010", "  $a7-80$dCNY1"},
+                                    {"200", "1 $a" + title + "$fx$ay"},
+                                    {"461", " 0$12001 $av$1225  $aw"},
+                                    {"606", "0 $as$xt"},
+                                    {"606", "0 $au"}};
+    for (IsoField& field : fields) std::replace(field.body.begin(), field.body.end(), '$', '\x1F');
+    records += IsoBytes(fields);
   }
   return records;
 }

@@ -113,29 +113,17 @@ void CompareRuns(Body observe) {
   std::abort();
 }
 
-inline std::string LowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-  return text;
-}
-
-// True if a built-in that takes a file's name is called, by its own name or by a number.
-inline bool MayReachFiles(const std::string& lower_case) {
-  for (const char* name : {"open", "fnprintf", "bmprintf", "fncat", "@"}) {
-    if (lower_case.find(name) != lower_case.npos) return true;
-  }
-  return false;
-}
-
 // Handles are never the same twice, so a script that opens files differs from run to run by itself. File names must
-// stay within the folder.
+// stay within the folder, where a built-in that takes one is called by its name or by a number.
 inline bool IsWorthRunning(const std::string& source) {
   constexpr size_t kLongestScript = 4096;
   if (source.size() > kLongestScript) return false;
-  const std::string lower_case = LowerCase(source);
-  if (lower_case.find("open") != source.npos || lower_case.find("@15") != source.npos) return false;
-  if (!MayReachFiles(lower_case)) return true;
-  return source.find_first_of("/\\") == source.npos && source.find("..") == source.npos &&
-         source.find("%c") == source.npos;
+  std::string lower_case = source;
+  std::transform(source.begin(), source.end(), lower_case.begin(), [](unsigned char c) { return std::tolower(c); });
+  const auto holds = [&](const char* text) { return lower_case.find(text) != source.npos; };
+  if (holds("open") || holds("@15")) return false;
+  if (!holds("fnprintf") && !holds("bmprintf") && !holds("fncat") && !holds("@")) return true;
+  return source.find_first_of("/\\") == source.npos && !holds("..") && source.find("%c") == source.npos;
 }
 
 // Handles far from the numbers that a script writes, so that none closes a file of the cache by chance.

@@ -4,16 +4,13 @@
 // The request goes over a connection to the real server: its limits stand between the socket and the HTTP library, and
 // nothing below that would have them all. In the input the bytes 1, 2 and 3 stand for the page's secret, the server's
 // host and a ticket.
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <filesystem>
 #include <fstream>
 
 #include "cli/windows/page_server.h"
 #include "support/fuzz_input.h"
+#include "support/local_client.h"
 #include "support/scratch_folder.h"
 
 namespace {
@@ -71,24 +68,11 @@ class Bench {
 
   // What came back; empty where the server closed without a word.
   std::string Ask(std::string_view request) const {
-    const int connection = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in target{};
-    target.sin_family = AF_INET;
-    target.sin_port = htons(static_cast<uint16_t>(std::stoi(host_.substr(host_.find(':') + 1))));
-    target.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    Require(connect(connection, reinterpret_cast<sockaddr*>(&target), sizeof target) == 0);
-    for (ssize_t sent; !request.empty(); request.remove_prefix(static_cast<size_t>(sent))) {
-      sent = send(connection, request.data(), request.size(), MSG_NOSIGNAL);
-      if (sent <= 0) break;
-    }
-    shutdown(connection, SHUT_WR);
-    std::string answer;
-    char buffer[4096];
-    for (ssize_t count; (count = recv(connection, buffer, sizeof buffer, 0)) > 0;) {
-      answer.append(buffer, static_cast<size_t>(count));
-    }
-    close(connection);
-    return answer;
+    const karst::testing::LocalClient client(std::stoi(host_.substr(host_.find(':') + 1)));
+    Require(client.IsConnected());
+    client.Send(request);
+    client.EndSending();
+    return client.Read();
   }
 
   bool IsWell() { return Ask(WithoutMarks("GET /\1/page/near.txt HTTP/1.1\r\nHost: \2\r\n\r\n")).ends_with(kNear); }

@@ -2,4 +2,3 @@
 #pragma once
 
 #define KARST_API __attribute__((visibility("default")))
-#define KARST_HIDDEN __attribute__((visibility("hidden")))

@@ -34,7 +34,6 @@ class RecordFileReader {
 
   // What was found out at Open.
   RecordFormat Format() const { return format_; }
-  bool IsCompressed() const { return state_->compressed; }
   // Bytes of the file as it lies on the disk.
   uint64_t Size() const { return state_->size; }
   uint64_t Position() const;

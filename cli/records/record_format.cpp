@@ -35,12 +35,6 @@ constexpr Names<RecordFormat, 9> kEndings = {{{RecordFormat::kIso2709, ".iso"},
 constexpr std::string_view kGzEnding = ".gz";
 
 template <class Value, size_t kCount>
-std::string_view NameIn(const Names<Value, kCount>& names, Value value) {
-  const auto found = std::find_if(names.begin(), names.end(), [&](const auto& name) { return name.first == value; });
-  return found->second;
-}
-
-template <class Value, size_t kCount>
 std::optional<Value> ValueIn(const Names<Value, kCount>& names, std::string_view name) {
   const std::string wanted = LoweredAscii(name);
   const auto found = std::find_if(names.begin(), names.end(), [&](const auto& pair) { return pair.second == wanted; });
@@ -49,9 +43,6 @@ std::optional<Value> ValueIn(const Names<Value, kCount>& names, std::string_view
 
 }  // namespace
 
-std::string_view NameOf(RecordFormat format) { return NameIn(kFormats, format); }
-std::string_view NameOf(RecordCharset charset) { return NameIn(kCharsets, charset); }
-std::string_view NameOf(Flavour flavour) { return NameIn(kFlavours, flavour); }
 std::optional<RecordFormat> FormatByName(std::string_view name) { return ValueIn(kFormats, name); }
 std::optional<RecordCharset> CharsetByName(std::string_view name) { return ValueIn(kCharsets, name); }
 std::optional<Flavour> FlavourByName(std::string_view name) { return ValueIn(kFlavours, name); }

@@ -11,12 +11,8 @@ enum class RecordCharset { kAuto, kGbk, kUtf8 };
 // Where a record says in which charset it is: nowhere, in byte 9 of the leader, in 100 $a.
 enum class Flavour { kAuto, kNone, kMarc21, kUnimarc };
 
-// "auto", "iso2709", "internal", "marcxml", "lines".
-std::string_view NameOf(RecordFormat format);
-// "auto", "gbk", "utf-8".
-std::string_view NameOf(RecordCharset charset);
-std::string_view NameOf(Flavour flavour);
-// The ways back, in any case of letters; nothing for another name.
+// By their names, in any case of letters: "auto", "iso2709", "internal", "marcxml", "lines"; "auto", "gbk", "utf-8";
+// "auto", "none", "marc21", "unimarc". Nothing for another name.
 std::optional<RecordFormat> FormatByName(std::string_view name);
 std::optional<RecordCharset> CharsetByName(std::string_view name);
 std::optional<Flavour> FlavourByName(std::string_view name);

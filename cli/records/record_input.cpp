@@ -82,14 +82,9 @@ const char* RecordInput::GetCurRec() {
   return was_utf8_ ? gbk_.c_str() : reader_->Parser()->Text().data();
 }
 
-std::string_view RecordInput::CurrentRawBytes() const {
-  return has_record_ ? reader_->Parser()->RawBytes() : std::string_view();
-}
-
 void RecordInput::OnSkippedRecord(SkippedRecordHandler handler) { on_skipped_ = std::move(handler); }
 
 const RecordParser* RecordInput::Parser() const { return reader_ ? reader_->Parser() : nullptr; }
-uint64_t RecordInput::CurrentOffset() const { return Parser() ? Parser()->RecordOffset() : 0; }
 uint64_t RecordInput::ByteSize() const { return reader_ ? reader_->Size() : 0; }
 uint64_t RecordInput::BytePosition() const { return reader_ ? reader_->Position() : 0; }
 uint64_t RecordInput::RecordCount() const { return Parser() ? Parser()->RecordCount() : 0; }
@@ -98,6 +93,5 @@ uint64_t RecordInput::SkippedBytes() const { return Parser() ? Parser()->Skipped
 uint64_t RecordInput::RepairedCount() const { return Parser() ? Parser()->RepairedCount() : 0; }
 RecordFormat RecordInput::Format() const { return reader_ ? reader_->Format() : RecordFormat::kAuto; }
 bool RecordInput::IsInNoFormat() const { return reader_ && Parser() && reader_->IsInNoFormat(); }
-bool RecordInput::IsCompressed() const { return reader_ && reader_->IsCompressed(); }
 
 }  // namespace karst::cli

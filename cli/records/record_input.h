@@ -58,13 +58,6 @@ class RecordInput : public CMARCStream {
   // True if NextRecord gave -1 because all of the file was passed over and it is in no format.
   bool IsInNoFormat() const;
 
-  // The bytes of the current record as they stand in the file, uncompressed, and their offset there. Valid until the
-  // next NextRecord. A record of MARCXML is its element, one of the line form its lines.
-  std::string_view CurrentRawBytes() const;
-  uint64_t CurrentOffset() const;
-  // True if the current record was UTF-8 in the file.
-  bool CurrentWasUtf8() const { return was_utf8_; }
-
   // As CMARCFile::OnSkippedRecord; offsets are those of the uncompressed bytes, the reason is GBK text.
   void OnSkippedRecord(SkippedRecordHandler handler);
 
@@ -80,7 +73,6 @@ class RecordInput : public CMARCStream {
 
   // What was found out at Open. kIso2709 stands for the internal form too.
   RecordFormat Format() const;
-  bool IsCompressed() const;
 
  private:
   void Begin();

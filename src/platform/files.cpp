@@ -121,8 +121,6 @@ FileHandle OpenWithStyle(const char* name, unsigned style, FileOwner owner) {
   return OpenWithFlags(name, style & kStyleWrite ? O_WRONLY : O_RDONLY, owner);
 }
 
-FileHandle OpenExistingForWriting(const char* name) { return OpenWithFlags(name, O_WRONLY); }
-
 FileHandle CreateForWriting(const char* name) { return OpenWithFlags(name, kCreate); }
 
 FileHandle OpenForReading(const char* name) { return OpenWithFlags(name, O_RDONLY); }

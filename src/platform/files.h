@@ -35,8 +35,6 @@ enum class SeekFrom { kStart, kCurrent, kEnd };
 // makes it (for writing, also without the write bit). Exists gives 1 if the file is there and keeps nothing open;
 // delete removes it and gives 1. -1 on failure.
 KARST_API FileHandle OpenWithStyle(const char* name, unsigned style, FileOwner owner = kNoOwner);
-// Opens an existing file for writing (position 0), -1 if there is none.
-KARST_API FileHandle OpenExistingForWriting(const char* name);
 // Creates a file, or empties an existing one, for writing.
 KARST_API FileHandle CreateForWriting(const char* name);
 KARST_API FileHandle OpenForReading(const char* name);

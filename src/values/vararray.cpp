@@ -64,8 +64,6 @@ CVarArray::~CVarArray() { ClearVars(); }
 
 int CVarArray::NameId(std::string_view name) { return store_->SlotOf(name).number; }
 
-CVarCell* CVarArray::SearchVarById(int name_id) { return store_->Slot(name_id).newest; }
-
 CVarCell* CVarArray::SearchVar(const char* name) {
   const NameSlot* slot = store_->FindSlot(name);
   return slot ? slot->newest : nullptr;

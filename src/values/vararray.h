@@ -124,8 +124,6 @@ class KARST_API CVarArray : public virtual CRunable {
 
   // A name's number, the same for the life of the table: the quick way to a variable that is wanted often.
   int NameId(std::string_view name);
-  // As SearchVar, by number.
-  CVarCell* SearchVarById(int name_id);
   // As ChangeVarValue for a name that has a number, but std::bad_alloc without memory. `text` holds no NUL, here and
   // below.
   int ChangeTextById(int name_id, std::string_view text);

@@ -59,7 +59,6 @@ class KARST_API QueuedWindows : public WindowSystem {
 
   // The window's state, or null. Good until the next change of any window.
   const WindowState* StateOf(HWND window) const;
-  HWND Focus() const { return focus_; }
 
  protected:
   // On the script's thread. A frame has been created, or its title, place or visibility is another.

@@ -306,6 +306,16 @@ TEST_F(HyperWindows, AHostMayTakeTheAwaitedWindowAway) {
   EXPECT_EQ(Wait(1), "-1 ");
 }
 
+TEST_F(HyperWindows, AStopOfAnotherThreadEndsAWait) {
+  const HostControl host(log, controls, "host");
+  caller.self.SetDefaultHyperWindow(host.control);
+  std::thread stopper;
+  windows->Post([&] { stopper = std::thread([this] { caller.self.Stop(); }); });
+  EXPECT_EQ(Wait(0), "-1 ");
+  EXPECT_TRUE(caller.self.IsStop());
+  stopper.join();
+}
+
 TEST_F(HyperWindows, PostsOfOtherThreadsRunInTheWaitInTheirOrder) {
   Open();
   constexpr int kPosts = 200;

@@ -62,18 +62,5 @@ TEST(JineiToISO2709, TakesAnyBytes) {
   }
 }
 
-TEST(my_itoa, WritesExactlyItsWidth) {
-  const struct {
-    int number, width;
-    const char* written;
-  } cases[] = {{7, 5, "00007..."}, {123456, 4, "3456..."},          {0, 1, "0..."}, {5, 0, "..."}, {5, -1, "..."},
-               {-12, 3, "012..."}, {INT32_MIN, 10, "2147483648..."}};
-  for (const auto& each : cases) {
-    char buffer[] = ".............";
-    EXPECT_EQ(CMARCFLT().my_itoa(each.number, buffer, each.width), 0);
-    EXPECT_TRUE(std::string_view(buffer).starts_with(each.written)) << buffer;
-  }
-}
-
 }  // namespace
 }  // namespace karst::testing

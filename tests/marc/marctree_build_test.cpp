@@ -1,7 +1,6 @@
 // The building of a tree: pieces byte by byte, links, Common blocks, and building again.
 #include <gtest/gtest.h>
 
-#include "marc/cellstack.h"
 #include "marc/marctree.h"
 #include "support/child_process.h"
 #include "support/filter_bench.h"
@@ -122,30 +121,6 @@ TEST(DumpPicesCode, ShowsAPieceAndWritesItInReadableForm) {
   EXPECT_EQ(bench.tree.DumpPicesCode(bench.tree.m_pheadcell), 0);
   EXPECT_EQ(bench.Output(),
             "\r\n******** dump pices code begin *******\r\ncode[]\r\n******** dump pices code end *******");
-}
-
-// The last of 150 stands at level 149; 1,024 bytes of its line pass, and that is the indent alone.
-TEST(DumpMARCTree, CutsALineThatTheIndentMakesTooLong) {
-  std::string source;
-  for (int i = 100; i < 250; ++i) source += "Field \"" + std::to_string(i) + "\" {\n";
-  for (int i = 100; i < 250; ++i) source += "}\n";
-  FilterBench bench(source);
-  EXPECT_EQ(bench.tree.DumpMARCTree(), 0);
-  EXPECT_NE(bench.Output().find("\r\n " + std::string(8 * 120, ' ') + " Field \"220\""), std::string::npos);
-  EXPECT_NE(bench.Output().find("\r\n" + std::string(1022, ' ') + " codelen["), std::string::npos);
-  EXPECT_EQ(bench.Output().find("\"249\""), std::string::npos);
-}
-
-TEST(CCellStack, RefusesThePopOfNothingAndCopies) {
-  CCell cells[2];
-  CCellStack stack;
-  for (CCell& cell : cells) stack.PushCell(&cell);
-  const CCellStack copy = stack;
-  EXPECT_EQ(stack.PopCell(), &cells[1]);
-  EXPECT_EQ(stack.PopCell(), &cells[0]);
-  EXPECT_EQ(stack.CurStackCell(), nullptr);
-  EXPECT_EQ(RefusalOf([&] { stack.PopCell(); }), "PopCell Reach Bottom !");
-  EXPECT_EQ(copy.CurStackCell(), &cells[1]);
 }
 
 }  // namespace

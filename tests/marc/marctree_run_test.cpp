@@ -35,33 +35,6 @@ TEST(RunMARCTree, TakesEachResultOfAStream) {
   EXPECT_EQ(none.Output(), message + message);
 }
 
-TEST(RunRecord, GivesTheResultOfTheLastRecordOrPiece) {
-  const struct {
-    const char* filter;
-    int after_record;  // what the stream gives then
-    int result;
-    int open_scopes;
-  } cases[] = {
-      {"Record {\n}\n", 1, 1, 0},
-      {"Record {\n}\n", -1, -1, 0},
-      {"Record {\nField \"200\" {\nstop -1\n}\n}\n", 1, -1, 1},
-      {"Record {\nGroup {\n}\n}\n", 1, -1, 1},
-      {"Record {\nField \"200\" {\n}\n{\nstop -1\n}\n}\n", 1, -1, 1},
-      {"Record {\n{\nstop -1\n}\n}\n", 1, 1, 0},
-  };
-  for (const auto& each : cases) {
-    SCOPED_TRACE(each.filter);
-    FilterBench bench(each.filter);
-    FakeStream stream;
-    stream.steps = {{0, kRecord}, {each.after_record, ""}};
-    bench.tree.Initial();
-    EXPECT_EQ(bench.tree.RunRecord(bench.tree.m_pheadcell->pNext, &stream), each.result);
-    EXPECT_EQ(bench.tree.nRunState, 0);
-    // The scope of the Record block's brace stays open where its closing code was not reached.
-    EXPECT_EQ(bench.tree.m_nBeginCount, each.open_scopes);
-  }
-}
-
 TEST(RunMARCTree, DropsWhatTheRunDeclaredAndKeepsWhatStoodBefore) {
   FilterBench bench("int n = 3\nRecord {\nkept = kept + n\n}\n");
   bench.tree.CreateNewVar("kept", 0);

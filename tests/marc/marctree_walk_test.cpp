@@ -22,39 +22,6 @@ void Walk(FilterBench& bench, std::vector<std::string> records) {
   EXPECT_EQ(bench.tree.RunMARCTree(&stream), 0);
 }
 
-TEST(Mymemcmp, ComparesUpToTheFirstDifference) {
-  const struct {
-    const char *left, *right;
-    int count, result;
-  } cases[] = {{"200", "200", 3, 0},  {"2*0", "290", 3, 0}, {"29x", "*9*", 3, 0},
-               {"201", "209", 3, -8}, {"209", "201", 2, 0}, {"\xB0", "A", 1, static_cast<signed char>(0xB0) - 'A'}};
-  CMARCTree tree;
-  for (const auto& each : cases) EXPECT_EQ(tree.mymemcmp(each.left, each.right, each.count), each.result) << each.left;
-}
-
-TEST(EnvironmentFrames, HoldTheirVariablesInOrder) {
-  CMARCTree tree;
-  tree.m_nRecordCount = 4;
-  EXPECT_EQ(tree.InitialRecordVars("rec") + tree.InitialMiddleVars() + tree.InitialFieldVars(), 0);
-  EXPECT_EQ(tree.InitialGroupVars() + tree.InitialSubFieldVars() + tree.InitialEnvVars(), 0);
-  std::string names;
-  for (const CVarCell* cell : tree.m_Cells) {
-    names += std::string(cell->name.view()) + (cell->leixing == kInt ? "# " : cell->leixing == kText ? "$ " : " ");
-  }
-  EXPECT_EQ(names,
-            "begin _RECORD$ _RECORDCOUNT# begin _FIELDCOUNT# _PREVFIELDNAME$ _NEXTFIELDNAME$ "
-            "begin _FIELD$ _INDICATOR$ _FIELDNAME$ _FIELDDUP# _PREVSUBFIELDNAME$ begin _GROUP$ _GROUPCOUNT# _GROUPDUP# "
-            "begin _SUBFIELDNAME$ _SUBFIELD$ _SUBFIELDDUP# _SUBFIELDCOUNT# "
-            "begin _FIELD$ _INDICATOR$ _FIELDNAME$ _PREVFIELDNAME$ _NEXTFIELDNAME$ _FIELDDUP# _SUBFIELDNAME$ "
-            "_SUBFIELD$ _PREVSUBFIELDNAME$ _SUBFIELDDUP# ");
-  EXPECT_EQ(tree.SearchVar("_RECORD")->string->view(), "rec");
-  EXPECT_EQ(tree.SearchVar("_RECORDCOUNT")->lVal, 4);
-  EXPECT_EQ(tree.EndEnvVars() + tree.EndSubFieldVars() + tree.EndGroupVars() + tree.EndFieldVars(), 0);
-  EXPECT_EQ(tree.EndMiddleVars() + tree.EndRecordVars(), 0);
-  EXPECT_EQ(tree.m_Cells.size(), 0u);
-  EXPECT_THROW(tree.EndRecordVars(), CError);
-}
-
 TEST(ProceedAField, TakesTheLengthAtItsWord) {
   FilterBench bench(
       "Field \"***\" {\nif _FIELDNAME == \"999\"\n{\nstop -1\n}\n"
@@ -81,30 +48,6 @@ TEST(ProceedAField, TakesTheLengthAtItsWord) {
             "200 i[12] f[abc] <100 >300.201 i[] f[] <200 >300.202 i[] f[] <201 >.998 i[  ] f[x] <202 >."
             "2 i[] f[] <998 >.00 i[] f[] < >.");
   EXPECT_EQ(FieldCell(bench)->nDupCount, 7);
-}
-
-TEST(ProceedHeader, LeavesTheNextNameWhereNoneIsGiven) {
-  FilterBench bench(
-      "Field \"hdr\" {\nprintf(\"%s [%s] %d <%s >%s.\", _FIELDNAME, _FIELD, _FIELDDUP, _PREVFIELDNAME, "
-      "_NEXTFIELDNAME)\n}\n");
-  bench.tree.InitialMiddleVars();
-  bench.tree.ChangeVarValue("_NEXTFIELDNAME", "old");
-  EXPECT_EQ(bench.tree.ProceedHeader("header", FieldCell(bench), nullptr), 0);
-  EXPECT_EQ(bench.tree.ProceedHeader("again", FieldCell(bench), "001"), 0);
-  EXPECT_EQ(bench.Output(), "hdr [header] 1 < >old.hdr [again] 2 < >001.");
-}
-
-TEST(RecordWalk, RefusesWhatIsNotTheRightKindOfCell) {
-  FilterBench bench("Field \"200\" {\n}\n");
-  for (CCell* cell : {static_cast<CCell*>(nullptr), bench.tree.m_pheadcell}) {
-    EXPECT_EQ(bench.tree.RunMiddleTree("", 0, cell), -1);
-    EXPECT_EQ(bench.tree.ProceedAllSubfield("", cell), -1);
-  }
-  EXPECT_EQ(bench.tree.RunPicesCode(nullptr), -1);
-  EXPECT_EQ(bench.tree.RunGroup("", nullptr), -1);
-  EXPECT_EQ(bench.tree.RunCommonTree("", nullptr), -1);
-  EXPECT_EQ(bench.tree.RunRootFinal(nullptr), -1);
-  EXPECT_EQ(bench.tree.RunMiddleTree(nullptr, 0, FieldCell(bench)), 0);
 }
 
 TEST(RecordWalk, TakesFieldsThatAreTooShortForTheirParts) {

@@ -112,40 +112,6 @@ TEST(Threads, FilterRecordAfterRecord) {
   EXPECT_EQ(boxes, 9 * (20 + 60));
 }
 
-void Collect(void* user, const char* text, size_t length) { static_cast<std::string*>(user)->append(text, length); }
-
-TEST(Threads, UseTheCInterface) {
-  const TempFolder folder;
-  std::ofstream("f.flt", std::ios::binary) << kFilter;
-  std::ofstream("r.mrc", std::ios::binary) << kRecords[0] << "junk\x1d" << kRecords[1];
-  ExpectTheSameEverywhere([](int thread) {
-    const std::string file = "out" + std::to_string(thread);
-    karst_engine* engine = karst_engine_new(KARST_UTF8);
-    karst_reader* reader = karst_reader_new(KARST_UTF8);
-    std::string given;
-    karst_on_message(engine, Collect, &given);
-    karst_on_message_box(
-        engine, [](void* user, const char* text, size_t length) { return Collect(user, text, length), 1; }, &given);
-    EXPECT_EQ(karst_load_filter(engine, "f.flt", 5), KARST_OK);
-    EXPECT_EQ(karst_set_variable(engine, "HyperFn", 7, file.data(), file.size()), KARST_OK);
-    for (int i = 0; i < 30; ++i) {
-      EXPECT_EQ(karst_reader_open(reader, "r.mrc", 5), KARST_OK);
-      while (karst_reader_next(reader) != KARST_END) {
-        size_t length = 0;
-        const char* record = karst_reader_text(reader, &length);
-        const char* output = nullptr;
-        karst_filter_record(engine, length ? record : kRecords[2].data(), length ? length : kRecords[2].size(), &output,
-                            &length);
-        given += std::string(output, length) + karst_error_text(engine, nullptr);
-      }
-    }
-    EXPECT_EQ(karst_filter_file(engine, "r.mrc", 5), KARST_OK);
-    karst_reader_free(reader);
-    karst_engine_free(engine);
-    return given;
-  });
-}
-
 // The same record for ever.
 class EndlessStream : public CMARCStream {
  public:

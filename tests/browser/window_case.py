@@ -1,18 +1,31 @@
 """What tests of windows in a browser have in common."""
 
+import atexit
 import unittest
 
+from karst_run import Folder, Run
 from webdriver import Browser, wait_until
 
 
 class WindowCase(unittest.TestCase):
-    """One browser for all tests of a class, with one page that stays."""
+    """One browser for all tests, with one page that stays."""
+
+    browser = None
 
     @classmethod
     def setUpClass(cls):
-        cls.browser = Browser()
-        cls.addClassCleanup(cls.browser.__exit__)
-        cls.home = cls.browser.pages()[0]
+        if not WindowCase.browser:
+            WindowCase.browser = Browser()
+            WindowCase.home = cls.browser.pages()[0]
+            atexit.register(cls.browser.__exit__)
+
+    def start(self, script, page_html, shown=True, **files):
+        """Runs a script in a folder of its own until the test ends, and shows its first window."""
+        self.folder = self.enterContext(Folder(a_pro=script, page_html=page_html, **files))
+        run = self.enterContext(Run(self.folder, "run", "a.pro"))
+        if shown:
+            self.show(run)
+        return run
 
     def tearDown(self):
         for handle in self.browser.pages():

@@ -47,7 +47,7 @@ class Session:
         self.folder = folder
         kept = {name: value for name, value in os.environ.items()
                 if not re.match("LC_|LANG|DISPLAY|WAYLAND_DISPLAY", name)}
-        self.environment = kept | {"PATH": f"{pathlib.Path(program).parent}:{os.environ['PATH']}", "ROOT": str(ROOT),
+        self.environment = kept | {"PATH": f"{pathlib.Path(program).resolve().parent}:{os.environ['PATH']}", "ROOT": str(ROOT),
                                    "BASH_ENV": str(HERE / "prelude.bash"), "HOME": str(folder)}
 
     def run(self, command):

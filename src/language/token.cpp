@@ -59,11 +59,6 @@ constexpr bool EveryWordHoldsItsNumberForm() {
 }
 static_assert(EveryWordHoldsItsNumberForm());
 
-const char* WordEnd(const char* p) {
-  while (!Has(*p, kWordEndByte)) ++p;
-  return p;
-}
-
 ScannedToken& Finish(ScannedToken& token, const char* end) {
   token.end = end;
   token.text = std::string_view(token.start, static_cast<size_t>(end - token.start));
@@ -94,9 +89,9 @@ ScannedToken& LineEnd(ScannedToken& token) {
 
 ScannedToken& Literal(const CodeSpan& code, ScannedToken& token) {
   token.cls = STRING;
-  const char* content = token.start + 5;
+  const char* content = token.start + kLiteralHead;
   int32_t length = 0;
-  if (code.end - token.start > 5) std::memcpy(&length, token.start + 1, sizeof length);
+  if (code.end > content) std::memcpy(&length, token.start + 1, sizeof length);
   const bool sane = length >= 1 && length < kTokenLimit && length <= code.end - content && content[length - 1] == 0;
   if (!sane) return Refuse(token, ScanFault::kLongLiteral, token.start);
   token.text = std::string_view(content, static_cast<size_t>(length) - 1);
@@ -105,11 +100,12 @@ ScannedToken& Literal(const CodeSpan& code, ScannedToken& token) {
 }
 
 ScannedToken& Word(ScannedToken& token) {
+  token.cls = VARIABLE;
   const char* end = WordEnd(token.start + 1);
   if (end - token.start > kTokenLimit) return Refuse(token, ScanFault::kLongName, token.start);
   Finish(token, end);
   token.number = ReservedWordNumber(token.text);
-  token.cls = token.number != 0 ? COMMAND : VARIABLE;
+  if (token.number != 0) token.cls = COMMAND;
   return token;
 }
 
@@ -149,7 +145,13 @@ ScannedToken& Delimiter(ScannedToken& token) {
 
 }  // namespace
 
+bool BeginsWord(char byte) { return Has(byte, kWordStartByte); }
 bool EndsWord(char byte) { return Has(byte, kWordEndByte); }
+
+const char* WordEnd(const char* position) {
+  while (!EndsWord(*position)) ++position;
+  return position;
+}
 
 int ReservedWordNumber(std::string_view word) {
   if (!word.empty() && word[0] == '`') return ReadInteger<int>(std::string(word.substr(1)).c_str());
@@ -160,12 +162,11 @@ int ReservedWordNumber(std::string_view word) {
 }
 
 size_t LiteralLength(std::string_view code) {
-  constexpr size_t kHead = 1 + sizeof(int32_t);
-  if (code.size() < kHead) return 0;
+  if (code.size() < kLiteralHead) return 0;
   int32_t length = 0;
   std::memcpy(&length, code.data() + 1, sizeof length);
-  const bool whole = length >= 1 && static_cast<size_t>(length) <= code.size() - kHead;
-  return whole ? kHead + static_cast<size_t>(length) : 0;
+  const bool whole = length >= 1 && static_cast<size_t>(length) <= code.size() - kLiteralHead;
+  return whole ? kLiteralHead + static_cast<size_t>(length) : 0;
 }
 
 const char* BehindLiteral(const CodeSpan& code, const char* quote) {
@@ -180,7 +181,7 @@ ScannedToken ScanToken(const CodeSpan& code, const char* position, const char* l
   token.start = position;
   const char byte = *position;
   if ((limit && position >= limit) || byte == 0 || byte == 0x1A) return EndOfCode(token, position);
-  if (Has(byte, kWordStartByte)) return Word(token);
+  if (BeginsWord(byte)) return Word(token);
   if (Has(byte, kDelimiterByte)) return Delimiter(token);
   if (Has(byte, kDigitByte)) return Number(token);
   switch (byte) {

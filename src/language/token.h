@@ -2,6 +2,7 @@
 // come from here, so that they cannot differ.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -41,13 +42,21 @@ ScannedToken ScanToken(const CodeSpan& code, const char* position, const char* l
 // The token number of a word in word form or number form, or 0.
 int ReservedWordNumber(std::string_view word);
 
+// What stands before the text of a literal: the quote and the length of the text with its NUL, an int32_t.
+constexpr size_t kLiteralHead = 1 + sizeof(int32_t);
+
 // The bytes of the literal with whose quote `code` begins, from the quote to its NUL; 0 if they are not all there.
 size_t LiteralLength(std::string_view code);
 
 // Behind the literal whose quote stands at `quote`, never behind the code's final NUL.
 const char* BehindLiteral(const CodeSpan& code, const char* quote);
 
+// True for the bytes that a name can begin with.
+bool BeginsWord(char byte);
+
 // True for the bytes that end a name, a number and a label.
 bool EndsWord(char byte);
+// The first of them at `position` or after it.
+const char* WordEnd(const char* position);
 
 }  // namespace karst

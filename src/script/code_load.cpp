@@ -1,4 +1,4 @@
-// CCode: loading, the rewriting of the source, line numbers and the diagnostic copies.
+// CCode: loading, line numbers and the diagnostic copies.
 #include <algorithm>
 #include <climits>
 #include <cstring>
@@ -6,7 +6,7 @@
 #include <new>
 
 #include "helpers/zebutil.h"
-#include "language/token.h"
+#include "language/source_rewrite.h"
 #include "platform/files.h"
 #include "script/code.h"
 #include "text/mbtext.h"
@@ -14,96 +14,6 @@
 namespace {
 
 constexpr char kNoMemory[] = "mem low";
-constexpr size_t kLiteralHead = 5;  // the quote and the stored length
-
-// The state of one rewrite. Bytes in, bytes out; it knows nothing of double-byte characters.
-class SourceRewrite {
- public:
-  explicit SourceRewrite(std::string_view source) : source_(source) {}
-
-  // Fills `out`, which is empty. False if a literal is still open at the end.
-  bool Run(CString& out) {
-    for (position_ = 0; position_ < source_.size() && source_[position_] != 0; ++position_) {
-      TakeByte(out, source_[position_]);
-    }
-    return !in_string_;
-  }
-
-  size_t SourceSize() const { return source_.size(); }
-
-  // The line of the source on which the literal that is open begins.
-  int OpenLiteralLine() const {
-    int line = 1;
-    for (size_t i = 0; i < literal_source_; ++i) line += source_[i] == '\r';
-    return line;
-  }
-
- private:
-  void TakeByte(CString& out, char byte) {
-    if (in_comment_) {
-      if (byte != '\r') return;
-      in_comment_ = false;
-    }
-    if (after_backslash_ && byte == '\r') return ContinueLine(out);
-    if (in_string_) return TakeStringByte(out, byte);
-    after_backslash_ = byte == '\\';
-    switch (byte) {
-      case '"': return OpenLiteral(out);
-      case '#': in_comment_ = true; return;
-      default: out += byte;
-    }
-    if (byte == '\n') PayLineEnds(out);
-  }
-
-  void TakeStringByte(CString& out, char byte) {
-    if (after_backslash_) {
-      out += OneEscChar(byte);
-      after_backslash_ = false;
-    } else if (byte == '\\') {
-      after_backslash_ = true;
-    } else if (byte == '"') {
-      CloseLiteral(out);
-    } else {
-      out += byte;
-    }
-  }
-
-  // A backslash right before a line end joins the lines; the line end is owed after the joined line.
-  void ContinueLine(CString& out) {
-    if (!in_string_) out.Resize(out.size() - 1);
-    ++line_ends_owed_;
-    after_backslash_ = false;
-    ++position_;  // the LF
-  }
-
-  void PayLineEnds(CString& out) {
-    for (; line_ends_owed_ > 0; --line_ends_owed_) out += "\r\n";
-  }
-
-  void OpenLiteral(CString& out) {
-    head_ = out.size();
-    literal_source_ = position_;
-    in_string_ = true;
-    out.Resize(head_ + kLiteralHead);
-  }
-
-  void CloseLiteral(CString& out) {
-    in_string_ = false;
-    out += '\0';
-    const int32_t stored = static_cast<int32_t>(out.size() - head_ - kLiteralHead);
-    out.data()[head_] = '"';
-    std::memcpy(out.data() + head_ + 1, &stored, sizeof stored);
-  }
-
-  std::string_view source_;
-  size_t position_ = 0;
-  size_t head_ = 0;
-  size_t literal_source_ = 0;
-  bool in_string_ = false;
-  bool in_comment_ = false;
-  bool after_backslash_ = false;
-  int line_ends_owed_ = 0;
-};
 
 bool TryReserve(CString& text, size_t bytes) {
   try {
@@ -126,8 +36,8 @@ CString ReadableCode(std::string_view code) {
     if (code.empty()) break;
     readable += '"';
     const size_t literal = karst::LiteralLength(code);
-    const std::string_view content = code.substr(std::min(kLiteralHead, code.size()));
-    readable += literal > 0 ? content.substr(0, literal - kLiteralHead - 1) : content;
+    const std::string_view content = code.substr(std::min(karst::kLiteralHead, code.size()));
+    readable += literal > 0 ? content.substr(0, literal - karst::kLiteralHead - 1) : content;
     if (literal > 0) readable += '"';
     code.remove_prefix(literal > 0 ? literal : code.size());
   }
@@ -185,17 +95,18 @@ int CCode::ChangeCode(const char* lpSource, int nSize, char** lpOut) {
   *lpOut = nullptr;
   if (lpOut == &lpCodeBuffer) NoteNewBuffer();
   CString rewritten;
-  SourceRewrite rewrite(std::string_view(lpSource, static_cast<size_t>(nSize < 0 ? 0 : nSize)));
-  if (!TryReserve(rewritten, rewrite.SourceSize() + 1)) return -1;
-  bool closed = false;
+  const std::string_view source(lpSource, static_cast<size_t>(nSize < 0 ? 0 : nSize));
+  if (!TryReserve(rewritten, source.size() + 1)) return -1;
+  karst::SourceRewrite rewrite(rewritten);
   try {
-    closed = rewrite.Run(rewritten);
+    rewrite.TakeAll(source);
   } catch (const std::bad_alloc&) {
     HaltForMemory(kNoMemory);
   }
-  if (!closed) {
+  if (rewrite.InLiteral()) {
     strError = "字符串常量没有结束...";
-    throw CError(strError, -1, rewrite.OpenLiteralLine());
+    const std::string_view before = source.substr(0, rewrite.OpenLiteral());
+    throw CError(strError, -1, 1 + static_cast<int>(std::count(before.begin(), before.end(), '\r')));
   }
   char* code = new (std::nothrow) char[rewritten.size() + 1];
   if (!code) HaltForMemory(kNoMemory);

@@ -13,7 +13,7 @@ using karst::ScannedToken;
 
 namespace {
 
-constexpr int kLiteralExtra = 6;  // the quote, the stored length and the NUL
+constexpr int kLiteralExtra = karst::kLiteralHead + 1;  // with the NUL
 
 // Overwrites a reserved word by its number form, blanks behind it. The length stays.
 void WriteNumberForm(char* word, size_t length, int number) {

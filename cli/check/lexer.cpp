@@ -1,32 +1,13 @@
-// TokenList: the rewriting of the source, and the scanner.
+// TokenList: what loading accepts and nobody means, and the tokens around what the scanner refuses.
 #include "cli/check/lexer.h"
 
 #include <algorithm>
-#include <array>
 
 #include "cli/base/encoding.h"
 #include "cli/base/gbk.h"
-#include "helpers/zebutil.h"
 
 namespace karst::cli::check {
 namespace {
-
-constexpr std::string_view kDelimiters = "+-*^/%=;(),><[]&|!{}";
-constexpr std::string_view kWordEnds(" ;,+-<>/*%^=()[]&|!{}\t\r\0", 25);
-constexpr size_t kLongestWord = 490;
-constexpr int kLongestStoredLiteral = 489;
-
-constexpr std::array<bool, 256> MembersOf(std::string_view set) {
-  std::array<bool, 256> members{};
-  for (const char c : set) members[static_cast<unsigned char>(c)] = true;
-  return members;
-}
-constexpr auto kIsDelimiter = MembersOf(kDelimiters);
-constexpr auto kEndsWord = MembersOf(kWordEnds);
-
-bool In(const std::array<bool, 256>& set, char byte) { return set[static_cast<unsigned char>(byte)]; }
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-bool BeginsWord(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '@' || c == '`'; }
 
 // The ASCII form of a full-width mark, 0 if there is none.
 char HalfWidth(std::string_view gbk) {
@@ -34,7 +15,7 @@ char HalfWidth(std::string_view gbk) {
   const auto trail = static_cast<unsigned char>(gbk[1]);
   if (lead == 0xA3 && trail >= 0xA1 && trail <= 0xFE) {
     const char half = static_cast<char>(trail - 0x80);
-    return BeginsWord(half) || IsDigit(half) ? '\0' : half;
+    return BeginsWord(half) || (half >= '0' && half <= '9') ? '\0' : half;
   }
   if (lead != 0xA1) return 0;
   switch (trail) {
@@ -58,44 +39,62 @@ std::string InSmallLetters(std::string_view text) {
   return small;
 }
 
-// Makes the code. It goes byte by byte as loading does; only findings look at characters.
-class TokenList::Rewrite {
+// Takes the source in as loading does; only findings look at characters.
+class TokenList::Intake {
  public:
-  Rewrite(TokenList& list, const SourceText& source, Findings& findings)
-      : list_(list), source_(source.gbk), source_info_(source), findings_(findings) {}
+  Intake(TokenList& list, const SourceText& source, Findings& findings)
+      : list_(list), code_(list.code_), source_(source.gbk), mostly_lf_(source.mostly_lf), findings_(findings) {}
 
   void Run() {
-    for (; at_ < source_.size() && source_[at_] != 0; ++at_) TakeByte(source_[at_]);
-    if (at_ < source_.size()) TellTextBehind();
-    list_.open_literal_ = in_literal_;
-    if (in_literal_) TellOpenLiteral();
+    while (at_ < source_.size() && TakeByte(source_[at_])) ++at_;
+    if (at_ < source_.size()) TellTextAfterEnd();
+    list_.open_literal_ = code_.Rewrite().InLiteral();
+    if (list_.open_literal_) TellOpenLiteral();
   }
 
  private:
+  SourcePlace Place() const { return code_.Rewrite().Place(); }
   char NextByte() const { return at_ + 1 < source_.size() ? source_[at_ + 1] : '\0'; }
-  bool IsLfLineEnd() const { return source_info_.mostly_lf && source_[at_] == '\n'; }
+  char LastOfCode() const { return code_.Code().empty() ? ' ' : code_.Code().back(); }
 
-  void TakeByte(char byte) {
-    if (in_comment_) {
-      if (byte == '\n' && !source_info_.mostly_lf) TellStrayLf(Severity::kWarning);
-      if (byte != '\r' && !IsLfLineEnd()) return;
-      in_comment_ = false;
-    }
-    const bool line_end = byte == '\r' || IsLfLineEnd();
-    if (after_backslash_ && line_end) return ContinueLine(byte);
-    if (in_literal_) return TakeLiteralByte(byte);
-    after_backslash_ = byte == '\\';
-    switch (byte) {
-      case '"': return OpenLiteral();
-      case '#': in_comment_ = true; return;
-      case '\r': return TakeCr();
-      case '\n': return TakeLf();
-      default: Put(byte);
+  bool TakeByte(char byte) {
+    Look(byte);
+    if (mostly_lf_ && byte == '\n') TakeCrOfLf();
+    return code_.Take(byte, at_);
+  }
+
+  void Look(char byte) {
+    switch (Place()) {
+      case SourcePlace::kCode:
+      case SourcePlace::kCodeEscape: return LookAtCode(byte);
+      case SourcePlace::kComment:
+        if (byte == '\r') LookAtCr();
+        if (byte == '\n') TellStrayLf(Severity::kWarning);
+        return;
+      case SourcePlace::kLiteral:
+        if (byte == '\n' && first_over_lines_ == kNone) first_over_lines_ = literal_begin_;
+        return LookAtCharacter();
+      case SourcePlace::kLiteralEscape: return LookAtCharacter();
+      default: return;
     }
   }
 
-  void TakeCr() {
-    Put('\r');
+  // Where most lines end in LF alone, that is taken for the line end that it was meant to be.
+  void TakeCrOfLf() {
+    if (Place() == SourcePlace::kComment) code_.EndComment();
+    const bool in_code = Place() == SourcePlace::kCode || Place() == SourcePlace::kCodeEscape;
+    if (Place() == SourcePlace::kLiteralEscape || (in_code && LastOfCode() != '\r')) code_.Take('\r', at_);
+  }
+
+  void LookAtCode(char byte) {
+    if (byte == '\r' && Place() == SourcePlace::kCode) LookAtCr();
+    if (byte == '\n' && LastOfCode() != '\r') TellStrayLf(SeverityOfLf());
+    if (byte != '"') return;
+    literal_begin_ = at_;
+    next_character_ = at_ + 1;
+  }
+
+  void LookAtCr() {
     const char next = NextByte();
     if (next == '\n' || next == '\0' || told_lone_cr_) return;
     if (next == ' ' || next == '\t' || next == '\r') return;
@@ -103,56 +102,20 @@ class TokenList::Rewrite {
     findings_.Add(Rule::kLoneCr, at_);
   }
 
-  void TakeLf() {
-    const bool behind_cr = !list_.code_.empty() && list_.code_.back() == '\r';
-    if (!behind_cr && source_info_.mostly_lf) Put('\r');
-    if (!behind_cr && !source_info_.mostly_lf) TellStrayLf(SeverityOfLf());
-    Put('\n');
-    for (; line_ends_owed_ > 0; --line_ends_owed_) {
-      Put('\r');
-      Put('\n');
-    }
-  }
-
   // An LF that follows the end of a word is a line end, which takes the next byte with it.
   Severity SeverityOfLf() const {
-    const char before = list_.code_.empty() ? ' ' : list_.code_.back();
     const char next = NextByte();
-    const bool ends_word = In(kEndsWord, before) || before == '"' || before == '\n';
+    const bool ends_word = EndsWord(LastOfCode()) || LastOfCode() == '\n';
     const bool harmless = next == ' ' || next == '\t' || next == '\r' || next == '\n' || next == '\0';
     return ends_word && harmless ? Severity::kWarning : Severity::kError;
   }
 
-  void TellStrayLf(Severity severity) { findings_.Add(Rule::kStrayLf, severity, at_); }
-
-  void ContinueLine(char byte) {
-    if (!in_literal_) {
-      list_.code_.pop_back();
-      list_.origins_.pop_back();
-    }
-    ++line_ends_owed_;
-    after_backslash_ = false;
-    if (byte == '\r') ++at_;
-  }
-
-  void TakeLiteralByte(char byte) {
-    NoteCharacter();
-    std::string& text = list_.literals_.back().text;
-    if (after_backslash_) {
-      text += OneEscChar(byte);
-      after_backslash_ = false;
-    } else if (byte == '\\') {
-      after_backslash_ = true;
-    } else if (byte == '"') {
-      in_literal_ = false;
-    } else {
-      if (byte == '\n' && first_over_lines_ == kNone) first_over_lines_ = literal_begin_;
-      text += byte;
-    }
+  void TellStrayLf(Severity severity) {
+    if (!mostly_lf_) findings_.Add(Rule::kStrayLf, severity, at_);
   }
 
   // Tells of a character whose second byte acts as a backslash, unless one more stands behind it.
-  void NoteCharacter() {
+  void LookAtCharacter() {
     if (at_ < next_character_) return;
     const std::string_view rest = source_.substr(at_);
     next_character_ = at_ + CharacterLength(rest);
@@ -164,26 +127,13 @@ class TokenList::Rewrite {
     }
   }
 
-  void OpenLiteral() {
-    literal_begin_ = at_;
-    next_character_ = at_ + 1;
-    in_literal_ = true;
-    after_backslash_ = false;
-    list_.literals_.push_back({list_.code_.size(), ""});
-    Put('"');
-  }
-
-  void Put(char byte) {
-    list_.code_ += byte;
-    list_.origins_.push_back(at_);
-  }
-
-  void TellTextBehind() {
+  void TellTextAfterEnd() {
     const bool blank = source_.find_first_not_of(std::string_view("\0 \t\r\n\x1A", 6), at_) == std::string_view::npos;
     if (!blank) findings_.Add(Rule::kBehindEnd, at_, {"0x00"});
   }
 
   void TellOpenLiteral() {
+    code_.GiveUpLiteral();
     findings_.Add(Rule::kOpenLiteral, literal_begin_);
     if (first_over_lines_ != kNone && first_over_lines_ != literal_begin_) {
       findings_.Add(Rule::kLiteralOverLines, first_over_lines_);
@@ -193,24 +143,22 @@ class TokenList::Rewrite {
   static constexpr size_t kNone = static_cast<size_t>(-1);
 
   TokenList& list_;
+  TracedRewrite& code_;
   std::string_view source_;
-  const SourceText& source_info_;
+  const bool mostly_lf_;
   Findings& findings_;
   size_t at_ = 0;
   size_t literal_begin_ = 0;
   size_t next_character_ = 0;
   size_t first_over_lines_ = kNone;
-  bool in_comment_ = false;
-  bool in_literal_ = false;
-  bool after_backslash_ = false;
   bool told_lone_cr_ = false;
-  int line_ends_owed_ = 0;
 };
 
-// Cuts the code into tokens.
+// Makes the list of what the engine's scanner gives.
 class TokenList::Scanner {
  public:
-  Scanner(TokenList& list, Findings& findings) : list_(list), code_(list.code_), findings_(findings) {}
+  Scanner(TokenList& list, Findings& findings)
+      : list_(list), span_(list.code_.Span()), code_(list.code_.Code()), findings_(findings) {}
 
   void Run() {
     while (Step()) {
@@ -219,25 +167,30 @@ class TokenList::Scanner {
 
  private:
   char ByteAt(size_t at) const { return at < code_.size() ? code_[at] : '\0'; }
+  size_t OffsetOf(const char* place) const { return static_cast<size_t>(place - span_.begin); }
 
   // One token or one fault. False at the end of the code.
   bool Step() {
-    while (ByteAt(at_) == ' ' || ByteAt(at_) == '\t') ++at_;
-    const char byte = ByteAt(at_);
-    if (byte == 0 || byte == 0x1A) return End(at_);
-    if (BeginsWord(byte)) return Word();
-    if (In(kIsDelimiter, byte)) return Delimiter(byte);
-    if (IsDigit(byte)) return Word(NUMBER);
-    switch (byte) {
-      case '\r':
-      case '\n': return LineEnd();
-      case '"': return Text();
-      case ':': return Word(LABEL);
-      case '\'': return Character();
-      default: return Unknown();
+    const ScannedToken token = ScanToken(span_, span_.begin + at_, nullptr);
+    at_ = OffsetOf(token.start);
+    switch (token.fault) {
+      case ScanFault::kUnknownByte: return Unknown();
+      case ScanFault::kBadCharacter: return BadCharacter();
+      case ScanFault::kLongLiteral: return LongLiteral();
+      case ScanFault::kLongName:
+      case ScanFault::kLongNumber: return Word(token);
+      case ScanFault::kNone: break;
+    }
+    if (token.IsDelimiter('\r')) return LineEnd();
+    switch (token.cls) {
+      case DELIMITER: return token.number == FINISHED ? End() : Add(token);
+      case STRING:
+      case CHARCONST: return Add(token);
+      default: return token.Is('{') || token.Is('}') ? Add(token) : Word(token);
     }
   }
 
+  bool Add(const ScannedToken& token) { return Add(token.cls, token.number, token.text, OffsetOf(token.end)); }
   bool Add(int cls, int number, std::string_view text, size_t end) {
     const size_t offset = list_.OriginOf(at_);
     if (list_.tokens_.empty() || list_.tokens_.back().line != line_) indent_ = offset - line_begin_;
@@ -247,8 +200,7 @@ class TokenList::Scanner {
   }
   bool AddHere(int cls, int number, size_t end) { return Add(cls, number, code_.substr(at_, end - at_), end); }
 
-  bool End(size_t where) {
-    at_ = where;
+  bool End() {
     const size_t behind = code_.find_first_not_of(std::string_view("\x1A \t\r\n", 5), at_);
     if (ByteAt(at_) == 0x1A && behind != std::string_view::npos) {
       findings_.Add(Rule::kBehindEnd, list_.OriginOf(at_), {"0x1A"});
@@ -257,61 +209,51 @@ class TokenList::Scanner {
     return false;
   }
 
+  // It takes two bytes, whatever the second one is; a literal is passed over whole.
   bool LineEnd() {
-    if (ByteAt(at_ + 1) == 0) return End(at_ + 1);
-    Add(DELIMITER, EOL, "\r\n", at_ + 2);
+    const size_t second = at_ + 1;
+    Add(DELIMITER, EOL, "\r\n", ByteAt(second) == '"' ? LiteralEnd(second) : second + 1);
     ++line_;
     line_begin_ = list_.OriginOf(at_);
     return true;
   }
 
-  bool Delimiter(char byte) {
-    if (byte == '{') return AddHere(COMMAND, kTokBegin, at_ + 1);
-    if (byte == '}') return AddHere(COMMAND, kTokEnd, at_ + 1);
-    return AddHere(DELIMITER, 0, at_ + 1);
-  }
+  size_t LiteralEnd(size_t quote) const { return OffsetOf(BehindLiteral(span_, span_.begin + quote)); }
 
   // Behind a name, a number or a label. The engine reads on into a literal that follows directly.
   size_t WordEnd() const {
-    size_t end = at_ + 1;
-    while (!In(kEndsWord, ByteAt(end)) && ByteAt(end) != '"') ++end;
-    return end;
+    const char* second = span_.begin + at_ + 1;
+    return OffsetOf(std::find(second, karst::WordEnd(second), '"'));
   }
 
-  bool Word(int cls = VARIABLE) {
+  bool Word(const ScannedToken& token) {
     const size_t end = WordEnd();
     const std::string_view text = code_.substr(at_, end - at_);
-    const size_t longest = cls == LABEL ? kLongestWord + 1 : kLongestWord;
-    if (text.size() > longest) return TooLong(cls, kLongestWord, end);
+    const int cls = token.cls == COMMAND ? VARIABLE : token.cls;
+    if (text.size() > kTokenLimit + (cls == LABEL ? 1u : 0u)) return TooLong(cls, kTokenLimit, text, end);
     LookForFullWidth(end);
     if (ByteAt(end) == '"') findings_.Add(Rule::kTouchesLiteral, list_.OriginOf(at_), {text});
-    const int number = cls == VARIABLE ? words_.LookUpReserve(std::string(text).c_str()) : 0;
+    const int number = cls == VARIABLE ? ReservedWordNumber(text) : 0;
     return Add(number != 0 ? COMMAND : cls, number, text, end);
   }
 
-  bool Text() {
-    while (list_.literals_[next_literal_].code < at_) ++next_literal_;  // one may stand inside a character constant
-    const Literal& literal = list_.literals_[next_literal_];
-    if (literal.stored_length() > kLongestStoredLiteral) return TooLong(STRING, kLongestStoredLiteral - 1, at_ + 1);
-    return Add(STRING, 0, literal.text, at_ + 1);
-  }
+  bool LongLiteral() { return TooLong(STRING, kTokenLimit - 2, code_.substr(at_, 1), LiteralEnd(at_)); }
 
-  bool Character() {
-    if (ByteAt(at_ + 2) == '\'') return AddHere(CHARCONST, 0, at_ + 3);
-    if (ByteAt(at_ + 3) == '\'' && ByteAt(at_ + 2) != 0) return AddHere(CHARCONST, 0, at_ + 4);
-    // Up to the quote that was meant to close it, if that is near: a text in the wrong quotes.
+  // Up to the quote that was meant to close it, if that is near: a text in the wrong quotes. A double quote among them
+  // has opened a literal, which is read as one.
+  bool BadCharacter() {
     const std::string_view near = code_.substr(at_, 12);
-    const size_t quote = near.find_first_of("'\r", 1);
-    const bool closed = quote != std::string_view::npos && near[quote] == '\'';
-    const size_t length = closed ? quote + 1 : 1;
-    findings_.Add(Rule::kBadCharacter, list_.OriginOf(at_), {near.substr(0, length)});
-    return AddHere(closed ? STRING : CHARCONST, 0, at_ + length);
+    const size_t end = std::min(near.find_first_of("'\"\r", 1), near.size());
+    const char quote = end < near.size() ? near[end] : '\r';
+    findings_.Add(Rule::kBadCharacter, list_.OriginOf(at_), {near.substr(0, quote == '\r' ? 1 : end + 1)});
+    if (quote == '\'') return AddHere(STRING, 0, at_ + end + 1);
+    return AddHere(CHARCONST, 0, at_ + (quote == '"' ? end : 1));
   }
 
   // Told once, and then taken for what it was meant to be.
-  bool TooLong(int cls, size_t most, size_t end) {
+  bool TooLong(int cls, int most, std::string_view text, size_t end) {
     findings_.Add(Rule::kTooLong, list_.OriginOf(at_), {std::to_string(most)});
-    return AddHere(cls, 0, end);
+    return Add(cls, 0, text, end);
   }
 
   // Text beyond ASCII counts as the name that it was most likely meant to be, and is one finding.
@@ -329,7 +271,7 @@ class TokenList::Scanner {
       findings_.Add(Rule::kUnknownByte, offset, {Shown(rest.substr(0, length))});
     }
     if (static_cast<unsigned char>(rest[0]) >= 0x80)
-      return AddHere(VARIABLE, 0, std::min(WordEnd(), at_ + kLongestWord));
+      return AddHere(VARIABLE, 0, std::min<size_t>(WordEnd(), at_ + kTokenLimit));
     ++at_;
     return true;
   }
@@ -357,33 +299,34 @@ class TokenList::Scanner {
   }
 
   TokenList& list_;
-  std::string_view code_;
+  const CodeSpan span_;
+  const std::string_view code_;
   Findings& findings_;
-  CCode words_;  // knows the reserved words
   size_t at_ = 0;
-  size_t next_literal_ = 0;
   uint32_t line_ = 0;
   size_t line_begin_ = 0;
   size_t indent_ = 0;
 };
 
 TokenList::TokenList(const SourceText& source, Findings& findings) : source_size_(source.gbk.size()) {
-  Rewrite(*this, source, findings).Run();
-  if (open_literal_) literals_.back().text.clear();
+  Intake(*this, source, findings).Run();
   Scanner(*this, findings).Run();
   FindLabels();
 }
 
 // By bytes, as a goto looks for them.
 void TokenList::FindLabels() {
+  const CodeSpan span = code_.Span();
   bool in_quotes = false;
-  for (size_t at = 0; at < code_.size(); ++at) {
-    if (code_[at] == '\'') in_quotes = !in_quotes;
-    if (code_[at] != ':' || in_quotes) continue;
-    size_t end = at + 1;
-    const size_t most = std::min(code_.size(), end + kLongestWord + 1);
-    while (end < most && !In(kEndsWord, code_[end]) && code_[end] != '"') ++end;
-    labels_.push_back({InSmallLetters(std::string_view(code_).substr(at + 1, end - at - 1)), OriginOf(at), end});
+  for (const char* at = span.begin; at < span.end; ++at) {
+    while (*at == '"') at = BehindLiteral(span, at);
+    if (*at == '\'') in_quotes = !in_quotes;
+    if (*at != ':' || in_quotes) continue;
+    const char* end = at + 1;
+    while (end - at <= kTokenLimit + 1 && !EndsWord(*end) && *end != '"') ++end;
+    const std::string_view name(at + 1, static_cast<size_t>(end - at - 1));
+    labels_.push_back(
+        {InSmallLetters(name), OriginOf(static_cast<size_t>(at - span.begin)), static_cast<size_t>(end - span.begin)});
   }
 }
 

@@ -1,5 +1,5 @@
-// The source as the engine reads it: rewritten (comments out, continued lines joined, literals resolved) and cut into
-// tokens, each with its place in the text.
+// The source as the engine reads it, by the same rewriting and the same scanner: tokens, each with its place in the
+// text. What stops the engine is a finding here, and reading goes on.
 #pragma once
 
 #include <cstdint>
@@ -9,18 +9,18 @@
 
 #include "cli/base/source_text.h"
 #include "cli/check/findings.h"
-#include "script/code.h"
+#include "language/source_rewrite.h"
 
 namespace karst::cli::check {
 
 struct Token {
   int cls = DELIMITER;    // as CCode::GetToken gives it
   int number = 0;         // as CCode::nTok
-  std::string_view text;  // as CCode::szToken; a literal's content
+  std::string_view text;  // in the code; a literal's content
   size_t offset = 0;      // in the source text
   size_t code = 0;        // in the rewritten code
-  uint32_t line = 0;      // line ends ahead of it: tokens of one line have the same
-  size_t indent = 0;      // bytes ahead of its line's first token
+  uint32_t line = 0;      // line ends before it: tokens of one line have the same
+  size_t indent = 0;      // bytes before its line's first token
 
   bool Is(char first) const { return !text.empty() && text[0] == first; }
   bool IsDelimiter(char delimiter) const { return cls == DELIMITER && Is(delimiter); }
@@ -49,21 +49,14 @@ class TokenList {
   bool HasOpenLiteral() const { return open_literal_; }
 
  private:
-  struct Literal {
-    size_t code;  // where its quote stands in the code
-    std::string text;
-    int stored_length() const { return static_cast<int>(text.size()) + 1; }
-  };
-  class Rewrite;
+  class Intake;
   class Scanner;
 
   void FindLabels();
-  size_t OriginOf(size_t code) const { return code < origins_.size() ? origins_[code] : source_size_; }
+  size_t OriginOf(size_t code) const { return code < code_.Code().size() ? code_.OriginOf(code) : source_size_; }
 
   size_t source_size_;
-  std::string code_;  // a literal is one quote here
-  std::vector<size_t> origins_;
-  std::vector<Literal> literals_;
+  TracedRewrite code_;
   std::vector<Token> tokens_;
   std::vector<Label> labels_;
   bool open_literal_ = false;

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "cli/run/source_map.h"
+#include "language/token.h"
 #include "text/charset.h"
 
 namespace karst::cli {
@@ -11,16 +12,21 @@ namespace {
 
 // A stretch of the source to be shown: one line, and a mark in it.
 struct Excerpt {
+  struct Mark {
+    size_t begin;
+    size_t end;
+  };
+
   size_t line_number;
   std::string line;
-  TokenBounds mark;
+  Mark mark;
 
   std::string Marked() const { return line.substr(std::min(mark.begin, line.size()), mark.end - mark.begin); }
 };
 
 bool IsSpace(char byte) { return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n'; }
 
-// The offset in the code that tells most about the failure: the byte at which reading was refused, the token that was
+// The offset in the code that shows most about the failure: the byte at which reading was refused, the token that was
 // given back, or else the last byte of the last token before the read position.
 std::optional<size_t> FaultOffset(const CCode& code) {
   if (!code.lpCodeBuffer || code.lpProg < code.lpCodeBuffer || code.lpProg >= code.lpCodeBuffer + code.nCodeLen) {
@@ -30,7 +36,9 @@ std::optional<size_t> FaultOffset(const CCode& code) {
   const char* bytes = code.lpCodeBuffer;
   const bool behind_space = at == 0 || IsSpace(bytes[at - 1]);
   const bool given_back = code.bPutBack == 1 && behind_space && bytes[at] != 0 && !IsSpace(bytes[at]);
-  if (!IsReadable(bytes[at]) || given_back) return at;
+  const ScannedToken next = ScanToken({bytes, bytes + code.nCodeLen}, bytes + at, nullptr);
+  const bool refused = next.fault == ScanFault::kUnknownByte && next.start == bytes + at;
+  if (refused || given_back) return at;
   while (at > 0 && IsSpace(bytes[at - 1])) --at;
   if (at == 0) return std::nullopt;
   return at - 1;
@@ -52,22 +60,25 @@ void AsInFile(Excerpt& excerpt, size_t line_begin, const std::vector<size_t>& ad
   }
 }
 
-Excerpt ExcerptAt(const SourceText& source, size_t offset) {
-  const std::string_view before = std::string_view(source.gbk).substr(0, offset);
+// The line that holds the token's byte; of a token that takes several, the part that it has in this one is marked.
+Excerpt ExcerptAt(const SourceText& source, const TokenPlace& token) {
+  const std::string_view before = std::string_view(source.gbk).substr(0, token.at);
   const size_t line_begin = before.rfind('\n') + 1;  // npos + 1 is 0
   const auto number = static_cast<size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
   const std::string_view line = LineAt(source.gbk, line_begin);
-  Excerpt excerpt{number, std::string(line), FindToken(line, offset - line_begin)};
+  const size_t mark_begin = std::max(token.begin, line_begin);
+  const size_t mark_end = std::max(std::min(token.end, line_begin + line.size()), mark_begin);
+  Excerpt excerpt{number, std::string(line), {mark_begin - line_begin, mark_end - line_begin}};
   AsInFile(excerpt, line_begin, source.added);
   return excerpt;
 }
 
 // The place in the source that the error is about.
-std::optional<size_t> FindPlace(const CCode& code, std::string_view source) {
+std::optional<TokenPlace> FindPlace(const CCode& code, std::string_view source) {
   // Without code, loading itself was refused.
   if (!code.lpCodeBuffer) return FindOpenLiteral(source);
   const auto fault = FaultOffset(code);
-  return fault ? FindSourceOffset(source, *fault, static_cast<size_t>(code.nCodeLen)) : std::nullopt;
+  return fault ? FindToken(source, *fault, static_cast<size_t>(code.nCodeLen)) : std::nullopt;
 }
 
 // White space as wide as the text; tabs stay tabs.
@@ -96,19 +107,19 @@ std::string Drawn(const Console& console, const Excerpt& excerpt) {
 
 // True if a name or a value must stand where the line is marked: after a declaring word, an operator, a comma or an
 // opening parenthesis.
-bool IsPlaceOfName(CScript& engine, const Excerpt& excerpt) {
+bool IsPlaceOfName(const Excerpt& excerpt) {
   std::string_view before = std::string_view(excerpt.line).substr(0, excerpt.mark.begin);
   while (!before.empty() && IsSpace(before.back())) before.remove_suffix(1);
   if (before.empty()) return false;
   if (std::string_view("+-*/%^=(,&<>|!").find(before.back()) != std::string_view::npos) return true;
-  const std::string word(before.substr(before.find_last_of(" \t;{})") + 1));
-  const int number = engine.LookUpReserve(word.c_str());
+  const std::string_view word = before.substr(before.find_last_of(" \t;{})") + 1);
+  const int number = ReservedWordNumber(word);
   return number == kTokInt || number == kTokInt64 || number == kTokString;
 }
 
-std::string NoteOn(CScript& engine, const Excerpt& excerpt) {
+std::string NoteOn(const Excerpt& excerpt) {
   const std::string word = excerpt.Marked();
-  const bool in_place = engine.LookUpReserve(word.c_str()) != 0 && IsPlaceOfName(engine, excerpt);
+  const bool in_place = ReservedWordNumber(word) != 0 && IsPlaceOfName(excerpt);
   return in_place ? "  note: " + word + " is a reserved word, which cannot name a variable\n" : "";
 }
 
@@ -150,7 +161,7 @@ int ReportScriptError(Console& console, CScript& engine, const SourceFile& file,
   display += console.Displayed(WithoutOuterSpace(text)) + "\n";
   if (const auto place = FindPlace(engine, file.Text().gbk)) {
     const Excerpt excerpt = ExcerptAt(file.Text(), *place);
-    display += Drawn(console, excerpt) + NoteOn(engine, excerpt);
+    display += Drawn(console, excerpt) + NoteOn(excerpt);
   }
   console.Show(display);
   return -1;

@@ -13,21 +13,23 @@ namespace karst {
 
 namespace {
 
-constexpr std::string_view kHeaderTag = "hdr";
-constexpr char kAny = '*';
 constexpr size_t kFieldFrameCells = 6;     // a mark and five variables
 constexpr size_t kSubfieldDataOffset = 2;  // behind the mark and the code
+
+// The difference of the first two bytes that do not match, or 0; "*" on either side matches any byte.
+int CompareWithAnyBytes(const char* a, const char* b, size_t count) {
+  for (size_t i = 0; i < count; ++i) {
+    if (a[i] == b[i] || a[i] == kAnyByte || b[i] == kAnyByte) continue;
+    return static_cast<signed char>(a[i]) - static_cast<signed char>(b[i]);
+  }
+  return 0;
+}
 
 // A tag to match against, padded with NUL where the field is shorter.
 class Tag {
  public:
   explicit Tag(std::string_view field) { field.copy(bytes_, kTagLength); }
-  bool Matches(const CCell& cell) const {
-    for (size_t i = 0; i < kTagLength; ++i) {
-      if (bytes_[i] != cell.szName[i] && bytes_[i] != kAny && cell.szName[i] != kAny) return false;
-    }
-    return true;
-  }
+  bool Matches(const CCell& cell) const { return CompareWithAnyBytes(bytes_, cell.szName, kTagLength) == 0; }
   bool MatchesAny(const CCell* first) const {
     for (; IsCell(first, kCellField); first = first->pNext) {
       if (Matches(*first)) return true;
@@ -41,7 +43,7 @@ class Tag {
 
 // A NUL stands for a mark with no code behind it; such a subfield is in no set but "*".
 bool CodeSetHolds(const char* set, char code) {
-  if (set[0] == kAny) return true;
+  if (set[0] == kAnyByte) return true;
   return code && _mbschr(set, static_cast<unsigned char>(code));
 }
 
@@ -57,8 +59,6 @@ std::string_view From(std::string_view text, size_t offset) { return text.substr
 // Empty for a mark with no code behind it.
 std::string_view CodeTextOf(std::string_view subfield) { return From(subfield, 1).substr(0, 1); }
 
-char CodeOf(std::string_view subfield) { return subfield.size() < kSubfieldDataOffset ? '\0' : subfield[1]; }
-
 // What a script can be given of a text.
 std::string_view Clipped(std::string_view text) {
   if (text.size() <= RecordWalk::kLongestText) return text;
@@ -70,31 +70,6 @@ bool HasNoIndicators(std::string_view field) { return field.starts_with("00") ||
 void ClearCounts(CCell* first, CellType type) {
   for (; IsCell(first, type); first = first->pNext) first->nDupCount = 0;
 }
-
-// The groups of a text in order: a group runs from one subfield of the first subfield's code up to the next one.
-class GroupCursor {
- public:
-  explicit GroupCursor(std::string_view text) : subfields_(SubfieldCursor::OverUnended(text)) {
-    more_ = subfields_.Next(opening_);
-  }
-  bool Next(std::string_view& group) {
-    if (!more_) return false;
-    const char* const start = opening_.data();
-    const char code = CodeOf(opening_);
-    const char* end;
-    do {
-      end = opening_.data() + opening_.size();
-      more_ = subfields_.Next(opening_);
-    } while (more_ && CodeOf(opening_) != code);
-    group = {start, static_cast<size_t>(end - start)};
-    return true;
-  }
-
- private:
-  SubfieldCursor subfields_;
-  std::string_view opening_;  // the subfield that opens the next group
-  bool more_;
-};
 
 }  // namespace
 
@@ -148,7 +123,7 @@ class RecordWalk::Announcer {
 
 struct RecordWalk::FieldPlace {
   int index = 0;
-  std::string_view prev = kHeaderTag;
+  std::string_view prev = kHeaderName;
   std::string_view next;
 };
 
@@ -225,17 +200,17 @@ int RecordWalk::OverFields(std::string_view text, bool nested, CCell* first) {
 // SPEED: with no cell for the header no code runs, and a frame that fits would come and go unseen.
 int RecordWalk::OverRecordHeader(std::string_view record, CCell* first) {
   if (record.size() < kHeaderLength) return kWalkDone;
-  if (!Tag(kHeaderTag).MatchesAny(first) && FieldFrameFits()) return kWalkDone;
+  if (!Tag(kHeaderName).MatchesAny(first) && FieldFrameFits()) return kWalkDone;
   return OverHeader(record.substr(0, kHeaderLength), FieldCursor::OverRecord(record).FollowingTag(), first);
 }
 
 int RecordWalk::OverHeader(std::string_view header, std::optional<std::string_view> next, CCell* first) {
   const int depth = table_.m_nBeginCount;
-  OpenFieldFrame({kHeaderTag, {}, Clipped(header)});
+  OpenFieldFrame({kHeaderName, {}, Clipped(header)});
   SetNeighbours({}, next);
   int result = kWalkDone;
   for (CCell* cell = first; IsCell(cell, kCellField) && result == kWalkDone; cell = cell->pNext) {
-    if (!Tag(kHeaderTag).Matches(*cell)) continue;
+    if (!Tag(kHeaderName).Matches(*cell)) continue;
     CountMatch(cell, names_.field_dup);
     result = RunHead(cell);
     if (result == kWalkDone) result = RunClosingCode(cell);
@@ -415,7 +390,7 @@ int RecordWalk::OverGroups(std::string_view text, CCell* group) {
 }
 
 int RecordWalk::OverEachGroup(std::string_view text, CCell* group) {
-  GroupCursor cursor(text);
+  GroupCursor cursor(SubfieldCursor::OverUnended(text));
   std::string_view group_text;
   int result = kWalkDone;
   for (int index = 0; result == kWalkDone && cursor.Next(group_text); ++index) {
@@ -492,11 +467,7 @@ int CMARCTree::RunGroup(const char* text, CCell* group) { return walk_->OverGrou
 int CMARCTree::RunCommonTree(const char* text, CCell* common) { return walk_->OverCommon(Items(text), common); }
 
 int CMARCTree::mymemcmp(const char* a, const char* b, int n) {
-  for (int i = 0; i < n; ++i) {
-    if (a[i] == '*' || b[i] == '*' || a[i] == b[i]) continue;
-    return static_cast<signed char>(a[i]) - static_cast<signed char>(b[i]);
-  }
-  return 0;
+  return karst::CompareWithAnyBytes(a, b, static_cast<size_t>(std::max(n, 0)));
 }
 
 int CMARCTree::ClearAllDupCountOnTree() {

@@ -10,7 +10,6 @@ namespace {
 using karst::FieldCursor;
 using karst::MarcItem;
 
-constexpr char kAnyByte = '*';
 constexpr char kEmbeddingCode = '1';
 
 bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
@@ -18,20 +17,17 @@ bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
 // The text ahead of the first byte `end`.
 std::string_view Until(std::string_view text, char end) { return text.substr(0, text.find(end)); }
 
-// The code byte of a subfield; -1 for a mark with nothing behind it.
-int CodeOf(std::string_view subfield) { return subfield.size() < 2 ? -1 : static_cast<unsigned char>(subfield[1]); }
-
 bool MatchesTag(std::string_view field, std::string_view name) {
   if (name.empty()) return true;
   if (name.size() != karst::kTagLength || field.size() < karst::kTagLength) return false;
   return std::equal(name.begin(), name.end(), field.begin(),
-                    [](char wanted, char byte) { return wanted == kAnyByte || wanted == byte; });
+                    [](char wanted, char byte) { return wanted == karst::kAnyByte || wanted == byte; });
 }
 
 bool MatchesCode(std::string_view subfield, std::string_view name) {
   if (name.empty()) return true;
   if (name.size() != 1 || subfield.size() < 2) return false;
-  return name[0] == kAnyByte || name[0] == subfield[1];
+  return name[0] == karst::kAnyByte || name[0] == subfield[1];
 }
 
 // The place of the first subfield mark at or behind `from` that starts an embedded field, or npos.
@@ -127,22 +123,26 @@ std::optional<MarcItem> FindSubfield(std::string_view text, std::string_view nam
   return std::nullopt;
 }
 
+bool GroupCursor::Next(std::string_view& group) {
+  if (!more_) return false;
+  const char* const start = opening_.data();
+  const char code = CodeOf(opening_);
+  const char* end;
+  do {
+    end = opening_.data() + opening_.size();
+    more_ = subfields_.Next(opening_);
+  } while (more_ && CodeOf(opening_) != code);
+  group = {start, static_cast<size_t>(end - start)};
+  return true;
+}
+
 std::optional<MarcItem> FindGroup(std::string_view text, int index) {
-  SubfieldCursor cursor(text);
-  std::string_view subfield;
-  if (!cursor.Next(subfield)) return std::nullopt;
-  const int opening_code = CodeOf(subfield);
-  const char* start = subfield.data();
-  const char* end = start + subfield.size();
-  while (cursor.Next(subfield)) {
-    if (CodeOf(subfield) == opening_code) {
-      if (index-- == 0) return MarcItem{{start, static_cast<size_t>(end - start)}, {}};
-      start = subfield.data();
-    }
-    end = subfield.data() + subfield.size();
+  GroupCursor cursor{SubfieldCursor(text)};
+  std::string_view group;
+  while (cursor.Next(group)) {
+    if (index-- == 0) return MarcItem{group, {}};
   }
-  if (index != 0) return std::nullopt;
-  return MarcItem{{start, static_cast<size_t>(end - start)}, {}};
+  return std::nullopt;
 }
 
 }  // namespace karst

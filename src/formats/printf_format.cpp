@@ -5,7 +5,8 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "formats/format_engine.h"
+#include "formats/numbers.h"
+#include "formats/padding.h"
 
 namespace karst {
 

@@ -1,12 +1,14 @@
-// Values to text. Digits are made in local buffers: no conversion has more than kFloatRoom bytes of them, since zeros
+// Numbers as texts. Digits are made in local buffers: no conversion has more than kFloatRoom bytes of them, since zeros
 // that only fill a precision are counted, not made.
-#include "formats/format_engine.h"
+#include "formats/numbers.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstring>
+
+#include "formats/padding.h"
 
 namespace karst {
 
@@ -26,17 +28,6 @@ constexpr std::array<char, 200> kPairs = [] {
   }
   return pairs;
 }();
-
-char* Copy(char* at, std::string_view bytes) {
-  if (bytes.empty()) return at;
-  std::memcpy(at, bytes.data(), bytes.size());
-  return at + bytes.size();
-}
-
-char* Fill(char* at, char byte, size_t count) {
-  if (count != 0) std::memset(at, byte, count);
-  return at + count;
-}
 
 // The digits of `value`. SPEED: a base known when building is far quicker than one that is not.
 char* WriteDigits(char* begin, char* end, uint64_t value, int base) {
@@ -125,7 +116,7 @@ class FloatDigits {
 void AppendDigits(CString& out, const Directive& directive, std::string_view prefix, FloatDigits& digits) {
   if (directive.alternate) digits.AddPoint();
   if (IsUpper(directive.conversion)) digits.MakeUpperCase();
-  AppendNumber(out, directive, {prefix, 0, digits.Mantissa(), digits.MissingZeros(), digits.Exponent()},
+  AppendPadded(out, directive, {prefix, 0, digits.Mantissa(), digits.MissingZeros(), digits.Exponent()},
                directive.zeros);
 }
 
@@ -147,26 +138,10 @@ void AppendGeneral(CString& out, const Directive& directive, std::string_view si
 void AppendNotFinite(CString& out, const Directive& directive, std::string_view sign, bool is_nan) {
   const bool upper = IsUpper(directive.conversion);
   const std::string_view name = is_nan ? (upper ? "NAN" : "nan") : (upper ? "INF" : "inf");
-  AppendNumber(out, directive, {sign, 0, name, 0, {}}, false);
+  AppendPadded(out, directive, {sign, 0, name, 0, {}}, false);
 }
 
 }  // namespace
-
-void AppendNumber(CString& out, const Directive& directive, const NumberParts& parts, bool zeros) {
-  const size_t length = parts.prefix.size() + static_cast<size_t>(parts.leading_zeros) + parts.digits.size() +
-                        static_cast<size_t>(parts.trailing_zeros) + parts.suffix.size();
-  const size_t width = static_cast<size_t>(directive.width);
-  const size_t padding = width > length ? width - length : 0;
-  zeros = zeros && !directive.left;
-  char* at = out.Extend(length + padding);
-  if (!directive.left && !zeros) at = Fill(at, ' ', padding);
-  at = Copy(at, parts.prefix);
-  at = Fill(at, '0', static_cast<size_t>(parts.leading_zeros) + (zeros ? padding : 0));
-  at = Copy(at, parts.digits);
-  at = Fill(at, '0', static_cast<size_t>(parts.trailing_zeros));
-  at = Copy(at, parts.suffix);
-  if (directive.left) Fill(at, ' ', padding);
-}
 
 void AppendInteger(CString& out, const Directive& directive, uint64_t value, int bits) {
   const bool is_signed = directive.conversion == 'd' || directive.conversion == 'i';
@@ -179,7 +154,7 @@ void AppendInteger(CString& out, const Directive& directive, uint64_t value, int
     end = WriteDigits(buffer, buffer + sizeof buffer, magnitude, Base(directive.conversion));
   }
   if (directive.conversion == 'X') MakeUpper(buffer, end);
-  NumberParts parts;
+  ValueParts parts;
   parts.digits = {buffer, static_cast<size_t>(end - buffer)};
   parts.leading_zeros = std::max(0, directive.precision - static_cast<int>(parts.digits.size()));
   if (is_signed) parts.prefix = Sign(directive, negative);
@@ -188,7 +163,7 @@ void AppendInteger(CString& out, const Directive& directive, uint64_t value, int
   }
   const bool begins_with_zero = parts.leading_zeros > 0 || parts.digits == "0";
   if (directive.alternate && directive.conversion == 'o' && !begins_with_zero) parts.leading_zeros = 1;
-  AppendNumber(out, directive, parts, directive.zeros && directive.precision < 0);
+  AppendPadded(out, directive, parts, directive.zeros && directive.precision < 0);
 }
 
 void AppendPointer(CString& out, const Directive& directive, uint64_t value, int bits) {
@@ -196,7 +171,7 @@ void AppendPointer(CString& out, const Directive& directive, uint64_t value, int
   char* const end = WriteDigits(buffer, buffer + sizeof buffer, Masked(value, bits), 16);
   MakeUpper(buffer, end);
   const int length = static_cast<int>(end - buffer);
-  AppendNumber(out, directive, {{}, bits / 4 - length, {buffer, static_cast<size_t>(length)}, 0, {}}, false);
+  AppendPadded(out, directive, {{}, bits / 4 - length, {buffer, static_cast<size_t>(length)}, 0, {}}, false);
 }
 
 void AppendFloating(CString& out, const Directive& directive, double value) {
@@ -218,21 +193,6 @@ void AppendFloating(CString& out, const Directive& directive, double value) {
       return AppendDigits(out, directive, sign, digits);
     }
   }
-}
-
-void AppendText(CString& out, const Directive& directive, std::string_view text) {
-  // CHOICE: the flag 0 pads a text with zeros as well, as the dialect does.
-  AppendNumber(out, directive, {{}, 0, text, 0, {}}, directive.zeros);
-}
-
-std::string_view BoundedText(const char* text, int precision) {
-  return {text, precision < 0 ? std::strlen(text) : strnlen(text, static_cast<size_t>(precision))};
-}
-
-int TakeFieldNumber(const char*& at) {
-  int value = 0;
-  for (; *at >= '0' && *at <= '9'; ++at) value = std::min(value * 10 + (*at - '0'), kMostField + 1);
-  return value;
 }
 
 // SPEED: two digits at a step, from the last one on, so that they need not be counted first.

@@ -4,7 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "formats/format_engine.h"
+#include "formats/numbers.h"
+#include "formats/padding.h"
 
 namespace karst {
 

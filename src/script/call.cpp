@@ -63,6 +63,6 @@ int CScript::DoStop(int nEntryDepth) {
   }
   const bool is_int = value.leixing == karst::kInt;
   const int result = is_int ? value.lVal : 0;
-  while (m_nBeginCount > nEntryDepth) ClearStackVars();
+  CloseFrames(nEntryDepth);
   return result;
 }

@@ -358,7 +358,7 @@ RememberedStatement* RememberedRunner::Continue(RememberedRunner& self, Statemen
 
 RememberedStatement* RememberedRunner::Goto(RememberedRunner& self, Statement& statement) {
   self.MoveTo(statement.behind_value);
-  for (int left = statement.frames_left; left > 0; --left) self.script_.ClearStackVars();
+  self.script_.CloseFrames(self.script_.m_nBeginCount - statement.frames_left);
   return self.Next(statement);
 }
 

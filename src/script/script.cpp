@@ -94,7 +94,3 @@ CScript::Flow CScript::ActOnWord(int entry_depth, int& result) {
   }
   return Flow::kNext;
 }
-
-void CScript::CloseFrames(int entry_depth) {
-  for (int open = m_nBeginCount - entry_depth; open >= 1; --open) ClearStackVars();
-}

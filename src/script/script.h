@@ -89,10 +89,6 @@ class KARST_API CScript : public CCode, public CFuncArray {
 
   CLoopStack* pLoopStack;
 
- protected:
-  // Closes the frames that were opened since `entry_depth` were open.
-  void CloseFrames(int entry_depth);
-
  private:
   static constexpr char kAppendOnlyTexts[] = " << 运算只能在string类型变量之间进行!";
   static constexpr char kConditionWithoutTruth[] = "GetLogicExp() error...";

@@ -97,27 +97,7 @@ class CellStore {
   void BeginRun() { in_run_ = true; }
   void EndRun() { in_run_ = false; }
   // Drops the cells of runs that stand before `end`, and moves the other cells together.
-  void DropLeftovers(std::vector<CVarCell*>& cells, size_t end) {
-    const auto is_leftover = [end](const CVarCell* cell) {
-      return cell->made_by_run_ && static_cast<size_t>(cell->position_) < end;
-    };
-    for (size_t i = cells.size(); i-- > 0;) {
-      CVarCell* cell = cells[i];
-      if (cell->slot_) cell->slot_->newest = cell->shadowed_;
-      if (cell->leixing != kFrameMark && cell->nDupPos >= 0)
-        cell->nDupPos = PositionAfter(cells, cell->nDupPos, is_leftover);
-    }
-    size_t kept = 0;
-    for (CVarCell* cell : cells) {
-      if (is_leftover(cell)) {
-        Give(cell);
-      } else {
-        Enter(cell, kept);
-        cells[kept++] = cell;
-      }
-    }
-    cells.resize(kept);
-  }
+  void DropLeftovers(std::vector<CVarCell*>& cells, size_t end);
 
   // A frame mark at the end of the table.
   void AppendMark(std::vector<CVarCell*>& cells, int flag) {
@@ -202,12 +182,6 @@ class CellStore {
  private:
   static constexpr uint32_t kKeptTextCapacity = 4096;
 
-  // The position of a cell once the dropped ones are gone; -1 if it is one of them.
-  template <typename IsDropped>
-  static int32_t PositionAfter(const std::vector<CVarCell*>& cells, int32_t position, IsDropped is_dropped) {
-    const auto cell = cells.begin() + position;
-    return is_dropped(*cell) ? -1 : position - static_cast<int32_t>(std::count_if(cells.begin(), cell, is_dropped));
-  }
   // The cell stands at that position from here on, as the newest of its name.
   static void Enter(CVarCell* cell, size_t position) {
     cell->position_ = static_cast<int32_t>(position);

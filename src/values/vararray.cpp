@@ -1,7 +1,6 @@
 // CVarArray: the operations of the variable table.
 #include "values/vararray.h"
 
-#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -327,55 +326,6 @@ int CVarArray::GetVarInt(const char* name, int& out) {
   if (!cell || cell->leixing != karst::kInt) return -1;
   out = cell->lVal;
   return 0;
-}
-
-// Frames and cutting back.
-
-int CVarArray::OpenFrame(int flag) {
-  store_->AppendMark(m_Cells, flag);
-  ++m_nBeginCount;
-  return 0;
-}
-
-int CVarArray::CreateBegin(int flag) {
-  return OrNoMemory([&] { return OpenFrame(flag); });
-}
-
-int CVarArray::ClearStackVars() {
-  if (m_nBeginCount == 0) halt(" END比BEGIN多!!111");
-  const CVarCell* mark = store_->FrameMarkSlot().newest;
-  if (!mark) halt(" 变量表中BEGIN没有找到!!");
-  const bool flagged = mark->nDupPos == 1;
-  store_->CutBack(m_Cells, static_cast<size_t>(CellStore::PositionOf(mark)));
-  --m_nBeginCount;
-  return flagged ? 1 : 0;
-}
-
-int CVarArray::ClearSomeVars(int pos) {
-  if (pos < 0 || static_cast<size_t>(pos) >= m_Cells.size()) return -1;
-  store_->CutBack(m_Cells, static_cast<size_t>(pos));
-  return 0;
-}
-
-int CVarArray::ClearVars() {
-  store_->CutBack(m_Cells, 0);
-  m_nBeginCount = 0;
-  return 0;
-}
-
-void CVarArray::BeginRun() { store_->BeginRun(); }
-
-void CVarArray::EndRun() { store_->EndRun(); }
-
-int CVarArray::CountFrameMarks() const {
-  return static_cast<int>(std::count_if(m_Cells.begin(), m_Cells.end(),
-                                        [](const CVarCell* cell) { return cell->leixing == karst::kFrameMark; }));
-}
-
-void CVarArray::DropLeftovers(size_t end) {
-  const int marks = CountFrameMarks();
-  store_->DropLeftovers(m_Cells, end);
-  m_nBeginCount -= marks - CountFrameMarks();
 }
 
 CVarCell* CVarArray::NewVarCell() { return new (std::nothrow) CVarCell; }

@@ -141,6 +141,8 @@ class KARST_API CVarArray : public virtual CRunable {
   int ChangeValue(const karst::NameSlot& slot, const CValue& value);
   // As CreateBegin.
   int OpenFrame(int flag);
+  // Closes the frames that were opened since `depth` were open.
+  void CloseFrames(int depth);
   // Stops the script: the table is full.
   void RefuseCell();
   karst::CellStore& Store() { return *store_; }

@@ -52,7 +52,7 @@ TEST_F(HostBuiltins, ReadLineLosesNothingOfAPipe) {
   const int keeper = open("p", O_RDWR);  // keeps the pipe open at both ends
   const int32_t file = caller.Call("Open", {"p", ""});
   ASSERT_EQ(write(keeper, "a\r\nb", 4), 4);
-  EXPECT_EQ(ReadLine(file, 4), Answer(-1, "")) << "a pipe cannot be set back behind a line";
+  EXPECT_EQ(ReadLine(file, 4), Answer(-1, "")) << "a pipe cannot be set back to the end of a line";
   EXPECT_EQ(ReadInto("Read", file, 4), Answer(4, "a\r\nb"));
   close(keeper);
 }
@@ -157,7 +157,8 @@ TEST_F(HostBuiltins, AHostCanTakeTheNamedOutputAndWriteItLater) {
   EXPECT_EQ(FileBytes("b"), "\xE4\xB8\xAD");
 }
 
-TEST_F(HostBuiltins, MsgBoxAsksTheHost) {
+TEST_F(HostBuiltins, MsgBoxAsksTheHostAndPrintfNeedsNoWindow) {
+  EXPECT_EQ(caller.Call("printf", {"%s", "nowhere"}), 7);
   caller.Output();
   std::string shown;
   SetMessageBoxHandler([&](HWND owner, const char* text, const char* title, unsigned style) {

@@ -18,7 +18,7 @@ class ChineseText : public ::testing::Test {
  protected:
   using Answer = std::pair<int32_t, std::string>;
 
-  // The result of a call, and the variable `text` behind it.
+  // The result of a call, and the variable `text` after it.
   Answer Changed(const std::string& before, const char* name, const std::vector<Argument>& arguments) {
     BuiltinCaller fresh;
     fresh.Declare("text", before);

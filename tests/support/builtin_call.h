@@ -1,4 +1,4 @@
-// Calls built-ins as a script does: variables in a table, arguments as cells behind them, the row's handler, and the
+// Calls built-ins as a script does: variables in a table, arguments as cells after them, the row's handler, and the
 // cells cut off again.
 #pragma once
 

@@ -17,26 +17,28 @@ namespace {
 constexpr const char* kLineWords[] = {"\xE7\xAC\xAC", "\xE8\xA1\x8C"};
 constexpr const char* kLevelWord = "\xE5\xB1\x82";
 
-std::vector<std::string_view> SplitLines(std::string_view text) {
-  std::vector<std::string_view> lines;
-  while (!text.empty()) {
-    const size_t end = std::min(text.find('\n'), text.size());
-    lines.push_back(text.substr(0, end));
-    text.remove_prefix(std::min(end + 1, text.size()));
+std::vector<std::string_view> SplitAt(std::string_view text, std::string_view mark) {
+  std::vector<std::string_view> parts;
+  for (size_t at; (at = text.find(mark)) != text.npos; text.remove_prefix(at + mark.size())) {
+    parts.push_back(text.substr(0, at));
   }
-  return lines;
+  parts.push_back(text);
+  return parts;
 }
+
+std::vector<std::string_view> SplitLines(std::string_view text) { return SplitAt(WithoutLastLineEnds(text), "\n"); }
 
 std::string_view WithoutLastBlanks(std::string_view text) {
   while (text.ends_with(' ')) text.remove_suffix(1);
   return text;
 }
 
-int HexValue(char digit) {
-  const char digits[2] = {digit, 0};
-  int value = -1;
-  std::from_chars(digits, digits + 1, value, 16);
-  return value;
+// The byte of two hexadecimal digits at the head of a text, if they stand there.
+std::optional<char> HexByte(std::string_view text) {
+  unsigned value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + std::min<size_t>(text.size(), 2), value, 16);
+  if (error != std::errc() || end != text.data() + 2) return std::nullopt;
+  return static_cast<char>(value);
 }
 
 // Text as GBK; «C4E3» in it stands for these bytes.
@@ -50,9 +52,7 @@ std::string ToGbk(std::string_view utf8) {
     std::string part;
     if (!bytes && !Utf8ToGbk(utf8.substr(0, end), part, &bad_offset))
       throw std::runtime_error("no GBK for: " + std::string(utf8));
-    for (size_t i = 0; bytes && i < end; i += 2) {
-      part += static_cast<char>(HexValue(utf8[i]) * 16 + HexValue(utf8[i + 1]));
-    }
+    for (size_t i = 0; bytes && i < end; i += 2) part += HexByte(utf8.substr(i)).value();
     gbk += part;
     utf8.remove_prefix(std::min(end + mark.size(), utf8.size()));
   }
@@ -62,10 +62,11 @@ std::string ToGbk(std::string_view utf8) {
 // Takes one escape, standing at its backslash, from the front of `text`. False if it is none of ours.
 bool TakeEscape(std::string_view& text, char& byte) {
   if (text.size() < 2) return false;
-  if (text[1] == 'x' && text.size() >= 4 && HexValue(text[2]) >= 0 && HexValue(text[3]) >= 0) {
-    byte = static_cast<char>(HexValue(text[2]) * 16 + HexValue(text[3]));
-    text.remove_prefix(4);
-    return true;
+  if (text[1] == 'x') {
+    const std::optional<char> hex = HexByte(text.substr(2));
+    byte = hex.value_or(0);
+    text.remove_prefix(hex ? 4 : 0);
+    return hex.has_value();
   }
   constexpr std::string_view kEscapes = "rnt\\$_", kBytes = "\r\n\t\\$_";
   const size_t found = kEscapes.find(text[1]);
@@ -180,7 +181,7 @@ struct Surroundings {
 constexpr std::string_view kExpectations[] = {"=>",     "=!",      "=result", "=stdout",    "=file",
                                               "=bytes", "=nofile", "=tree",   "=variables", "=finding"};
 
-// Where an expectation begins in a line, behind a blank or at its head; npos if none does.
+// Where an expectation begins in a line, after a blank or at its head; npos if none does.
 size_t FindExpectation(std::string_view line, size_t from) {
   for (size_t at = from; (at = line.find('=', at)) != line.npos; ++at) {
     if (at > 0 && line[at - 1] != ' ') continue;
@@ -188,15 +189,6 @@ size_t FindExpectation(std::string_view line, size_t from) {
     if (std::find(std::begin(kExpectations), std::end(kExpectations), word) != std::end(kExpectations)) return at;
   }
   return line.npos;
-}
-
-std::vector<std::string> SplitAt(std::string_view text, std::string_view mark) {
-  std::vector<std::string> parts;
-  for (size_t at; (at = text.find(mark)) != text.npos; text.remove_prefix(at + mark.size())) {
-    parts.emplace_back(text.substr(0, at));
-  }
-  parts.emplace_back(text);
-  return parts;
 }
 
 std::string WithLineEnds(std::string_view text) {
@@ -244,7 +236,7 @@ class CaseFileReader {
       TakeSurrounding(line.substr(4));
       if (title_.empty()) everywhere_ = here_;
     } else if (!here_.each.empty() && !line.starts_with('=')) {
-      for (const std::string& row : SplitAt(line, " | ")) TakeRow(row);
+      for (std::string_view row : SplitAt(line, " | ")) TakeRow(row);
     } else {
       TakeSource(line);
     }
@@ -271,19 +263,15 @@ class CaseFileReader {
       AddNamed(here_.files, rest, word == "bytes");
     } else if (word == "records" || word == "rawrecords") {
       TakeRecords(rest, word == "rawrecords");
-    } else if (word == "raw") {
-      here_.form.raw = true;
-    } else if (word == "open") {
-      here_.form.open = true;
-    } else if (word == "lf") {
-      here_.form.line_ends = LineEnds::kLf;
+    } else if (word == "raw" || word == "open" || word == "lf") {
+      (word == "raw" ? here_.form.raw : word == "open" ? here_.form.open : here_.form.lf) = true;
     } else {
       throw std::runtime_error("unknown word " + std::string(word));
     }
   }
 
   void TakeRecords(std::string_view line, bool raw) {
-    if (!std::exchange(own_records_, !title_.empty()) && !title_.empty()) here_.records.reset();
+    if (!std::exchange(own_records_, true)) here_.records.reset();
     if (line == "none") return;
     std::string text(line);
     ReplaceAll(text, " || ", "\n\n");
@@ -307,7 +295,7 @@ class CaseFileReader {
     const std::string_view values = WithoutLastBlanks(row.substr(0, at));
     std::string source = here_.each;
     ReplaceAll(source, "{}", values);
-    const std::vector<std::string> parts = SplitAt(values, "; ");
+    const std::vector<std::string_view> parts = SplitAt(values, "; ");
     for (size_t i = 0; i < parts.size(); ++i) ReplaceAll(source, "{" + std::to_string(i + 1) + "}", parts[i]);
     CloseCase();
     OpenCase();
@@ -398,14 +386,6 @@ class CaseFileReader {
   bool expected_ = false, has_output_ = false;
 };
 
-Case FaultyFile(const std::string& path, const std::string& fault) {
-  Case faulty;
-  faulty.place = path;
-  faulty.topic = std::filesystem::path(path).stem().string();
-  faulty.fault = fault;
-  return faulty;
-}
-
 // One byte or one character of what the engine wrote, from the front of `bytes`.
 std::string TakeShown(std::string_view& bytes) {
   const auto take = [&bytes](size_t count) {
@@ -431,9 +411,9 @@ std::vector<Case> ReadCaseFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   std::stringstream text;
   text << file.rdbuf();
-  if (!file) return {FaultyFile(path, "cannot be read")};
-  const std::vector<Case> cases = CaseFileReader(path, text.str()).TakeCases();
-  return cases.empty() ? std::vector{FaultyFile(path, "holds no case")} : cases;
+  std::vector<Case> cases = CaseFileReader(path, text.str()).TakeCases();
+  if (cases.empty()) cases.emplace_back().fault = cases.back().place = path + ": holds no case";
+  return cases;
 }
 
 std::vector<Case> ReadAllCases(const std::string& folder) {
@@ -474,7 +454,7 @@ std::string InputBytes(const CaseText& input) {
   if (input.raw) return DecodeRaw(Joined(input.text));
   std::string bytes = ToGbk(input.text);
   if (!bytes.empty() && !input.open) bytes += '\n';
-  if (input.line_ends == LineEnds::kCrLf) ReplaceAll(bytes, "\n", "\r\n");
+  if (!input.lf) ReplaceAll(bytes, "\n", "\r\n");
   return bytes;
 }
 

@@ -10,13 +10,11 @@
 
 namespace karst::testing {
 
-enum class LineEnds { kCrLf, kLf };
-
 // One section: its text and how it is written.
 struct CaseText {
   std::string name;  // of the file, in sections that have one
   std::string text;
-  LineEnds line_ends = LineEnds::kCrLf;
+  bool lf = false;    // lines end in LF alone
   bool open = false;  // the last line has no line end
   bool raw = false;   // escapes stand for bytes, lines have no ends
 };
@@ -40,7 +38,7 @@ struct Case {
   std::vector<std::string> absent_files;
   std::optional<CaseText> tree;
   std::optional<CaseText> variables;
-  std::string findings;  // what a check of the source tells, a line each
+  std::string findings;  // what a check of the source finds, a line each
 };
 
 // The cases of one file. A file that cannot be read or has no case gives one case with a fault.

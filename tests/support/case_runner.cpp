@@ -206,7 +206,8 @@ Observed RunCase(const Case& test_case, bool remembering) {
 
 void CheckCase(const Case& test_case) {
   ASSERT_TRUE(test_case.fault.empty()) << test_case.fault;
-  SCOPED_TRACE(test_case.place + ": " + test_case.title);
+  const std::string& source = (test_case.script ? test_case.script : test_case.filter)->text;
+  SCOPED_TRACE(test_case.place + ": " + test_case.title + "\n" + source.substr(0, 1000));
   const Observed remembered = RunCase(test_case, true);
   const Observed plain = RunCase(test_case, false);
   {

@@ -1,6 +1,6 @@
 // Sources with the findings that checking them must give: a case file, or fences of a Markdown page:
 //
-//   ```karst-check         a script; karst-check-filter: a filter. "raw" behind the word: as raw text of a case file.
+//   ```karst-check         a script; karst-check-filter: a filter. "raw" after the word: as raw text of a case file.
 //   ```findings            "line:column: severity: text [rule]", one finding a line
 #pragma once
 

@@ -31,7 +31,7 @@ std::vector<FencePair> PairedFences(const std::string& path, const std::string& 
   for (const Fence& fence : ReadFences(path)) {
     const bool opens = fence.word.starts_with(first), closes = fence.word == second;
     if (!opens && !closes) continue;
-    EXPECT_EQ(closes, awaits) << fence.place << ": " << second << " must follow, and stand behind nothing else";
+    EXPECT_EQ(closes, awaits) << fence.place << ": " << second << " must follow, and stand nowhere else";
     if (opens) pairs.push_back({fence, {}});
     if (closes && awaits) pairs.back().second = fence;
     awaits = opens;

@@ -8,7 +8,7 @@ namespace karst::testing {
 
 struct Fence {
   std::string place;  // file and line
-  std::string word;   // what stands behind the opening marks
+  std::string word;   // what stands after the opening marks
   std::string text;
 };
 

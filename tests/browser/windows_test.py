@@ -136,7 +136,8 @@ class WindowTest(WindowCase):
         script = (PRELUDE + 'int v\nw = OpenWindow("page.html")\nv = OpenWindow("second.html")\n'
                   + WAIT + 'n = WaitWindow(v, &command)\nprintf("%d %s\\n", n, command)\nCloseWindow(w)\n'
                   + 'n = WaitWindow(v, &command)\nprintf("%d %s\\n", n, command)\n')
-        run = self.start(script, page("<a href='karst:one'>1</a>"), second_html=page("<a href='karst:two'>2</a>"), shown=False)
+        pages = [page(f"<a href='karst:{word}'>x</a>") for word in ("one", "two")]
+        run = self.start(script, pages[0], second_html=pages[1], shown=False)
         first = self.show(run, 0)
         second = self.show(run, 1)
         self.assertNotEqual(run.address(0), run.address(1))

@@ -58,12 +58,11 @@ escaped() {
 
 # unread COMMAND...: its status where nobody reads what it writes.
 unread() {
-  (
-    sleep 0.2
-    "$@"
-    echo $? >status
-  ) | :
-  cat status
+  local reader
+  exec {reader}> >(:)
+  wait $!
+  "$@" >&"$reader"
+  echo $?
 }
 
 # interrupted SIGNAL FILE COMMAND...: sends the signal once the command has made the file and goes on; gives its status.

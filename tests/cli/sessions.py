@@ -15,7 +15,7 @@ import tempfile
 
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
-SECONDS = 60
+SECONDS = 200
 STEP = re.compile(r"== |= |\$ |# ")  # what begins a session, a file, a command, a remark
 
 
@@ -47,8 +47,9 @@ class Session:
         self.folder = folder
         kept = {name: value for name, value in os.environ.items()
                 if not re.match("LC_|LANG|DISPLAY|WAYLAND_DISPLAY", name)}
-        self.environment = kept | {"PATH": f"{pathlib.Path(program).resolve().parent}:{os.environ['PATH']}", "ROOT": str(ROOT),
-                                   "BASH_ENV": str(HERE / "prelude.bash"), "HOME": str(folder)}
+        path = f"{pathlib.Path(program).resolve().parent}:{os.environ['PATH']}"
+        self.environment = kept | {"PATH": path, "ROOT": str(ROOT), "BASH_ENV": str(HERE / "prelude.bash"),
+                                   "HOME": str(folder)}
 
     def run(self, command):
         """The lines that a session would show."""

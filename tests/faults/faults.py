@@ -8,6 +8,7 @@ is no fault at all.
 """
 
 import argparse
+import collections
 import concurrent.futures
 import dataclasses
 import errno
@@ -58,17 +59,7 @@ def source(text):
 RECORDS = [iso(i, f"红楼梦 第{i}回") for i in range(20)]
 BOOKS, SMALL = b"".join(RECORDS), b"".join(RECORDS[:3])
 BROKEN = BOOKS[:50_000] + b"no record\x1d" * 10_000 + BOOKS[50_000:]
-WRITE = """Record
-{
-	Field "200"
-	{
-		SubField "a"
-		{
-			%s
-		}
-	}
-}
-"""
+WRITE = 'Record {\nField "200" {\nSubField "a" {\n%s\n}\n}\n}\n'
 
 
 def to(name, lines=1):
@@ -79,13 +70,12 @@ TO_HOSTS_FILE = 'fnprintf(HyperFn, "%s", _SUBFIELD)'
 LOOK_UP = 'string record\nprintf("%d%s", ZebGetRcd("a", "KS00000001", &record), record)\n'
 TEXTS = 'string text = "红<楼>梦"\nHTMLString(&text)\nStrCat(&text, text)\nprintf("%s", text)\nMsgBox("")\n'
 # The names that one filter writes to are more than the program may have open at once.
-MANY = source("""int n = 0
+MANY = source(r"""int n = 0
 string name
-Record
-{
-	sprintf(&name, "part%d.txt", n % 18)
-	fnprintf(name, "%d\\n", n)
-	n = n + 1
+Record {
+sprintf(&name, "part%d.txt", n % 18)
+fnprintf(name, "%d\n", n)
+n = n + 1
 }
 """)
 
@@ -110,12 +100,13 @@ def commands():
     books = {"books.iso": BOOKS}
 
     def filtered(name, script, *options, records=BOOKS, **more):
-        return Command(name, ["filter", *options, "a.flt", "books.iso"], {"books.iso": records, "a.flt": script}, **more)
+        files = {"books.iso": records, "a.flt": script}
+        return Command(name, ["filter", *options, "a.flt", "books.iso"], files, **more)
 
     yield filtered("filter to a file", to('"out.txt"'))
     yield filtered("filter to standard output", to('"stdout"', 3))
     yield filtered("filter with rejects", to('"out.txt"'), "--rejects", "bad.bin", records=BROKEN)
-    yield filtered("filter with messages", source('Record\n{\n\tprintf("%s\\n", _RECORD)\n}\n'), "--messages", "told.txt")
+    yield filtered("filter with messages", source('Record {\nprintf("%s\\n", _RECORD)\n}\n'), "--messages", "told.txt")
     yield filtered("filter on two threads", to('"out.txt"'), "--jobs", "2")
     yield filtered("filter to many files", MANY, most_files=16)
     yield filtered("filter with a database", source(LOOK_UP), "--database", "a=books.iso", records=SMALL)
@@ -138,22 +129,15 @@ def examples():
                 continue  # it fails by itself
             name = f"{page}.md:{text.count(chr(10), 0, match.start()) + 2}"
             yield Command(name, ["run", "--windows", "memory", "example.pro"], {"example.pro": source(match[1])},
-                          kinds=("memory",), sample=SAMPLE // 4, made=tuple(re.findall(r'Open\("([^"]+)", "c"\)', match[1])))
+                          kinds=("memory",), sample=SAMPLE // 4,
+                          made=tuple(re.findall(r'Open\("([^"]+)", "c"\)', match[1])))
 
 
 # What replaced files hold before.
 OLD = {"to.flt": to('"out.txt"').replace(b"\r\n", b"\n")}
 
 
-@dataclasses.dataclass
-class Outcome:
-    status: int
-    output: bytes
-    told: str
-    files: dict[str, bytes]
-    counts: list[int]
-    struck: bool
-    path: str
+Outcome = collections.namedtuple("Outcome", "status output told files counts struck path")
 
 
 class Bench:
@@ -189,34 +173,28 @@ class Bench:
                            bool(struck), path.rstrip(b"\0").decode(errors="replace"))
 
 
-def names_of(path, command, whole):
-    """What standard error may call the file: a passing name stands for the file that it would have become."""
-    name = path.rpartition("/")[2]
-    known = [*whole.files, "standard output", "standard input"]
-    return [name] if name in known else known
-
-
 def faults_of(command, whole, outcome, kind, gentle):
     """What is wrong with an outcome; nothing, for a good one."""
+    status = f"status {outcome.status}"
     if outcome.status < 0 or outcome.status in (99, 134, 139):
         yield f"ended with {outcome.status}"
         return
-    is_whole = outcome.output == whole.output and outcome.files == whole.files
     if outcome.status == 0 or gentle:
-        for name in whole.files.keys() | outcome.files.keys():
-            if outcome.files.get(name) != whole.files.get(name):
-                yield f"status {outcome.status}, but {name} is not whole"
-        if outcome.output != whole.output:
-            yield f"status {outcome.status}, but standard output is not whole"
-        if gentle and outcome.status != 0:
-            yield f"status {outcome.status}"
-        if kind in LOST_WITHOUT_A_TRACE and outcome.struck:
-            yield f"status {outcome.status}"
+        came = outcome.files | {"standard output": outcome.output}
+        wanted = whole.files | {"standard output": whole.output}
+        for name in came.keys() | wanted.keys():
+            if came.get(name) != wanted.get(name):
+                yield f"{status}, but {name} is not whole"
+        if outcome.status != 0 or (kind in LOST_WITHOUT_A_TRACE and outcome.struck):
+            yield status
     elif kind == "memory":
         if not re.search("memory|mem low|malloc", outcome.told):
-            yield f"status {outcome.status}, but no word about memory"
-    elif not any(name in outcome.told for name in names_of(outcome.path, command, whole)):
-        yield f"status {outcome.status}, but {outcome.path} is not named"
+            yield f"{status}, but no word about memory"
+    else:
+        # A passing name stands for the file that it would have become.
+        known, name = [*whole.files, "standard output", "standard input"], outcome.path.rpartition("/")[2]
+        if not any(word in outcome.told for word in ([name] if name in known else known)):
+            yield f"{status}, but {outcome.path} is not named"
     for name in command.files:
         if outcome.files.get(name) != whole.files[name]:
             yield f"{name} was changed"

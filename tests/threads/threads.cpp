@@ -2,10 +2,8 @@
 // whatever they share.
 #include <gtest/gtest.h>
 #include <karst/karst.h>
-#include <unistd.h>
 
 #include <atomic>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -15,7 +13,6 @@
 
 #include "marc/marcfilter.h"
 #include "marc/marcflt.h"
-#include "support/child_process.h"
 #include "support/filter_bench.h"
 #include "support/places.h"
 #include "support/temp_folder.h"
@@ -148,36 +145,6 @@ TEST(Threads, StopFiltersAtAnyMoment) {
       ASSERT_EQ(bench.tree.m_nBeginCount, 0) << round;
       ASSERT_EQ(bench.tree.m_Cells.size(), 0u) << round;
     }
-  }
-}
-
-// The engines of the program's threads: ended by a record at some place of the file, and by a signal.
-TEST(Threads, StopTheWorkersOfTheProgram) {
-  const TempFolder folder;
-  std::string records;
-  for (int i = 0; i < 3000; ++i) records += Record({"200  $aone$btwo"});
-  WriteWhole("r.mrc", records);
-  const auto filter_with = [](const std::string& code) {
-    WriteWhole("f.flt",
-               "Record {\r\nField \"200\" {\r\nSubField \"a\" {\r\nif _RECORDCOUNT == " + code + "\r\n}\r\n}\r\n}\r\n");
-  };
-  const ChildSetup setup{.arguments = {"filter", "-q", "--jobs", "4", "f.flt", "r.mrc"}};
-  for (int place : {0, 9, 300, 2999}) {
-    filter_with(std::to_string(place) + "\r\nstop -1");
-    const ChildResult result = RunProgram(setup);
-    EXPECT_EQ(result.status, 0) << result.error;
-    EXPECT_EQ(result.output + result.error, "");
-  }
-  filter_with("500\r\nOpen(\"reached\", \"c\")\r\nloop _RECORDCOUNT == 500\r\nendloop");
-  for (useconds_t delay : {0u, 1000u, 9000u}) {
-    std::filesystem::remove("reached");
-    const ChildResult result = RunProgram(setup, [delay](pid_t child) {
-      while (!std::filesystem::exists("reached") && kill(child, 0) == 0) usleep(1000);
-      usleep(delay);
-      kill(child, SIGTERM);
-    });
-    EXPECT_EQ(result.status, 143) << result.error;
-    EXPECT_EQ(result.output + result.error, "karst: interrupted\n");
   }
 }
 

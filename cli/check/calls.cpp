@@ -3,6 +3,7 @@
 
 #include "cli/check/reader.h"
 #include "cli/check/signature.h"
+#include "values/name.h"
 
 namespace karst::cli::check {
 namespace {
@@ -55,7 +56,7 @@ void Reader::ValueArgument(std::vector<Argument>& arguments, const Token* first,
 }
 
 void Reader::CheckCall(const Token& name, const std::vector<Argument>& arguments) {
-  const std::string key(Significant(name.text));
+  const std::string key(SignificantName(name.text));
   karst::BuiltinHandler handler = nullptr;
   const int row = functions_.FindKernelFunction(key.c_str(), &handler, nullptr, 0);
   if (row < 0) return Report(Rule::kUnknownFunction, name, {name.text});

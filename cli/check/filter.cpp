@@ -23,7 +23,8 @@ FilterWalk::FilterWalk(const TokenList& list, const BlockTree& tree, Findings& f
     commons_.push_back(block);
     if (!inside_common[block]) last_common_[tree.At(block).name] = block;
   }
-  for (const EnvironmentVariable& variable : environment::Host()) names_.Declare(variable.name, variable.type, false);
+  // Those that hosts make.
+  for (const std::string_view name : {"soutput", "HyperFn"}) names_.Declare(name, Type::kText, false);
 }
 
 void FilterWalk::Run() {
@@ -46,32 +47,32 @@ void FilterWalk::TopLevel() {
 }
 
 void FilterWalk::OldStyle() {
-  WithFrame(environment::Record(), [this] {
+  WithFrame(EnvironmentLevel::kRecord, [this] {
     Piece(tree_.Head(), PieceKind::kPlain);
     const size_t fields = tree_.At(tree_.Head()).next;
-    if (tree_.IsType(fields, kCellField)) WithFrame(environment::Middle(), [&] { FieldRun(fields); });
+    if (tree_.IsType(fields, kCellField)) WithFrame(EnvironmentLevel::kMiddle, [&] { FieldRun(fields); });
     if (tree_.Tail() != tree_.Head()) Piece(tree_.Tail(), PieceKind::kPlain);
   });
 }
 
 // The frame is closed with everything that was opened in it.
 template <typename Content>
-void FilterWalk::WithFrame(std::span<const EnvironmentVariable> variables, Content content) {
+void FilterWalk::WithFrame(EnvironmentLevel level, Content content) {
   const size_t depth = names_.Depth();
-  names_.Open(variables);
+  names_.Open(VariablesOf(level));
   content();
   while (names_.Depth() > depth) names_.Close();
 }
 
 void FilterWalk::RecordBlock(size_t block) {
-  WithFrame(environment::Record(), [&] {
+  WithFrame(EnvironmentLevel::kRecord, [&] {
     Head(block);
     const size_t first = tree_.At(block).first;
     if (first != kNoCell && !tree_.IsType(first, kCellField)) {
       findings_.Add(Rule::kNoField, WordOf(first).offset);
       ran_[first] = true;  // enough is told
     }
-    if (tree_.IsType(first, kCellField)) WithFrame(environment::Middle(), [&] { FieldRun(first); });
+    if (tree_.IsType(first, kCellField)) WithFrame(EnvironmentLevel::kMiddle, [&] { FieldRun(first); });
     Closing(block);
   });
 }
@@ -84,7 +85,7 @@ size_t FilterWalk::FieldRun(size_t first) {
 
 void FilterWalk::FieldBlock(size_t block) {
   CheckPattern(block, "Field");
-  WithFrame(environment::Field(), [&] {
+  WithFrame(EnvironmentLevel::kField, [&] {
     Head(block);
     if (tree_.At(block).name.substr(0, 3) != "hdr") Inner(block);
     Closing(block);
@@ -96,7 +97,7 @@ void FilterWalk::Inner(size_t block) {
   if (first == kNoCell) return;
   switch (tree_.At(first).type) {
     case kCellSubField: SubFieldRun(first); break;
-    case kCellField: WithFrame(environment::Middle(), [&] { FieldRun(first); }); break;
+    case kCellField: WithFrame(EnvironmentLevel::kMiddle, [&] { FieldRun(first); }); break;
     case kCellGroup:
       if (tree_.IsType(block, kCellField)) GroupBlock(first);
       break;
@@ -108,13 +109,13 @@ void FilterWalk::Inner(size_t block) {
 size_t FilterWalk::SubFieldRun(size_t first) {
   for (; tree_.IsType(first, kCellSubField); first = tree_.At(first).next) {
     CheckPattern(first, "SubField");
-    WithFrame(environment::SubField(), [&] { Piece(first, PieceKind::kPlain); });
+    WithFrame(EnvironmentLevel::kSubField, [&] { Piece(first, PieceKind::kPlain); });
   }
   return first;
 }
 
 void FilterWalk::GroupBlock(size_t block) {
-  WithFrame(environment::Group(), [&] {
+  WithFrame(EnvironmentLevel::kGroup, [&] {
     Head(block);
     if (tree_.IsType(tree_.At(block).first, kCellSubField)) SubFieldRun(tree_.At(block).first);
     Closing(block);
@@ -137,8 +138,8 @@ void FilterWalk::CommonBlocks() {
   statements_.SetLenient(true);
   for (const size_t common : commons_) {
     collected_ = &chains_[common];
-    WithFrame(environment::Record(), [&] {
-      WithFrame(environment::Middle(), [&] { WithFrame(environment::Field(), [&] { CommonBlock(common); }); });
+    WithFrame(EnvironmentLevel::kRecord, [&] {
+      WithFrame(EnvironmentLevel::kMiddle, [&] { WithFrame(EnvironmentLevel::kField, [&] { CommonBlock(common); }); });
     });
   }
   collected_ = nullptr;

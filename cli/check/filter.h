@@ -33,7 +33,7 @@ class FilterWalk {
   void Piece(size_t block, PieceKind kind);
   void Head(size_t block);
   template <typename Content>
-  void WithFrame(std::span<const EnvironmentVariable> variables, Content content);
+  void WithFrame(EnvironmentLevel level, Content content);
 
   void CheckPattern(size_t block, std::string_view word);
   void TellWhatNeverRan();

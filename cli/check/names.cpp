@@ -1,42 +1,9 @@
-// Names, and the variables of the walk.
+// Names, and the types that declarations give them.
 #include "cli/check/names.h"
 
-#include <algorithm>
+#include "values/name.h"
 
 namespace karst::cli::check {
-namespace environment {
-namespace {
-
-constexpr auto kInt = Type::kInt;
-constexpr auto kText = Type::kText;
-constexpr EnvironmentVariable kHost[] = {{"soutput", kText}, {"HyperFn", kText}};
-constexpr EnvironmentVariable kRecord[] = {{"_RECORD", kText}, {"_RECORDCOUNT", kInt}};
-constexpr EnvironmentVariable kMiddle[] = {{"_FIELDCOUNT", kInt}, {"_PREVFIELDNAME", kText}, {"_NEXTFIELDNAME", kText}};
-constexpr EnvironmentVariable kField[] = {
-    {"_FIELD", kText}, {"_INDICATOR", kText}, {"_FIELDNAME", kText}, {"_FIELDDUP", kInt}, {"_PREVSUBFIELDNAME", kText}};
-constexpr EnvironmentVariable kGroup[] = {{"_GROUP", kText}, {"_GROUPCOUNT", kInt}, {"_GROUPDUP", kInt}};
-constexpr EnvironmentVariable kSubField[] = {
-    {"_SUBFIELDNAME", kText}, {"_SUBFIELD", kText}, {"_SUBFIELDDUP", kInt}, {"_SUBFIELDCOUNT", kInt}};
-
-}  // namespace
-
-std::span<const EnvironmentVariable> Host() { return kHost; }
-std::span<const EnvironmentVariable> Record() { return kRecord; }
-std::span<const EnvironmentVariable> Middle() { return kMiddle; }
-std::span<const EnvironmentVariable> Field() { return kField; }
-std::span<const EnvironmentVariable> Group() { return kGroup; }
-std::span<const EnvironmentVariable> SubField() { return kSubField; }
-
-bool Knows(std::string_view name) {
-  for (const auto level : {Record(), Middle(), Field(), Group(), SubField()}) {
-    if (std::any_of(level.begin(), level.end(), [name](const auto& variable) { return variable.name == name; })) {
-      return true;
-    }
-  }
-  return false;
-}
-
-}  // namespace environment
 
 std::string_view NameOf(Type type) {
   switch (type) {
@@ -57,21 +24,16 @@ Type TypeOfWord(int number) {
   }
 }
 
-std::string_view Significant(std::string_view name) {
-  constexpr size_t kSignificant = 29;
-  return name.substr(0, kSignificant);
-}
-
 Names::Names(const std::vector<Token>& tokens) : scopes_{{ScopeKind::kOutermost, 0, {}}} {
   for (size_t i = 0; i + 1 < tokens.size(); ++i) {
     const Type type = TypeOfWord(tokens[i].number);
     if (type != Type::kUnknown && tokens[i + 1].cls == VARIABLE) {
-      const auto [entry, fresh] = everywhere_.try_emplace(Significant(tokens[i + 1].text), type);
+      const auto [entry, fresh] = everywhere_.try_emplace(SignificantName(tokens[i + 1].text), type);
       if (!fresh && entry->second != type) entry->second = Type::kUnknown;
     }
     const bool asks = tokens[i].cls == VARIABLE && i + 2 < tokens.size() && tokens[i + 1].IsDelimiter('(') &&
                       tokens[i + 2].cls == STRING && InSmallLetters(tokens[i].text) == "isvar";
-    if (asks) asked_for_.insert(Significant(tokens[i + 2].text));
+    if (asks) asked_for_.insert(SignificantName(tokens[i + 2].text));
   }
 }
 
@@ -79,7 +41,7 @@ void Names::Open(ScopeKind kind, size_t token) { scopes_.push_back({kind, token,
 
 void Names::Open(std::span<const EnvironmentVariable> variables) {
   Open(ScopeKind::kFrame, 0);
-  for (const EnvironmentVariable& variable : variables) Declare(variable.name, variable.type, false);
+  for (const auto& [variable, name, type] : variables) Declare(name, type == kInt ? Type::kInt : Type::kText, false);
 }
 
 void Names::Close() {
@@ -93,11 +55,11 @@ void Names::DeclarePerhaps(std::string_view name, Type type) {
 }
 
 bool Names::Declare(std::string_view name, Type type, bool certain) {
-  std::vector<Entry>& entries = entries_[Significant(name)];
+  std::vector<Entry>& entries = entries_[SignificantName(name)];
   const bool again = !entries.empty() && entries.back().depth == Depth();
   if (!again) {
     entries.push_back({type, Depth(), certain});
-    scopes_.back().names.push_back(Significant(name));
+    scopes_.back().names.push_back(SignificantName(name));
     return false;
   }
   const bool twice = entries.back().certain && certain;
@@ -107,13 +69,13 @@ bool Names::Declare(std::string_view name, Type type, bool certain) {
 }
 
 std::optional<Type> Names::Find(std::string_view name) const {
-  const auto found = entries_.find(Significant(name));
+  const auto found = entries_.find(SignificantName(name));
   if (found == entries_.end() || found->second.empty()) return std::nullopt;
   return found->second.back().type;
 }
 
 Type Names::CommonType(std::string_view name) const {
-  const auto found = everywhere_.find(Significant(name));
+  const auto found = everywhere_.find(SignificantName(name));
   return found == everywhere_.end() ? Type::kUnknown : found->second;
 }
 

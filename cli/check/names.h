@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli/check/lexer.h"
+#include "marc/environment.h"
 
 namespace karst::cli::check {
 
@@ -19,24 +20,6 @@ enum class Type : uint8_t { kUnknown, kInt, kInt64, kText };
 std::string_view NameOf(Type type);
 // The type that a declaration's word stands for; unknown for other words.
 Type TypeOfWord(int number);
-
-// LIMIT: a name counts to 29 bytes.
-std::string_view Significant(std::string_view name);
-
-// A variable that the walk over a record makes.
-struct EnvironmentVariable {
-  std::string_view name;
-  Type type;
-};
-namespace environment {
-std::span<const EnvironmentVariable> Host();
-std::span<const EnvironmentVariable> Record();
-std::span<const EnvironmentVariable> Middle();
-std::span<const EnvironmentVariable> Field();
-std::span<const EnvironmentVariable> Group();
-std::span<const EnvironmentVariable> SubField();
-bool Knows(std::string_view name);
-}  // namespace environment
 
 enum class ScopeKind : uint8_t { kOutermost, kFrame, kPlain, kThen, kElse };
 

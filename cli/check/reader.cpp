@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <string>
 
+#include "values/name.h"
+
 namespace karst::cli::check {
 
 void Reader::SetPiece(size_t begin, size_t end) {
@@ -131,16 +133,16 @@ void Reader::Compare(std::string_view op, const Token* place, Type& left, Type r
 // What cannot be told for certain is passed over in silence.
 Type Reader::TypeOfVariable(const Token& name) {
   if (const auto type = names_.Find(name.text)) {
-    return lenient_ && names_.DeclaredSomewhere(Significant(name.text)) && names_.CommonType(name.text) != *type
+    return lenient_ && names_.DeclaredSomewhere(SignificantName(name.text)) && names_.CommonType(name.text) != *type
                ? Type::kUnknown
                : *type;
   }
   if (static_cast<unsigned char>(name.text[0]) >= 0x80) return Type::kUnknown;  // told where it was read
-  const std::string_view key = Significant(name.text);
+  const std::string_view key = SignificantName(name.text);
   const bool elsewhere = names_.DeclaredSomewhere(key);
   if (names_.AskedFor(key) || (elsewhere && (lenient_ || uncertain_))) return Type::kUnknown;
   if (told_names_.insert(key).second) {
-    const Rule rule = elsewhere ? Rule::kOutOfScope : environment::Knows(key) ? Rule::kNotHere : Rule::kUndeclared;
+    const Rule rule = elsewhere ? Rule::kOutOfScope : IsEnvironmentVariable(key) ? Rule::kNotHere : Rule::kUndeclared;
     Report(rule, name, {name.text});
   }
   return Type::kUnknown;

@@ -4,24 +4,11 @@
 
 namespace karst {
 
-EnvironmentNames::EnvironmentNames(CellStore& store)
-    : record(store.SlotOf("_RECORD")),
-      record_count(store.SlotOf("_RECORDCOUNT")),
-      field_count(store.SlotOf("_FIELDCOUNT")),
-      prev_field_name(store.SlotOf("_PREVFIELDNAME")),
-      next_field_name(store.SlotOf("_NEXTFIELDNAME")),
-      field(store.SlotOf("_FIELD")),
-      indicator(store.SlotOf("_INDICATOR")),
-      field_name(store.SlotOf("_FIELDNAME")),
-      field_dup(store.SlotOf("_FIELDDUP")),
-      prev_subfield_name(store.SlotOf("_PREVSUBFIELDNAME")),
-      group(store.SlotOf("_GROUP")),
-      group_count(store.SlotOf("_GROUPCOUNT")),
-      group_dup(store.SlotOf("_GROUPDUP")),
-      subfield(store.SlotOf("_SUBFIELD")),
-      subfield_name(store.SlotOf("_SUBFIELDNAME")),
-      subfield_count(store.SlotOf("_SUBFIELDCOUNT")),
-      subfield_dup(store.SlotOf("_SUBFIELDDUP")) {}
+EnvironmentNames::EnvironmentNames(CellStore& store) {
+  for (const auto level : environment::kLevels) {
+    for (const auto& [variable, name, type] : level) slots_[static_cast<size_t>(variable)] = &store.SlotOf(name);
+  }
+}
 
 void RecordWalk::OpenFrame() {
   if (!store_.OpenFrameQuickly(table_.m_Cells, table_.m_nBeginCount)) tree_.DoBegin();
@@ -53,55 +40,46 @@ inline void RecordWalk::MakeInt(NameSlot& name, int32_t n) {
   }
 }
 
-void RecordWalk::OpenRecordFrame(std::string_view record) {
+template <EnvironmentLevel level>
+inline void RecordWalk::OpenLevel(const std::array<std::string_view, 3>& texts, int32_t number) {
   OpenFrame();
-  MakeText(names_.record, record);
-  MakeInt(names_.record_count, tree_.m_nRecordCount);
+  size_t next_text = 0;
+// SPEED: one after the other, so that each variable's type and slot are settled while compiling.
+#pragma GCC unroll 8
+  for (const auto& [variable, name, type] : VariablesOf(level)) {
+    if (type == kInt) {
+      MakeInt(names_[variable], number);
+    } else {
+      MakeText(names_[variable], next_text < texts.size() ? texts[next_text++] : std::string_view());
+    }
+  }
 }
 
-void RecordWalk::OpenMiddleFrame() {
-  OpenFrame();
-  MakeInt(names_.field_count, 0);
-  MakeText(names_.prev_field_name, {});
-  MakeText(names_.next_field_name, {});
+void RecordWalk::OpenRecordFrame(std::string_view record) {
+  OpenLevel<EnvironmentLevel::kRecord>({record}, tree_.m_nRecordCount);
 }
+
+void RecordWalk::OpenMiddleFrame() { OpenLevel<EnvironmentLevel::kMiddle>(); }
 
 void RecordWalk::OpenFieldFrame(const FieldParts& field) {
-  OpenFrame();
-  MakeText(names_.field, field.text);
-  MakeText(names_.indicator, field.indicator);
-  MakeText(names_.field_name, field.name);
-  MakeInt(names_.field_dup, 0);
-  MakeText(names_.prev_subfield_name, {});
+  OpenLevel<EnvironmentLevel::kField>({field.text, field.indicator, field.name});
 }
 
-void RecordWalk::OpenGroupFrame() {
-  OpenFrame();
-  MakeText(names_.group, {});
-  MakeInt(names_.group_count, 0);
-  MakeInt(names_.group_dup, 0);
-}
+void RecordWalk::OpenGroupFrame() { OpenLevel<EnvironmentLevel::kGroup>(); }
 
-void RecordWalk::OpenSubfieldFrame() {
-  OpenFrame();
-  MakeText(names_.subfield_name, {});
-  MakeText(names_.subfield, {});
-  MakeInt(names_.subfield_dup, 0);
-  MakeInt(names_.subfield_count, 0);
-}
+void RecordWalk::OpenSubfieldFrame() { OpenLevel<EnvironmentLevel::kSubField>(); }
 
 void RecordWalk::OpenHostFrame() {
+  using enum Environment;
   OpenFrame();
-  MakeText(names_.field, {});
-  MakeText(names_.indicator, {});
-  MakeText(names_.field_name, {});
-  MakeText(names_.prev_field_name, {});
-  MakeText(names_.next_field_name, {});
-  MakeInt(names_.field_dup, 0);
-  MakeText(names_.subfield_name, {});
-  MakeText(names_.subfield, {});
-  MakeText(names_.prev_subfield_name, {});
-  MakeInt(names_.subfield_dup, 0);
+  for (const Environment variable : {kField, kIndicator, kFieldName, kPrevFieldName, kNextFieldName, kFieldDup,
+                                     kSubFieldName, kSubField, kPrevSubFieldName, kSubFieldDup}) {
+    if (TypeOf(variable) == kInt) {
+      MakeInt(names_[variable], 0);
+    } else {
+      MakeText(names_[variable], {});
+    }
+  }
 }
 
 }  // namespace karst

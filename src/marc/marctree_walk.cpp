@@ -13,8 +13,8 @@ namespace karst {
 
 namespace {
 
-constexpr size_t kFieldFrameCells = 6;     // a mark and five variables
-constexpr size_t kSubfieldDataOffset = 2;  // behind the mark and the code
+constexpr size_t kFieldFrameCells = 1 + std::size(environment::kField);  // a mark and the variables
+constexpr size_t kSubfieldDataOffset = 2;                                // behind the mark and the code
 
 // The difference of the first two bytes that do not match, or 0; "*" on either side matches any byte.
 int CompareWithAnyBytes(const char* a, const char* b, size_t count) {
@@ -211,7 +211,7 @@ int RecordWalk::OverHeader(std::string_view header, std::optional<std::string_vi
   int result = kWalkDone;
   for (CCell* cell = first; IsCell(cell, kCellField) && result == kWalkDone; cell = cell->pNext) {
     if (!Tag(kHeaderName).Matches(*cell)) continue;
-    CountMatch(cell, names_.field_dup);
+    CountMatch(cell, names_[Environment::kFieldDup]);
     result = RunHead(cell);
     if (result == kWalkDone) result = RunClosingCode(cell);
   }
@@ -244,13 +244,13 @@ int RecordWalk::OverEachField(std::string_view text, bool nested, CCell* first) 
 }
 
 void RecordWalk::Announce(const FieldPlace& place) {
-  SetInt(names_.field_count, place.index);
+  SetInt(names_[Environment::kFieldCount], place.index);
   SetNeighbours(place.prev, place.next);
 }
 
 void RecordWalk::SetNeighbours(std::string_view prev, std::optional<std::string_view> next) {
-  SetText(names_.prev_field_name, prev);
-  if (next) SetText(names_.next_field_name, *next);
+  SetText(names_[Environment::kPrevFieldName], prev);
+  if (next) SetText(names_[Environment::kNextFieldName], *next);
 }
 
 // True if the table takes a field's frame, a mark and five variables, without a refusal.
@@ -284,7 +284,7 @@ FieldParts RecordWalk::PartsOf(std::string_view field, size_t length) const {
 }
 
 int RecordWalk::RunFieldCell(std::string_view items, CCell* cell) {
-  CountMatch(cell, names_.field_dup);
+  CountMatch(cell, names_[Environment::kFieldDup]);
   if (const int result = RunHead(cell); result != kWalkDone) return result;
   if (RunFieldChildren(items, cell->pFirstChild) == kWalkFailed) return kWalkFailed;
   return RunClosingCode(cell);
@@ -361,17 +361,17 @@ int RecordWalk::OverEachSubfield(std::string_view text, CCell* first) {
 }
 
 void RecordWalk::Announce(const SubfieldPlace& place) {
-  SetText(names_.subfield, Clipped(From(place.subfield, kSubfieldDataOffset)));
-  SetText(names_.prev_subfield_name, place.prev_code);
-  SetText(names_.subfield_name, CodeTextOf(place.subfield));
-  SetInt(names_.subfield_count, place.index);
+  SetText(names_[Environment::kSubField], Clipped(From(place.subfield, kSubfieldDataOffset)));
+  SetText(names_[Environment::kPrevSubFieldName], place.prev_code);
+  SetText(names_[Environment::kSubFieldName], CodeTextOf(place.subfield));
+  SetInt(names_[Environment::kSubFieldCount], place.index);
 }
 
 int RecordWalk::RunSubfieldCells(char code, CCell* first) {
   int result = kWalkDone;
   for (CCell* cell = first; IsCell(cell, kCellSubField) && result == kWalkDone; cell = cell->pNext) {
     if (!CodeSetHolds(cell->szName, code)) continue;
-    CountMatch(cell, names_.subfield_dup);
+    CountMatch(cell, names_[Environment::kSubFieldDup]);
     result = RunPiece(cell);
   }
   return result;
@@ -395,9 +395,9 @@ int RecordWalk::OverEachGroup(std::string_view text, CCell* group) {
   int result = kWalkDone;
   for (int index = 0; result == kWalkDone && cursor.Next(group_text); ++index) {
     group_text = Clipped(group_text);
-    SetText(names_.group, group_text);
-    SetInt(names_.group_count, index);
-    CountMatch(group, names_.group_dup);
+    SetText(names_[Environment::kGroup], group_text);
+    SetInt(names_[Environment::kGroupCount], index);
+    CountMatch(group, names_[Environment::kGroupDup]);
     result = OverOneGroup(group_text, group);
   }
   return result;

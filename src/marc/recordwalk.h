@@ -9,10 +9,12 @@
 // instruction each time.
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string_view>
 
 #include "marc/cellstack.h"
+#include "marc/environment.h"
 #include "values/cellstore.h"
 
 class CMARCTree;
@@ -27,14 +29,13 @@ enum WalkResult : int {
 };
 
 // The environment variables' names in a tree's table.
-struct EnvironmentNames {
+class EnvironmentNames {
+ public:
   explicit EnvironmentNames(CellStore& store);
+  NameSlot& operator[](Environment variable) const { return *slots_[static_cast<size_t>(variable)]; }
 
-  NameSlot &record, &record_count;
-  NameSlot &field_count, &prev_field_name, &next_field_name;
-  NameSlot &field, &indicator, &field_name, &field_dup, &prev_subfield_name;
-  NameSlot &group, &group_count, &group_dup;
-  NameSlot &subfield, &subfield_name, &subfield_count, &subfield_dup;
+ private:
+  NameSlot* slots_[kEnvironmentSize] = {};
 };
 
 // What a field's frame holds of it.
@@ -103,6 +104,9 @@ class RecordWalk {
   void CloseFrame();
   // Ends a level that began with `depth` frames: closes its frame, after a stop request also those of cut pieces.
   void EndLevel(int depth);
+  // `texts` are for the level's first texts, `number` is for its numbers.
+  template <EnvironmentLevel level>
+  void OpenLevel(const std::array<std::string_view, 3>& texts = {}, int32_t number = 0);
   void MakeText(NameSlot& name, std::string_view text);
   void MakeInt(NameSlot& name, int32_t n);
   CVarCell* NewVariable(NameSlot& name);

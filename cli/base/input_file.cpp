@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "platform/retried.h"
+
 namespace karst::cli {
 
 std::string SystemName(const std::string& name, Encoding encoding) {
@@ -50,8 +52,7 @@ std::string InputFile::Read(std::string& bytes) const {
   do {
     const size_t size = bytes.size();
     bytes.resize(size + kStep);
-    do count = read(file, bytes.data() + size, kStep);
-    while (count < 0 && errno == EINTR);
+    count = Retried([&] { return read(file, bytes.data() + size, kStep); });
     bytes.resize(size + static_cast<size_t>(count < 0 ? 0 : count));
   } while (count > 0);
   const std::string reason = count < 0 ? std::strerror(errno) : "";

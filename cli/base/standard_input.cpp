@@ -14,6 +14,7 @@
 
 #include "cli/base/stop_request.h"
 #include "cli/base/writer.h"
+#include "platform/retried.h"
 
 namespace karst::cli {
 namespace {
@@ -29,8 +30,7 @@ bool CanBeOpenedAnew() {
   prctl(PR_SET_PDEATHSIG, SIGKILL);  // nobody reads on once the parent is gone
   std::array<char, 65536> buffer;
   while (true) {
-    const ssize_t count = read(STDIN_FILENO, buffer.data(), buffer.size());
-    if (count < 0 && errno == EINTR) continue;
+    const ssize_t count = Retried([&] { return read(STDIN_FILENO, buffer.data(), buffer.size()); });
     if (count <= 0 || WriteAll(target, {buffer.data(), static_cast<size_t>(count)}) != 0) _exit(0);
   }
 }

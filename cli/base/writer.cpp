@@ -8,6 +8,8 @@
 #include <cstring>
 #include <utility>
 
+#include "platform/retried.h"
+
 namespace karst::cli {
 namespace {
 
@@ -16,7 +18,7 @@ constexpr std::string_view kWipeLine = "\r\x1B[K";
 
 bool WaitUntilReady(int file) {
   pollfd wanted{file, POLLOUT, 0};
-  return poll(&wanted, 1, -1) >= 0 || errno == EINTR;
+  return Retried([&] { return poll(&wanted, 1, -1); }) >= 0;
 }
 
 }  // namespace
@@ -25,12 +27,10 @@ std::string ReasonOf(int error) { return error == EPIPE ? "its reader is gone" :
 
 int WriteAll(int file, std::string_view bytes) {
   while (!bytes.empty()) {
-    const ssize_t written = write(file, bytes.data(), bytes.size());
+    const ssize_t written = Retried([&] { return write(file, bytes.data(), bytes.size()); });
     if (written >= 0) {
       bytes.remove_prefix(static_cast<size_t>(written));
-    } else if (errno == EAGAIN) {
-      if (!WaitUntilReady(file)) return errno;
-    } else if (errno != EINTR) {
+    } else if (errno != EAGAIN || !WaitUntilReady(file)) {
       return errno;
     }
   }

@@ -13,6 +13,7 @@
 #include <system_error>
 
 #include "platform/filetable.h"
+#include "platform/retried.h"
 #include "text/charset.h"
 #include "text/mbtext.h"
 

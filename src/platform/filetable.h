@@ -8,7 +8,6 @@
 #include <sys/stat.h>
 
 #include <atomic>
-#include <cerrno>
 #include <compare>
 #include <memory>
 #include <mutex>
@@ -118,13 +117,5 @@ class FileTable {
   std::atomic<size_t> held_ = 0;  // outputs with a descriptor
   std::atomic<bool> has_opened_for_writing_ = false;
 };
-
-// Repeats a system call that a signal broke off.
-template <typename Call>
-auto Retried(Call call) {
-  auto answer = call();
-  while (answer == -1 && errno == EINTR) answer = call();
-  return answer;
-}
 
 }  // namespace karst

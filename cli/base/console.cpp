@@ -24,17 +24,16 @@ Writer::Buffering BufferingOf(int file) { return isatty(file) ? Writer::Bufferin
 
 }  // namespace
 
-Console::Console(const Options& options)
-    : options_(options),
-      encoding_(options.encoding),
-      stream_charset_(options.output_charset),
+Console::Console(const ConsoleOptions& options)
+    : encoding_(options.inputs.encoding),
+      stream_encoding_(options.stream),
       messages_name_(options.messages),
       error_is_terminal_(isatty(STDERR_FILENO)),
       output_(STDOUT_FILENO, encoding_, BufferingOf(STDOUT_FILENO), LineOf(STDOUT_FILENO), RequestStop),
       error_(STDERR_FILENO, encoding_, BufferingOf(STDERR_FILENO), LineOf(STDERR_FILENO), [] {}),
       messages_(&MessageWriter(options.messages)) {
   if (options.messages != "stdout" && options.messages != "stderr") {
-    messages_file_ = std::make_unique<OutputFile>(options.messages, options);
+    messages_file_ = std::make_unique<OutputFile>(options.messages, options.inputs);
     messages_writer_ = std::make_unique<Writer>(messages_file_->Descriptor(), encoding_, Writer::Buffering::kBlocks,
                                                 &messages_line_, RequestStop);
     messages_ = messages_writer_.get();
@@ -82,8 +81,8 @@ void Console::BringOutControl(std::string_view text) {
 }
 
 void Console::BringOutStream(std::string_view text) {
-  if (stream_charset_ == RecordCharset::kAuto) return output_.WriteGbk(text);
-  if (stream_charset_ == RecordCharset::kGbk) return output_.WriteRaw(text);
+  if (!stream_encoding_) return output_.WriteGbk(text);
+  if (*stream_encoding_ == Encoding::kGbk) return output_.WriteRaw(text);
   std::string utf8;
   stream_.Convert(text, utf8);
   output_.WriteRaw(utf8);
@@ -91,7 +90,7 @@ void Console::BringOutStream(std::string_view text) {
 
 // What the stream holds back comes out ahead of what is written by another way.
 void Console::FinishStream() {
-  if (stream_charset_ != RecordCharset::kUtf8) return;
+  if (stream_encoding_ != Encoding::kUtf8) return;
   std::string utf8;
   stream_.Finish(utf8);
   if (!utf8.empty()) output_.WriteRaw(utf8);
@@ -193,7 +192,7 @@ int Console::FinishMessages() {
 
 int Console::ReportFailure(const Writer& writer, std::string_view name) {
   if (writer.Failure() == 0) return 0;
-  if (&writer == &output_ && EndsQuietly(writer.Failure(), options_)) return kReaderGone;
+  if (&writer == &output_ && EndsQuietly(writer.Failure())) return kReaderGone;
   Say("cannot write " + std::string(name) + ": " + ReasonOf(writer.Failure()));
   return kOutputFailed;
 }

@@ -3,26 +3,32 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
 
 #include "builtins/funcarray.h"
 #include "cli/base/output_file.h"
+#include "cli/base/output_log.h"
+#include "cli/base/reversible_encoding.h"
 #include "cli/base/writer.h"
-#include "cli/records/reversible.h"
-#include "cli/run/output_log.h"
-#include "cli/verbs/options.h"
 
 namespace karst::cli {
+
+struct ConsoleOptions {
+  std::string messages = "stdout";  // "stdout", "stderr" or a file name: where the output control goes
+  FilesRead inputs;                 // with the encoding of standard output and standard error
+  std::optional<Encoding> stream;   // of the stream "stdout", each byte kept; none: that of standard output
+};
 
 // One for the whole process, and for one thread, but for the threads whose output is diverted. Texts that reach the
 // output control and the stream "stdout" come out in the order in which they were written, and nothing else reaches
 // standard output.
 class Console {
  public:
-  // HostError if the file for messages cannot be made. The options outlive the console.
-  explicit Console(const Options& options);
+  // HostError if the file for messages cannot be made.
+  explicit Console(const ConsoleOptions& options);
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
   ~Console();
@@ -73,9 +79,8 @@ class Console {
   int ReportFailure(const Writer& writer, std::string_view name);
   int FinishMessages();
 
-  const Options& options_;
   Encoding encoding_;
-  RecordCharset stream_charset_;  // of "stdout"; kAuto: encoding_
+  std::optional<Encoding> stream_encoding_;
   ReversibleUtf8Stream stream_;
   std::string messages_name_;
   bool error_is_terminal_;

@@ -82,8 +82,6 @@ void AppendEscaped(std::string_view bytes, std::string& text) {
   }
 }
 
-Encoding EncodingByName(std::string_view name) { return Normalized(name) == "gbk" ? Encoding::kGbk : Encoding::kUtf8; }
-
 // CHOICE: read from the environment and not from setlocale, so that it holds also where the locale is not installed,
 // and so that no character test of the process depends on it.
 Encoding LocaleEncoding() {

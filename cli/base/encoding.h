@@ -9,8 +9,6 @@ namespace karst::cli {
 
 enum class Encoding { kUtf8, kGbk };
 
-// "gbk" in any case gives GBK, everything else UTF-8.
-Encoding EncodingByName(std::string_view name);
 // What the environment's locale says; UTF-8 if it says nothing.
 Encoding LocaleEncoding();
 

@@ -13,6 +13,11 @@ constexpr int kOutputFailed = 74;              // something that goes to a file 
 constexpr int kSignalBase = 128;               // plus the signal's number
 constexpr int kReaderGone = kSignalBase + 13;  // as of a program that SIGPIPE ends
 
+// The exit status for a run's result: its low 8 bits.
+constexpr int StatusOf(int result) { return result & 0xFF; }
+
+inline constexpr char kNoMemoryText[] = "out of memory";
+
 // Something that keeps the program from starting a run, or ends a verb. Its text is for standard error; there may be
 // none.
 class HostError : public std::runtime_error {

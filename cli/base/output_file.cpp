@@ -5,58 +5,48 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 #include "cli/base/exit_status.h"
 #include "cli/base/input_file.h"
 #include "platform/files.h"
+#include "platform/retried.h"
 
 namespace karst::cli {
 namespace {
 
 bool SameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
 
-int Empty(int file) {
-  int result;
-  do result = ftruncate(file, 0);
-  while (result != 0 && errno == EINTR);
-  return result;
-}
+// Of the whole process, as for the files of scripts.
+bool any_was_made = false;
 
 }  // namespace
 
-bool IsReadByRun(const struct stat& target, const Options& options) {
-  struct stat input;
-  if (stat(SystemName(options.program, options.encoding).c_str(), &input) == 0 && SameFile(target, input)) return true;
-  for (const std::string& option : options.databases) {
-    const std::string name = option.substr(option.find('=') + 1);
-    if (stat(SystemName(name, options.encoding).c_str(), &input) == 0 && SameFile(target, input)) return true;
-  }
-  for (const std::string& name : options.records) {
-    const std::string path = name == "-" ? "/dev/stdin" : SystemName(name, options.encoding);
-    if (stat(path.c_str(), &input) == 0 && SameFile(target, input)) return true;
-  }
-  return false;
+bool IsAmong(const FilesRead& inputs, const struct stat& file) {
+  return std::any_of(inputs.names.begin(), inputs.names.end(), [&](const std::string& name) {
+    struct stat input;
+    const std::string path = name == "-" ? InputFile::kStandardInput : SystemName(name, inputs.encoding);
+    return stat(path.c_str(), &input) == 0 && SameFile(file, input);
+  });
 }
 
-bool EndsQuietly(int error, const Options& options) {
-  const bool has_messages = options.messages != "stdout" && options.messages != "stderr";
-  return error == EPIPE && options.rejects.empty() && !has_messages && !FilesWereOpenedForWriting();
-}
+bool EndsQuietly(int error) { return error == EPIPE && !any_was_made && !FilesWereOpenedForWriting(); }
 
-OutputFile::OutputFile(const std::string& name, const Options& options) {
+OutputFile::OutputFile(const std::string& name, const FilesRead& inputs) {
   constexpr mode_t kMode = 0666;
   // Elsewhere this name is a standard file: a file called so would be one that nobody looks for.
   if (name == "-") throw HostError(kWrongUsage, "- is no file of its own; ./- names one");
-  descriptor_ = open(SystemName(name, options.encoding).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kMode);
+  descriptor_ = open(SystemName(name, inputs.encoding).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kMode);
   struct stat target;
   if (descriptor_ < 0 || fstat(descriptor_, &target) != 0) {
     throw HostError(kOutputFailed, "cannot write " + name + ": " + std::strerror(errno));
   }
+  any_was_made = true;
   if (!S_ISREG(target.st_mode)) return;
-  if (IsReadByRun(target, options)) throw HostError(kWrongUsage, name + " is read by this run; it is left as it was");
-  if (Empty(descriptor_) != 0) {
+  if (IsAmong(inputs, target)) throw HostError(kWrongUsage, name + " is read by this run; it is left as it was");
+  if (Retried([&] { return ftruncate(descriptor_, 0); }) != 0) {
     throw HostError(kOutputFailed, "cannot empty " + name + ": " + std::strerror(errno));
   }
 }

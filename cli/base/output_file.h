@@ -2,24 +2,30 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
-#include "cli/verbs/options.h"
+#include "cli/base/encoding.h"
 
 struct stat;
 
 namespace karst::cli {
 
-// True if this is one of the files that the run reads.
-bool IsReadByRun(const struct stat& file, const Options& options);
+// The files that the command line gives to be read: none of them is written over.
+struct FilesRead {
+  Encoding encoding = Encoding::kUtf8;  // of their names, and of those that are written
+  std::vector<std::string> names;       // "-" is standard input
+};
+
+bool IsAmong(const FilesRead& inputs, const struct stat& file);
 
 // True for the failure of standard output that needs no word: its reader has had enough, and no file, which the early
 // end would leave incomplete, has been written.
-bool EndsQuietly(int error, const Options& options);
+bool EndsQuietly(int error);
 
 class OutputFile {
  public:
   // Makes the file, or empties it. HostError if that fails, or if the run reads from this very file.
-  OutputFile(const std::string& name, const Options& options);
+  OutputFile(const std::string& name, const FilesRead& inputs);
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
   ~OutputFile();

@@ -6,7 +6,7 @@
 #include <new>
 
 #include "cli/base/encoding.h"
-#include "cli/records/charset_guess.h"
+#include "cli/base/utf8_evidence.h"
 #include "text/charset.h"
 
 namespace karst::cli {
@@ -21,18 +21,18 @@ bool CouldBeUtf8(const SourceText& source) {
 
 }  // namespace
 
-SourceFile::SourceFile(const Options& options, Console& console)
-    : file_(options.program, options.encoding), console_(console) {
+SourceFile::SourceFile(const std::string& name, SourceReading reading, Console& console)
+    : file_(name, console.TextEncoding()), console_(console) {
   std::string bytes;
   const std::string reason = file_.Read(bytes);
   if (!reason.empty()) {
     console.Say("cannot read " + Shown() + ": " + reason);
     return;
   }
-  text_ = ReadSourceText(bytes, options.source);
+  text_ = ReadSourceText(bytes, reading);
   good_ = text_.misfits.empty();
   if (!good_) TellMisfit();
-  if (good_ && options.source == SourceReading::kEvident) WarnOfDoubts();
+  if (good_ && reading == SourceReading::kEvident) WarnOfDoubts();
 }
 
 bool SourceFile::LoadInto(CCode& engine) const {

@@ -11,7 +11,7 @@ namespace karst::cli {
 class SourceFile {
  public:
   // Reads the file. What keeps it from being run, and what makes it doubtful how it was meant, is told.
-  SourceFile(const Options& options, Console& console);
+  SourceFile(const std::string& name, SourceReading reading, Console& console);
 
   // The file's name for messages, in the user's encoding.
   const std::string& Shown() const { return file_.Shown(); }

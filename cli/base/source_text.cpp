@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "cli/base/gbk.h"
-#include "cli/records/charset_guess.h"
+#include "cli/base/utf8_evidence.h"
 #include "text/charset.h"
 
 namespace karst::cli {

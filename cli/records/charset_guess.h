@@ -7,11 +7,6 @@
 
 namespace karst::cli {
 
-// How much speaks for UTF-8: nothing where the text is not valid as UTF-8; enough where it has so many characters that
-// GBK would hardly look like that by chance: two of three bytes or six of two.
-enum class Utf8Evidence { kNone, kLittle, kEnough };
-Utf8Evidence EvidenceOfUtf8(std::string_view text);
-
 // Says kGbk or kUtf8 for a record in the internal form. `before` is what the text ahead of it was.
 //
 // Text that is not valid as UTF-8 is GBK. Text that is valid is UTF-8 if the record says so (leader 9 "a", or 100 $a

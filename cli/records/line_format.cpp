@@ -5,8 +5,8 @@
 #include <algorithm>
 
 #include "cli/base/encoding.h"
-#include "cli/records/field_shape.h"
-#include "cli/records/reversible.h"
+#include "cli/base/reversible_encoding.h"
+#include "cli/records/indicators.h"
 #include "records/cartulary.h"
 #include "records/isorecord.h"
 #include "text/charset.h"

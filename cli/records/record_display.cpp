@@ -5,7 +5,7 @@
 #include <iterator>
 
 #include "cli/base/encoding.h"
-#include "cli/records/field_shape.h"
+#include "cli/records/indicators.h"
 #include "records/cartulary.h"
 #include "text/charset.h"
 

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
+#include "cli/base/reversible_encoding.h"
 #include "cli/records/record_file_reader.h"
-#include "cli/records/reversible.h"
 
 namespace karst::cli {
 namespace {

@@ -72,13 +72,4 @@ std::unique_ptr<RecordWriter> MakeRecordWriter(RecordFormat format) {
   }
 }
 
-std::string_view FileEnding(RecordFormat format) {
-  switch (format) {
-    case RecordFormat::kInternal: return ".internal";
-    case RecordFormat::kMarcXml: return ".xml";
-    case RecordFormat::kLines: return ".txt";
-    default: return ".iso";
-  }
-}
-
 }  // namespace karst::cli

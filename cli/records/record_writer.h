@@ -23,7 +23,4 @@ class RecordWriter {
 // kAuto stands for ISO 2709.
 std::unique_ptr<RecordWriter> MakeRecordWriter(RecordFormat format);
 
-// The ending that a file of this format gets: ".iso" and so on.
-std::string_view FileEnding(RecordFormat format);
-
 }  // namespace karst::cli

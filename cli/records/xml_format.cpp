@@ -1,7 +1,7 @@
 // Writing MARCXML.
 #include "cli/records/xml_format.h"
 
-#include "cli/records/field_shape.h"
+#include "cli/records/indicators.h"
 #include "cli/records/xml_text.h"
 #include "records/cartulary.h"
 

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 #include "cli/base/exit_status.h"
 #include "cli/base/input_file.h"
@@ -20,6 +21,21 @@ using check::Finding;
 using check::Language;
 using check::Severity;
 
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  karst check *.pro *.flt\n"
+    "  karst check --fix titles.flt";
+
+struct CheckOptions {
+  std::vector<std::string> files;
+  Encoding encoding = Encoding::kUtf8;
+  SourceReading source = SourceReading::kEvident;
+  std::optional<Language> language;  // none: the locale's
+  bool fix = false;                  // mend line ends and charset first
+  bool warnings_are_errors = false;
+  bool only_errors = false;  // no warnings, no notes, no summary
+};
+
 // The first of the variables that decide the language of messages and is set.
 Language LocaleLanguage() {
   for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
@@ -35,25 +51,23 @@ std::string Counted(size_t count, const char* thing) {
 
 class CheckRun {
  public:
-  CheckRun(const Options& options, Console& console)
+  CheckRun(const CheckOptions& options, Console& console)
       : options_(options),
         console_(console),
-        language_(options.check.language.empty()   ? LocaleLanguage()
-                  : options.check.language == "zh" ? Language::kChinese
-                                                   : Language::kEnglish),
+        language_(options.language ? *options.language : LocaleLanguage()),
         output_(STDOUT_FILENO, options.encoding, Writer::Buffering::kBlocks, &line_, RequestStop) {}
 
   int Run() {
-    for (const std::string& name : options_.check.files) File(InputFile(name, options_.encoding));
+    for (const std::string& name : options_.files) File(InputFile(name, options_.encoding));
     output_.Finish();
     if (output_.Failure() != 0) {
-      if (EndsQuietly(output_.Failure(), options_)) return kReaderGone;
+      if (EndsQuietly(output_.Failure())) return kReaderGone;
       console_.Say("cannot write standard output: " + ReasonOf(output_.Failure()));
       return kOutputFailed;
     }
-    if (!options_.check.only_errors) Summary();
+    if (!options_.only_errors) Summary();
     if (trouble_) return kWrongUsage;
-    return errors_ > 0 || (options_.check.warnings_are_errors && warnings_ > 0) ? 1 : 0;
+    return errors_ > 0 || (options_.warnings_are_errors && warnings_ > 0) ? 1 : 0;
   }
 
  private:
@@ -61,7 +75,7 @@ class CheckRun {
     std::string bytes;
     const std::string reason = file.Read(bytes);
     if (!reason.empty()) return Trouble("cannot read " + file.Shown() + ": " + reason);
-    if (options_.check.fix && !Fix(file, bytes)) return;
+    if (options_.fix && !Fix(file, bytes)) return;
     const auto checked = check::CheckSource(bytes, check::KindOf(file.Shown(), bytes), options_.source);
     Show(file, checked.findings, checked.text);
   }
@@ -95,7 +109,7 @@ class CheckRun {
     for (const Finding& finding : findings.Sorted()) {
       errors_ += finding.severity == Severity::kError;
       warnings_ += finding.severity == Severity::kWarning;
-      if (options_.check.only_errors && finding.severity != Severity::kError) continue;
+      if (options_.only_errors && finding.severity != Severity::kError) continue;
       const auto place = places.Find(finding.offset);
       output_.WriteRaw(file.Shown() + ":" + std::to_string(place.line) + ":" + std::to_string(place.column) + ": ");
       output_.WriteRaw(Encoded(check::LineOf(finding, language_) + "\n"));
@@ -107,7 +121,7 @@ class CheckRun {
   }
 
   void Summary() {
-    const std::string files = Counted(options_.check.files.size(), "file");
+    const std::string files = Counted(options_.files.size(), "file");
     console_.Say(files + " checked: " + Counted(errors_, "error") + ", " + Counted(warnings_, "warning"));
   }
 
@@ -116,7 +130,7 @@ class CheckRun {
     trouble_ = true;
   }
 
-  const Options& options_;
+  const CheckOptions& options_;
   Console& console_;
   Language language_;
   LineState line_;
@@ -126,8 +140,33 @@ class CheckRun {
   bool trouble_ = false;
 };
 
+class CheckVerb : public Verb {
+ public:
+  CheckVerb() : Verb("check", "Look for mistakes in scripts and filters, without running them", kExamples) {}
+
+  void Declare(OptionList& list, CommonOptions& common) override {
+    list.Words("FILE", "Scripts (.pro) and filters (.flt)", options_.files);
+    AddEncoding(list, common);
+    AddSource(list, options_.source);
+    list.Flag("--fix", "Mend line ends and charset in the files themselves first", options_.fix);
+    list.Choice<std::optional<Language>>("--lang", "Language of the findings (default: the locale's)",
+                                         {{"zh", Language::kChinese}, {"en", Language::kEnglish}}, options_.language);
+    list.Flag("--werror", "Warnings count as errors in the exit status", options_.warnings_are_errors);
+    list.Flag("-q,--quiet", "Errors only, and no summary", options_.only_errors);
+  }
+
+  int Run(const CommonOptions& common) override {
+    options_.encoding = common.TextEncoding();
+    Console console({common.messages, {options_.encoding, {}}, {}});
+    return RunToEnd(console, [&] { return CheckRun(options_, console).Run(); });
+  }
+
+ private:
+  CheckOptions options_;
+};
+
 }  // namespace
 
-int CheckSources(const Options& options, Console& console) { return CheckRun(options, console).Run(); }
+std::unique_ptr<Verb> MakeCheckVerb() { return std::make_unique<CheckVerb>(); }
 
 }  // namespace karst::cli

@@ -3,164 +3,167 @@
 
 #include "cli/base/exit_status.h"
 #include "cli/base/input_file.h"
+#include "cli/base/result_file.h"
 #include "cli/base/stop_request.h"
-#include "cli/records/charset_marks.h"
-#include "cli/records/record_sink.h"
-#include "cli/records/record_walk.h"
-#include "cli/records/record_writer.h"
-#include "cli/records/reversible.h"
+#include "cli/records/record_conversion.h"
+#include "cli/verbs/record_options.h"
 #include "cli/verbs/verbs.h"
 #include "records/cartulary.h"
 
 namespace karst::cli {
 namespace {
 
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  karst convert books.iso books.xml\n"
+    "  karst convert --to-charset utf-8 old.mrc new.mrc.gz\n"
+    "  karst convert --to lines --to-charset utf-8 books.iso | less";
+
 constexpr size_t kBuffer = size_t{256} << 10;
 
+struct ConvertOptions {
+  RecordFilesOptions files;
+  ConversionTarget target;
+  std::string output;
+  bool gzip = false;
+};
+
 // What the name of a file says, where --to says nothing; kAuto for standard output and for what is no regular file.
-RecordFormat FormatToWrite(const Options& options) {
-  const RecordToolOptions& tools = options.record_tools;
-  if (tools.to != RecordFormat::kAuto) return tools.to;
-  const RecordFormat named = FormatOfFileName(tools.output);
+RecordFormat FormatToWrite(const ConvertOptions& options) {
+  if (options.target.format != RecordFormat::kAuto) return options.target.format;
+  const RecordFormat named = FormatOfFileName(options.output);
   std::error_code fault;
-  const auto kind = std::filesystem::status(SystemName(tools.output, options.encoding), fault).type();
+  const auto kind = std::filesystem::status(SystemName(options.output, options.files.inputs.encoding), fault).type();
   const bool is_file = kind == std::filesystem::file_type::regular || kind == std::filesystem::file_type::not_found;
-  if (named != RecordFormat::kAuto || tools.output == "-" || !is_file) return named;
+  if (named != RecordFormat::kAuto || options.output == "-" || !is_file) return named;
   throw HostError(kWrongUsage,
-                  "the name " + tools.output + " stands for no format: give --to, or an ending such as .xml");
+                  "the name " + options.output + " stands for no format: give --to, or an ending such as .xml");
 }
 
-class Conversion {
+// "第17条记录（KS00000001）："
+std::string NameOfRecord(const RecordInFile& record) {
+  std::string name = ToGbk("第" + std::to_string(record.number) + "条记录");
+  auto fields = FieldCursor::OverRecord(record.text);
+  std::string_view field;
+  const bool numbered = fields.Next(field) && field.starts_with("001");
+  if (numbered) name += ToGbk("（") + std::string(field.substr(kTagLength)) + ToGbk("）");
+  return name + ToGbk("：");
+}
+
+class Converting {
  public:
-  Conversion(const Options& options, Console& console)
-      : tools_(options.record_tools),
-        options_(options),
+  Converting(const ConvertOptions& options, Console& console)
+      : options_(options),
         console_(console),
-        format_(FormatToWrite(options)),
-        walk_(options, console),
-        sink_(tools_.output, tools_.gzip || EndsInGz(tools_.output), options) {}
+        conversion_({FormatToWrite(options), options.target.charset, options.target.flavour}),
+        files_(options.files, console),
+        output_(options.output, options.gzip || EndsInGz(options.output), options.files.inputs) {}
 
   int Run() {
-    for (const std::string& name : options_.records) {
+    for (const std::string& name : options_.files.inputs.names) {
       if (StopRequested()) break;
-      walk_.Read(name, [this](const WalkedRecord& record) { return Take(record); });
+      files_.Read(name, [this](const RecordInFile& record) { return Take(record); });
     }
     // What is written so far is no whole file.
-    if (StopRequested() || !walk_.HasOpened()) return walk_.Finish();
-    if (!writer_) Begin(walk_.Format());
-    out_ += writer_->End();
-    sink_.Write(out_);
-    if (walk_.HasReadAll()) {
-      sink_.Commit();
-    } else if (const std::string part = sink_.CommitPart(); !part.empty()) {
+    if (StopRequested() || !files_.HasOpened()) return files_.Finish();
+    if (!conversion_.HasBegun()) conversion_.Begin(files_.Format(), out_);
+    conversion_.End(out_);
+    output_.Write(out_);
+    if (files_.HasReadAll()) {
+      output_.Commit();
+    } else if (const std::string part = output_.CommitPart(); !part.empty()) {
       console_.Say(part);
     }
     TellCounts();
-    return walk_.Finish();
+    return files_.Finish();
   }
 
  private:
-  // What is written is what the first file is, if nothing else is said.
-  void Begin(RecordFormat read) {
-    if (format_ == RecordFormat::kAuto) format_ = read;
-    if (format_ == RecordFormat::kMarcXml && tools_.to_charset == RecordCharset::kGbk) {
-      throw HostError(kWrongUsage, "MARCXML is always UTF-8: --to-charset gbk cannot be kept");
-    }
-    writer_ = MakeRecordWriter(format_);
-    out_ += writer_->Start();
-  }
-
-  bool Take(const WalkedRecord& record) {
-    if (!writer_) Begin(record.reader->Format());
-    const std::string fault = Append(record);
-    if (!fault.empty()) walk_.Refuse(record, Named(record) + fault);
+  bool Take(const RecordInFile& record) {
+    if (!conversion_.HasBegun()) conversion_.Begin(record.reader->Format(), out_);
+    const std::string fault = conversion_.Append(record, out_);
+    if (!fault.empty()) files_.Refuse(record, NameOfRecord(record) + fault);
     if (out_.size() >= kBuffer) {
-      sink_.Write(out_);
+      output_.Write(out_);
       out_.clear();
     }
     return true;
   }
 
-  std::string Append(const WalkedRecord& record) {
-    const bool xml = format_ == RecordFormat::kMarcXml;
-    const RecordCharset wanted = tools_.to_charset;
-    if (wanted == RecordCharset::kAuto && !xml) {
-      if (!IsSoundIso(record) || format_ != RecordFormat::kIso2709) return writer_->Append(record.text, out_);
-      // SPEED: the bytes of a record without fault are what writing it would make.
-      out_ += record.raw;
-      return "";
-    }
-    const RecordCharset target = xml ? RecordCharset::kUtf8 : wanted;
-    const RecordCharset source = record.reader->GuessCurrentCharset();
-    if (source == target && wanted == RecordCharset::kAuto) return writer_->Append(record.text, out_);
-    const uint64_t before = missing_;
-    Convert(record.text, source, target);
-    const std::string fault = writer_->Append(converted_, out_);
-    if (!fault.empty()) missing_ = before;
-    return fault;
-  }
-
-  // The form of ISO 2709 is longer than the internal one: its directory ends with a byte of its own.
-  static bool IsSoundIso(const WalkedRecord& record) {
-    return record.reader->Format() == RecordFormat::kIso2709 && !record.repaired &&
-           record.raw.size() > record.text.size();
-  }
-
-  void Convert(std::string_view text, RecordCharset source, RecordCharset target) {
-    converted_.assign(text.substr(0, kHeaderLength));
-    const std::string_view fields = text.substr(converted_.size());
-    if (source == target) {
-      converted_ += fields;
-    } else if (target == RecordCharset::kUtf8) {
-      missing_ += ToUtf8Reversibly(fields, converted_);
-    } else {
-      missing_ += ToGbkReversibly(fields, converted_);
-    }
-    SetCharsetMarks(converted_, target, tools_.flavour);
-  }
-
-  // "第17条记录（KS00000001）："
-  static std::string Named(const WalkedRecord& record) {
-    std::string name = "第" + std::to_string(record.number) + "条记录";
-    auto fields = FieldCursor::OverRecord(record.text);
-    std::string_view field;
-    const bool numbered = fields.Next(field) && field.starts_with("001");
-    name = ToGbk(name);
-    if (numbered) name += ToGbk("（") + std::string(field.substr(kTagLength)) + ToGbk("）");
-    return name + ToGbk("：");
-  }
-
   void TellCounts() {
-    if (missing_ == 0 || options_.quiet) return;
-    const bool one = missing_ == 1;
+    const uint64_t missing = conversion_.Missing();
+    if (missing == 0 || options_.files.report.quiet) return;
+    const bool one = missing == 1;
     const char* bytes = one ? " byte that belongs to no character of GBK" : " bytes that belong to no character of GBK";
     const char* characters = one ? " character that GBK has no place for" : " characters that GBK has no place for";
-    console_.Say(std::to_string(missing_) + (tools_.to_charset == RecordCharset::kGbk ? characters : bytes) +
+    console_.Say(std::to_string(missing) + (options_.target.charset == RecordCharset::kGbk ? characters : bytes) +
                  (one ? " was" : " were") + " written as &#N;");
   }
 
-  const RecordToolOptions& tools_;
-  const Options& options_;
+  const ConvertOptions& options_;
   Console& console_;
-  RecordFormat format_;
-  RecordWalk walk_;
-  RecordSink sink_;
-  std::unique_ptr<RecordWriter> writer_;
-  std::string converted_;
+  RecordConversion conversion_;
+  RecordFiles files_;
+  ResultFile output_;
   std::string out_;
-  uint64_t missing_ = 0;
 };
 
-void RefuseOutputAsRejects(const Options& options) {
-  if (options.rejects.empty() || options.rejects != options.record_tools.output) return;
-  throw HostError(kWrongUsage, options.rejects + " cannot be the output and the rejects");
-}
+class ConvertVerb : public Verb {
+ public:
+  ConvertVerb() : Verb("convert", "Convert files of records to another format or charset", kExamples) {}
+
+  void Declare(OptionList& list, CommonOptions& common) override {
+    ReportOptions& report = options_.files.report;
+    AddReading(list, common, options_.files);
+    list.Words("FILE", "Record files, and the file to write as the last; - is a standard file",
+               options_.files.inputs.names);
+    list.Text("-o,--output", "The file to write; every FILE is read then", "FILE", options_.output);
+    list.Choice("--to", "Format to write (default: by the name of the file)", kFormatChoices, options_.target.format,
+                OptionList::Letters::kAnyCase);
+    list.Choice("--to-charset", "Charset to write (default: unchanged)", kCharsetChoices, options_.target.charset,
+                OptionList::Letters::kAnyCase);
+    list.Choice<Flavour>("--flavour", "Where a record names its charset (default: found out)",
+                         {{"auto", Flavour::kAuto},
+                          {"marc21", Flavour::kMarc21},
+                          {"unimarc", Flavour::kUnimarc},
+                          {"none", Flavour::kNone}},
+                         options_.target.flavour, OptionList::Letters::kAnyCase);
+    list.Flag("--gzip", "Compress what is written (default: if its name ends in .gz)", options_.gzip);
+    AddRejects(list, report);
+    AddQuiet(list, report);
+  }
+
+  int Run(const CommonOptions& common) override {
+    options_.files.inputs.encoding = common.TextEncoding();
+    TakeNames();
+    Console console({common.messages, options_.files.inputs, {}});
+    return RunToEnd(console, [&] {
+      RefuseOutputAsRejects();
+      return Converting(options_, console).Run();
+    });
+  }
+
+ private:
+  // The names that are given: IN... and OUT, or IN... where -o names OUT. One name alone goes to standard output.
+  void TakeNames() {
+    std::vector<std::string>& names = options_.files.inputs.names;
+    std::string& output = options_.output;
+    if (!output.empty()) return;
+    output = names.size() > 1 ? names.back() : "-";
+    if (names.size() > 1) names.pop_back();
+  }
+
+  void RefuseOutputAsRejects() const {
+    const std::string& rejects = options_.files.report.rejects;
+    if (rejects.empty() || rejects != options_.output) return;
+    throw HostError(kWrongUsage, rejects + " cannot be the output and the rejects");
+  }
+
+  ConvertOptions options_;
+};
 
 }  // namespace
 
-int ConvertRecords(const Options& options, Console& console) {
-  RefuseOutputAsRejects(options);
-  return Conversion(options, console).Run();
-}
+std::unique_ptr<Verb> MakeConvertVerb() { return std::make_unique<ConvertVerb>(); }
 
 }  // namespace karst::cli

@@ -1,169 +1,64 @@
-// The verbs "filter" and "tree": a filter is loaded and its tree built; then it runs over record files, or is shown.
-// The steps and the messages on the output control are those of the library's own entry point.
-#include <new>
+// The verb "filter": a filter runs over record files, each a run of its own.
+#include <algorithm>
+#include <charconv>
+#include <thread>
 
 #include "cli/base/exit_status.h"
 #include "cli/base/input_file.h"
-#include "cli/base/progress.h"
 #include "cli/base/source_file.h"
 #include "cli/base/standard_input.h"
 #include "cli/base/stop_request.h"
-#include "cli/records/passed_over.h"
-#include "cli/records/record_source.h"
-#include "cli/run/error_display.h"
-#include "cli/run/named_files.h"
-#include "cli/run/record_database.h"
-#include "cli/run/shared_run.h"
+#include "cli/run/filter/filter_run.h"
+#include "cli/verbs/script_host.h"
 #include "cli/verbs/verbs.h"
-#include "cli/windows/script_windows.h"
 
 namespace karst::cli {
 namespace {
 
-// Runs `body`, which gives a result, and reports what it throws. A failed run is -1.
-template <class Body>
-int Guarded(Console& console, CMARCTree& tree, const SourceFile& filter, const Body& body) {
-  try {
-    return body();
-  } catch (const HostError&) {
-    throw;
-  } catch (const std::bad_alloc&) {
-    throw;  // the program's own: no place in the filter is at fault
-  } catch (const MemoryError& error) {
-    return ReportNoMemory(console, tree, filter, error);
-  } catch (const CError& error) {
-    return ReportScriptError(console, tree, filter, error.what(), tree.LineOf(error));
-  } catch (const char* text) {
-    return ReportScriptError(console, tree, filter, text, tree.GetCurLineNumber());
-  } catch (...) {
-    return ReportScriptError(console, tree, filter, ToGbk("未知错误...").c_str(), tree.GetCurLineNumber());
-  }
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  karst filter --messages stderr --rejects bad.mrc titles.flt books.mrc > titles.txt\n"
+    "  zcat books.mrc.gz | karst filter titles.flt -\n"
+    "  karst filter --jobs auto --output-charset utf-8 checks.flt books.xml";
+
+// LIMIT: so many threads at most.
+constexpr unsigned kMostJobs = 64;
+static_assert(kMostJobs < kMostEngines, "each thread has an engine, beside the first one");
+
+// 0 if the text is no number of threads.
+int JobsOf(const std::string& text) {
+  if (text == "auto") return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, kMostJobs));
+  unsigned jobs = 0;
+  const auto [end, fault] = std::from_chars(text.data(), text.data() + text.size(), jobs);
+  const bool good = fault == std::errc() && end == text.data() + text.size() && jobs <= kMostJobs;
+  return good ? static_cast<int>(jobs) : 0;
 }
 
-// The filter's code and its tree. -1 if there is no tree to run; the reason has been told.
-int LoadTree(Console& console, CMARCTree& tree, const SourceFile& filter) {
-  if (!filter.LoadInto(tree)) return -1;
-  if (tree.IsStop()) return 0;
-  const int result = tree.BuildMARCTree();
-  if (result == -1) console.Say(filter.Shown() + ": the filter ended with the result -1 while it was built");
-  return result;
+std::string FaultOfJobs(const std::string& text) {
+  return JobsOf(text) > 0 ? "" : text + " is no number from 1 to " + std::to_string(kMostJobs);
 }
 
-void ExplainUnreadable(Console& console, const InputFile& records, const std::string& failure) {
-  const std::string found = records.WhyUnreadable();
-  const std::string& reason = found.empty() ? failure : found;
-  console.Say("cannot read " + records.Shown() + (reason.empty() ? "" : ": " + reason));
-}
-
-// One filter over one record file.
-class FileRun {
- public:
-  FileRun(const Options& options, Console& console, const SourceFile& filter, PassedOver& passed_over)
-      : options_(options),
-        console_(console),
-        filter_(filter),
-        passed_over_(passed_over),
-        stoppable_(tree_),
-        files_(tree_, console, options.output_charset),
-        records_(options.records_charset) {
-    console.Connect(tree_);
-    RecordDatabases::Connect(tree_);
-  }
-
-  int Run(const InputFile& records) {
-    int result = Guarded(console_, tree_, filter_, [&] {
-      const int built = LoadTree(console_, tree_, filter_);
-      has_tree_ = built != -1;
-      if (built == -1 || tree_.IsStop()) return built;
-      return RunOver(records);
-    });
-    files_.Finish();
-    if (options_.jobs == 1) reached_ = records_.State();
-    if (!is_open_) return result;
-    passed_over_.Summarize(reached_, records_.ByteSize(), records.Shown());
-    if (ended_early_ || records_.Failure().empty()) return result;
-    ExplainUnreadable(console_, records, records_.Failure());
-    // Where the reading failed, records were lost, whatever the filter made of the rest.
-    return IsInNoFormat() ? result : -1;
-  }
-
-  // False: the filter itself is at fault, and would be for every record file.
-  bool HasTree() const { return has_tree_; }
-  // True if all of the record file was passed over and it is in no format, which was told.
-  bool IsInNoFormat() const { return is_open_ && !ended_early_ && records_.IsInNoFormat(); }
-  // False if something that goes to named files was lost, which was told.
-  bool OutputIsWhole() const { return files_.Whole(); }
-  // After a run by several engines: what records changed that each engine has for itself.
-  const std::vector<std::string>& Changes() const { return changes_; }
-
- private:
-  int RunOver(const InputFile& records) {
-    is_open_ = records_.Open(records.ForLibrary()) != -1;
-    if (!is_open_) return RefuseRecords(records);
-    passed_over_.BeginRun();
-    Progress progress(console_, options_.progress, options_.records.size() > 1 ? records.Shown() + "  " : "");
-    return options_.jobs > 1 ? RunShared(progress) : Told(RunAlone(progress));
-  }
-
-  // A failure that no error explains.
-  int Told(int result) {
-    if (result == -1) console_.Say(filter_.Shown() + ": the filter ended with the result -1");
-    return result;
-  }
-
-  // An error of the script in the one style of filters and a result in the other; either way no place in the filter is
-  // at fault.
-  int RefuseRecords(const InputFile& records) {
-    if (tree_.m_bOldStyle) {
-      CString text;
-      text.Format(ToGbk("文件'%s'打开失败...").c_str(), records.ForLibrary());
-      WriteErrorMessage(tree_, text, tree_.GetCurLineNumber());
-    }
-    ExplainUnreadable(console_, records, records_.Failure());
-    return -1;
-  }
-
-  int RunAlone(Progress& progress) {
-    records_.OnSkippedRecord([this](const SkippedRecord& skipped) { passed_over_.Take(skipped); });
-    records_.AheadOfEach([&] { progress.Update(records_); });
-    return tree_.RunMARCTree(&records_);
-  }
-
-  int RunShared(Progress& progress) {
-    SharedRun run({console_, filter_, tree_, records_, passed_over_, progress, files_}, options_.jobs);
-    try {
-      const int result = Told(run.Run());
-      reached_ = run.Reached();
-      ended_early_ = !run.RanAll();
-      changes_ = run.Changes();
-      return result;
-    } catch (...) {
-      reached_ = run.Reached();
-      ended_early_ = true;
-      return Guarded(console_, run.FailedEngine(), filter_, []() -> int { throw; });
-    }
-  }
-
-  const Options& options_;
-  Console& console_;
-  const SourceFile& filter_;
-  PassedOver& passed_over_;
-  CMARCTree tree_;
-  const StoppableRun stoppable_;
-  const ScriptWindows::RunScope windows_;
-  NamedFiles files_;
-  RecordSource records_;
-  bool has_tree_ = false;
-  bool is_open_ = false;
-  bool ended_early_ = false;  // ahead of what the reader has read
-  ReadState reached_;
-  std::vector<std::string> changes_;
+struct FilterOptions {
+  ScriptOptions script;
+  std::vector<std::string> records;  // "-" is standard input
+  std::optional<Encoding> output;    // of "stdout" and of what the filter writes by name; none: left as it is
+  ProgressMode progress = ProgressMode::kAuto;
+  ReportOptions report;
+  std::string jobs = "1";  // engines that share the records
+  bool strict = false;     // what is passed over shows in the exit status
 };
 
+// The runs over all record files, and what they come to.
 class FilterRuns {
  public:
-  FilterRuns(const Options& options, Console& console)
-      : options_(options), console_(console), filter_(options, console), passed_over_(console, options) {}
+  FilterRuns(const FilterOptions& options, const FilesRead& inputs, Console& console)
+      : options_(options),
+        console_(console),
+        filter_(options.script.program, options.script.source, console),
+        report_(console, options.report, inputs),
+        run_options_{options.script.records_charset, options.output,
+                     options.report.quiet ? ProgressMode::kNever : options.progress, options.records.size() > 1,
+                     JobsOf(options.jobs)} {}
 
   int RunAll() {
     int first_failure = 0;
@@ -172,8 +67,8 @@ class FilterRuns {
       const int status = RunOne(options_.records[i], goes_on);
       if (first_failure == 0) first_failure = status;
     }
-    passed_over_.SummarizeAll();
-    if (!passed_over_.Finish()) return kOutputFailed;
+    report_.SummarizeAll();
+    if (!report_.Finish()) return kOutputFailed;
     return first_failure != 0 ? first_failure : StatusOfSoundRuns();
   }
 
@@ -181,14 +76,15 @@ class FilterRuns {
   // What the user has to look at, though every run has the result 0.
   int StatusOfSoundRuns() const {
     if (!output_is_whole_) return kOutputFailed;
-    const bool not_all_read = has_no_format_ || (options_.strict && passed_over_.HasAny());
+    const bool not_all_read = has_no_format_ || (options_.strict && report_.HasAny());
     return not_all_read ? kNotAllRead : 0;
   }
 
   int RunOne(const std::string& name, bool& has_tree) {
     if (name == "-") PrepareStandardInput();
-    const InputFile records(name == "-" ? InputFile::kStandardInput : name, options_.encoding);
-    FileRun run(options_, console_, filter_, passed_over_);
+    const InputFile records(name == "-" ? InputFile::kStandardInput : name, console_.TextEncoding());
+    FilterRun run(run_options_, console_, filter_, report_);
+    const ScriptWindows::RunScope windows;
     const int status = StatusOf(run.Run(records));
     has_tree = run.HasTree();
     output_is_whole_ = output_is_whole_ && run.OutputIsWhole();
@@ -206,28 +102,53 @@ class FilterRuns {
                                     "; with --jobs each thread has its own, and the closing code sees none of it");
   }
 
-  const Options& options_;
+  const FilterOptions& options_;
   Console& console_;
   const SourceFile filter_;
-  PassedOver passed_over_;
+  ReadingReport report_;
+  const FilterRunOptions run_options_;
   bool output_is_whole_ = true;
   bool has_no_format_ = false;  // one of the record files
 };
 
+class FilterVerb : public Verb {
+ public:
+  FilterVerb() : Verb("filter", "Run a filter over files of records", kExamples) {}
+
+  void Declare(OptionList& list, CommonOptions& common) override {
+    list.Word("FILTER", "The filter (.flt)", options_.script.program);
+    list.Words("RECORDS", "Record files, each a run of its own; - is standard input", options_.records);
+    AddEncoding(list, common);
+    AddMessages(list, common);
+    AddSource(list, options_.script.source);
+    AddDatabases(list, options_.script);
+    AddRecordsCharset(list, options_.script);
+    list.Choice<std::optional<Encoding>>(
+        "--output-charset", "Charset of what fnprintf and FnCat write (default: as it is)",
+        {{"gbk", Encoding::kGbk}, {"utf-8", Encoding::kUtf8}}, options_.output, OptionList::Letters::kAnyCase);
+    AddWindows(list, options_.script);
+    list.Choice<ProgressMode>(
+        "--progress", "Show progress on standard error (default: auto, on a terminal)",
+        {{"always", ProgressMode::kAlways}, {"never", ProgressMode::kNever}, {"auto", ProgressMode::kAuto}},
+        options_.progress);
+    list.Text("--rejects", "Keep the raw bytes of what is no record in FILE", "FILE", options_.report.rejects);
+    list.Text("-j,--jobs", "Run the records, which the filter must not tie together, on N threads", "N|auto",
+              options_.jobs, FaultOfJobs);
+    list.Flag("--strict", "Exit status 1 if something was passed over as no record", options_.strict);
+    list.Flag("-q,--quiet", "No progress, and no summary unless something was passed over", options_.report.quiet);
+  }
+
+  int Run(const CommonOptions& common) override {
+    ScriptHost host(options_.script, common, options_.records, options_.output);
+    return host.Run([&](Console& console) { return FilterRuns(options_, host.Inputs(), console).RunAll(); });
+  }
+
+ private:
+  FilterOptions options_;
+};
+
 }  // namespace
 
-int RunFilter(const Options& options, Console& console) { return FilterRuns(options, console).RunAll(); }
-
-int ShowTree(const Options& options, Console& console) {
-  const SourceFile filter(options, console);
-  CMARCTree tree;
-  console.Connect(tree);
-  RecordDatabases::Connect(tree);
-  const StoppableRun stoppable(tree);
-  return StatusOf(Guarded(console, tree, filter, [&] {
-    const int built = LoadTree(console, tree, filter);
-    return built == -1 || tree.IsStop() ? built : tree.DumpMARCTree();
-  }));
-}
+std::unique_ptr<Verb> MakeFilterVerb() { return std::make_unique<FilterVerb>(); }
 
 }  // namespace karst::cli

@@ -3,15 +3,19 @@
 #include "cli/base/source_file.h"
 #include "cli/base/stop_request.h"
 #include "cli/run/error_display.h"
-#include "cli/run/named_files.h"
-#include "cli/run/record_database.h"
+#include "cli/run/named_output.h"
+#include "cli/verbs/script_host.h"
 #include "cli/verbs/verbs.h"
-#include "cli/windows/script_windows.h"
 
 namespace karst::cli {
 namespace {
 
-int Status(Console& console, CScript& script, const SourceFile& file) {
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  karst run --messages stderr count.pro > counts.txt\n"
+    "  karst run --database authors=authors.mrc check.pro";
+
+int StatusOfScript(Console& console, CScript& script, const SourceFile& file) {
   try {
     if (!file.LoadInto(script)) return StatusOf(-1);
     const int result = script.MainLoop();
@@ -24,19 +28,43 @@ int Status(Console& console, CScript& script, const SourceFile& file) {
   }
 }
 
+class RunVerb : public Verb {
+ public:
+  RunVerb() : Verb("run", "Run a script", kExamples) {}
+
+  void Declare(OptionList& list, CommonOptions& common) override {
+    list.Word("SCRIPT", "The script (.pro)", options_.program);
+    AddEncoding(list, common);
+    AddMessages(list, common);
+    AddSource(list, options_.source);
+    AddDatabases(list, options_);
+    AddRecordsCharset(list, options_);
+    AddWindows(list, options_);
+  }
+
+  int Run(const CommonOptions& common) override {
+    return ScriptHost(options_, common).Run([&](Console& console) { return RunScript(console); });
+  }
+
+ private:
+  int RunScript(Console& console) const {
+    const SourceFile file(options_.program, options_.source, console);
+    CScript script;
+    console.Connect(script);
+    RecordDatabases::Connect(script);
+    const StoppableRun stoppable(script);
+    const ScriptWindows::RunScope windows;
+    NamedOutput files(script, console, std::nullopt);
+    const int status = StatusOfScript(console, script, file);
+    files.Finish();
+    return status == 0 && !files.Whole() ? kOutputFailed : status;
+  }
+
+  ScriptOptions options_;
+};
+
 }  // namespace
 
-int RunScript(const Options& options, Console& console) {
-  const SourceFile file(options, console);
-  CScript script;
-  console.Connect(script);
-  RecordDatabases::Connect(script);
-  const StoppableRun stoppable(script);
-  const ScriptWindows::RunScope windows;
-  NamedFiles files(script, console, RecordCharset::kAuto);
-  const int status = Status(console, script, file);
-  files.Finish();
-  return status == 0 && !files.Whole() ? kOutputFailed : status;
-}
+std::unique_ptr<Verb> MakeRunVerb() { return std::make_unique<RunVerb>(); }
 
 }  // namespace karst::cli

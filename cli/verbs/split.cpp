@@ -2,36 +2,49 @@
 #include <optional>
 #include <string>
 
+#include "cli/base/result_file.h"
 #include "cli/base/stop_request.h"
-#include "cli/records/record_sink.h"
-#include "cli/records/record_walk.h"
 #include "cli/records/record_writer.h"
+#include "cli/verbs/record_options.h"
 #include "cli/verbs/verbs.h"
 
 namespace karst::cli {
 namespace {
 
+constexpr const char* kExamples =
+    "Example:\n"
+    "  karst split --every 10000 --prefix part- books.iso";
+
 constexpr size_t kBuffer = size_t{256} << 10;
 constexpr size_t kDigits = 4;
 
+struct SplitOptions {
+  RecordFilesOptions files;
+  uint64_t every = 0;
+  std::string prefix;
+};
+
 class Splitting {
  public:
-  Splitting(const Options& options, Console& console)
-      : options_(options), console_(console), input_(options.records.front()), walk_(options, console) {}
+  Splitting(const SplitOptions& options, Console& console)
+      : options_(options),
+        console_(console),
+        input_(options.files.inputs.names.front()),
+        files_(options.files, console) {}
 
   int Run() {
-    walk_.Read(input_, [this](const WalkedRecord& record) { return Take(record); });
-    if (!part_ || StopRequested()) return walk_.Finish();
-    if (walk_.HasReadAll()) {
+    files_.Read(input_, [this](const RecordInFile& record) { return Take(record); });
+    if (!part_ || StopRequested()) return files_.Finish();
+    if (files_.HasReadAll()) {
       EndPart();
     } else {
       KeepPart();
     }
-    return walk_.Finish();
+    return files_.Finish();
   }
 
  private:
-  bool Take(const WalkedRecord& record) {
+  bool Take(const RecordInFile& record) {
     if (!part_) BeginPart(record.reader->Format());
     if (!IsWholeByItself(record)) {
       writer_->Append(record.text, out_);
@@ -40,19 +53,19 @@ class Splitting {
       // The last record of a text file may have no line end of its own.
       if (record.reader->Format() != RecordFormat::kIso2709 && !out_.ends_with('\n')) out_ += '\n';
     }
-    if (++in_part_ == options_.record_tools.every) EndPart();
+    if (++in_part_ == options_.every) EndPart();
     if (out_.size() >= kBuffer) Flush();
     return true;
   }
 
   // An element with a prefix needs what declares it, which stands outside.
-  static bool IsWholeByItself(const WalkedRecord& record) {
+  static bool IsWholeByItself(const RecordInFile& record) {
     return record.reader->Format() != RecordFormat::kMarcXml || record.raw.starts_with("<record");
   }
 
   void BeginPart(RecordFormat format) {
     writer_ = MakeRecordWriter(format);
-    part_.emplace(PartName(format), false, options_);
+    part_.emplace(PartName(format), false, options_.files.inputs);
     out_ = writer_->Start();
   }
   // A part that the file would have gone on with.
@@ -89,25 +102,48 @@ class Splitting {
       ending = stem.substr(dot);
       stem.resize(dot);
     }
-    const std::string& prefix = options_.record_tools.prefix;
     const std::string number = std::to_string(++parts_);
     const std::string zeros(number.size() < kDigits ? kDigits - number.size() : 0, '0');
-    return (prefix.empty() ? stem + "-" : prefix) + zeros + number + ending;
+    return (options_.prefix.empty() ? stem + "-" : options_.prefix) + zeros + number + ending;
   }
 
-  const Options& options_;
+  const SplitOptions& options_;
   Console& console_;
   const std::string& input_;
-  RecordWalk walk_;
+  RecordFiles files_;
   std::unique_ptr<RecordWriter> writer_;
-  std::optional<RecordSink> part_;
+  std::optional<ResultFile> part_;
   std::string out_;
   uint64_t in_part_ = 0;
   uint64_t parts_ = 0;
 };
 
+class SplitVerb : public Verb {
+ public:
+  SplitVerb() : Verb("split", "Split a file of records into files of some records each", kExamples) {}
+
+  void Declare(OptionList& list, CommonOptions& common) override {
+    AddReading(list, common, options_.files);
+    list.Words("RECORDS", "The record file; - is standard input", options_.files.inputs.names, 1);
+    list.Number("--every", "Records in each file", options_.every, OptionList::Need::kRequired);
+    list.Text("--prefix", "What the names of the files begin with (default: the name of the file)", "TEXT",
+              options_.prefix);
+    AddRejects(list, options_.files.report);
+    AddQuiet(list, options_.files.report);
+  }
+
+  int Run(const CommonOptions& common) override {
+    options_.files.inputs.encoding = common.TextEncoding();
+    Console console({common.messages, options_.files.inputs, {}});
+    return RunToEnd(console, [&] { return Splitting(options_, console).Run(); });
+  }
+
+ private:
+  SplitOptions options_;
+};
+
 }  // namespace
 
-int SplitRecords(const Options& options, Console& console) { return Splitting(options, console).Run(); }
+std::unique_ptr<Verb> MakeSplitVerb() { return std::make_unique<SplitVerb>(); }
 
 }  // namespace karst::cli

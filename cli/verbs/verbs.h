@@ -1,24 +1,25 @@
-// What each verb does, over one console. Each gives the exit status that its runs come to; lost output and signals are
-// looked at by the caller.
+// The list of the verbs. Each has a file of its own name, which begins with what its options are.
 #pragma once
 
-#include "cli/base/console.h"
-#include "cli/verbs/options.h"
+#include <memory>
+
+#include "cli/verbs/verb.h"
 
 namespace karst::cli {
 
-int RunScript(const Options& options, Console& console);
-int RunFilter(const Options& options, Console& console);
-int ShowTree(const Options& options, Console& console);
-int CheckSources(const Options& options, Console& console);
+using VerbMaker = std::unique_ptr<Verb> (*)();
 
-// 0, or kNotAllRead.
-int ConvertRecords(const Options& options, Console& console);
-int ShowRecords(const Options& options, Console& console);
-int CountRecords(const Options& options, Console& console);
-int SplitRecords(const Options& options, Console& console);
+std::unique_ptr<Verb> MakeRunVerb();
+std::unique_ptr<Verb> MakeFilterVerb();
+std::unique_ptr<Verb> MakeTreeVerb();
+std::unique_ptr<Verb> MakeCheckVerb();
+std::unique_ptr<Verb> MakeConvertVerb();
+std::unique_ptr<Verb> MakeShowVerb();
+std::unique_ptr<Verb> MakeCountVerb();
+std::unique_ptr<Verb> MakeSplitVerb();
 
-// The exit status for a run's result: its low 8 bits.
-constexpr int StatusOf(int result) { return result & 0xFF; }
+// As the help shows them.
+inline constexpr VerbMaker kVerbs[] = {MakeRunVerb,     MakeFilterVerb, MakeTreeVerb,  MakeCheckVerb,
+                                       MakeConvertVerb, MakeShowVerb,   MakeCountVerb, MakeSplitVerb};
 
 }  // namespace karst::cli

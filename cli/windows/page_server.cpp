@@ -10,8 +10,8 @@
 #include <thread>
 
 #include "cli/base/exit_status.h"
-#include "cli/windows/beside.h"
 #include "cli/windows/connection.h"
+#include "cli/windows/page_files.h"
 #include "cli/windows/secret.h"
 #include "cli/windows/shell_files.h"
 
@@ -244,7 +244,7 @@ class LoopbackServer : public PageServer {
   void SendFile(HWND frame, const std::string& name, Response& response) const {
     const std::optional<PageState> state = board_.StateOf(frame);
     if (!state || state->folder.empty()) return Refuse(response, 404);
-    std::optional<std::string> bytes = ReadBeside(state->folder, name, kMostFileBytes);
+    std::optional<std::string> bytes = ReadPageFile(state->folder, name, kMostFileBytes);
     if (!bytes) return Refuse(response, 404);
     response.set_header("Content-Security-Policy", kFilePolicy);
     response.set_content(*bytes, ContentTypeOf(name));

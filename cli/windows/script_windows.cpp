@@ -16,7 +16,7 @@ std::unique_ptr<Window> MakeUnseenControl() { return std::make_unique<VeldContro
 
 }  // namespace
 
-ScriptWindows::ScriptWindows(const Options& options, Console& console) : mode_(options.windows), console_(console) {
+ScriptWindows::ScriptWindows(WindowsMode mode, Console& console) : mode_(mode), console_(console) {
   the_windows = this;
   SetHyperModuleMaker([this] { return Module(); });
   console.OnMessageBox([this](std::string_view text) { return AskUser(text); });

@@ -4,18 +4,19 @@
 #include <memory>
 
 #include "cli/base/console.h"
-#include "cli/verbs/options.h"
 #include "hyper/hypermodule.h"
 
 namespace karst::cli {
 
 class BrowserWindows;
 
+enum class WindowsMode { kBrowser, kMemory, kNone };
+
 // One for the whole process. Nothing is started before a script opens its first window. Must outlive every engine
 // object, and be outlived by the console.
 class ScriptWindows {
  public:
-  ScriptWindows(const Options& options, Console& console);
+  ScriptWindows(WindowsMode mode, Console& console);
   ScriptWindows(const ScriptWindows&) = delete;
   ScriptWindows& operator=(const ScriptWindows&) = delete;
   // The pages learn that it is over.

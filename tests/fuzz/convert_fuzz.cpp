@@ -4,11 +4,11 @@
 #include <utility>
 #include <vector>
 
+#include "cli/base/reversible_encoding.h"
 #include "cli/records/line_format.h"
 #include "cli/records/record_input.h"
 #include "cli/records/record_parser.h"
 #include "cli/records/record_writer.h"
-#include "cli/records/reversible.h"
 #include "cli/records/xml_format.h"
 #include "support/fuzz_input.h"
 #include "support/record_run.h"

@@ -25,8 +25,8 @@ struct RecordInputOptions {
 // A CMARCFile for more kinds of files: the operations of the same names do the same.
 //
 // What GBK has no place for stands in the record as "&#N;" with the decimal code of the character; ToUtf8Reversibly
-// (records/reversible.h) makes the character of it again, and leaves other text that looks alike as it was. The leader
-// and the coded fields stay as they are in the file, also where they say that the record is UTF-8.
+// (base/reversible_encoding.h) makes the character of it again, and leaves other text that looks alike as it was. The
+// leader and the coded fields stay as they are in the file, also where they say that the record is UTF-8.
 //
 //   RecordInput input({.charset = RecordCharset::kUtf8});
 //   if (input.Open(file.ForLibrary()) == -1) return Say("cannot read: " + input.Failure());

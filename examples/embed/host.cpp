@@ -1,6 +1,6 @@
 // Runs a filter over each record of a file and prints what it leaves in "soutput". Usage: cpp_host FILTER RECORDS
 #include <karst/marc/marcfilter.h>
-#include <karst/platform/charset.h>
+#include <karst/text/charset.h>
 
 #include <iostream>
 

@@ -41,7 +41,7 @@ class KARST_API VeldControl : public Window {
  public:
   // `view` may be null and outlives the control.
   explicit VeldControl(VeldView* view) : view_(view) {}
-  // Answers the messages of a hypertext control (platform/hypermessages.h) and 0 to all others:
+  // Answers the messages of a hypertext control (windows/hypermessages.h) and 0 to all others:
   //   kGetCommand    the length of what was copied, cut at a whole character
   //   kShowFile      0, or -1 if the file cannot be read; the page shown then says so
   //   kSetMacro      0, or -1 for an empty name

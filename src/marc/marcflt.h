@@ -7,7 +7,7 @@
 // As CMARCFilter (marcfilter.h): each run is the whole tree over one record, and after an error the object serves the
 // next one. m_pTree->CloseAfterError() does away with what an error left open.
 //
-// A message box comes by karst::ShowMessageBox (platform/window.h), where a host chooses what becomes of it. The call
+// A message box comes by karst::ShowMessageBox (windows/window.h), where a host chooses what becomes of it. The call
 // returns when it is answered.
 //
 // CHOICE: no copies. A copy would share the tree that each destructor deletes.

@@ -124,7 +124,7 @@ class KARST_API CString {
   }
   void Swap(CString& other) noexcept;
 
-  // Formats by the rules of the printf dialect of karst::FormatV (platform/format.h). The text is replaced; values may
+  // Formats by the rules of the printf dialect of karst::FormatV (formats/format.h). The text is replaced; values may
   // point into the old one. A format that cannot be carried out is a std::invalid_argument, and the text stays.
   void Format(const char* format, ...);
   void FormatV(const char* format, va_list values);

@@ -2,7 +2,7 @@
 //
 // A system serves one thread, that of the script: it alone creates windows, sends messages, waits. Any other thread
 // only posts (Post), and what it posted runs on the script's thread, inside the script's next wait. Windows stand in
-// the one table of platform/window.h; IsWindow, DestroyWindow, SendMessage, GetParent and GetChild serve them too.
+// the one table of windows/window.h; IsWindow, DestroyWindow, SendMessage, GetParent and GetChild serve them too.
 #pragma once
 
 #include <atomic>

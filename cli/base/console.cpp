@@ -12,7 +12,7 @@
 namespace karst::cli {
 namespace {
 
-constexpr FileHandle kStdOutHandle = 1;  // any handle but -1 tells the engine that there is a stream
+constexpr FileHandle kStdOutHandle = 1;  // any handle but -1 shows the engine that there is a stream
 
 // The stream's callback carries no pointer, so it finds the console here.
 Console* the_console = nullptr;
@@ -88,7 +88,7 @@ void Console::BringOutStream(std::string_view text) {
   output_.WriteRaw(utf8);
 }
 
-// What the stream holds back comes out ahead of what is written by another way.
+// What the stream holds back comes out before what is written by another way.
 void Console::FinishStream() {
   if (stream_encoding_ != Encoding::kUtf8) return;
   std::string utf8;

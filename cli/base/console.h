@@ -38,7 +38,7 @@ class Console {
 
   // A line of the program's own on standard error: "karst: " and the text.
   void Say(std::string_view text);
-  // Lines as they are. Everything written so far comes out ahead of them.
+  // Lines as they are. Everything written so far comes out before them.
   void Show(std::string_view lines);
   // A line of the program's own that comes once for each `key`.
   void SayOnce(std::string_view key, std::string_view text);

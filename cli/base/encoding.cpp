@@ -37,7 +37,7 @@ std::string_view LocaleName() {
 }
 
 // How many bytes at the start of `gbk` are refused together: a pair that has the shape of a character but stands for
-// none is one unit, so that the characters behind it keep their boundaries. An ASCII byte is never taken along.
+// none is one unit, so that the characters after it keep their boundaries. An ASCII byte is never taken along.
 size_t RefusedLength(std::string_view gbk) {
   const auto lead = static_cast<unsigned char>(gbk[0]);
   const bool pair =

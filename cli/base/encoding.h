@@ -24,7 +24,7 @@ struct CloseConverter {
 using ConverterHandle = std::unique_ptr<void, CloseConverter>;
 
 // Turns GBK that comes piece by piece into UTF-8. A character cut in two by the pieces comes out whole. A byte that
-// is no GBK comes out as \xHH with its value, and the bytes behind it are read afresh.
+// is no GBK comes out as \xHH with its value, and the bytes after it are read afresh.
 class Utf8Stream {
  public:
   // Adds what `gbk` comes to at the end of `utf8`.

@@ -3,7 +3,7 @@
 // A character that GBK has no place for stands in GBK text as "&#N;", N its decimal code; a byte of a UTF-8 text that
 // belongs to no character stands as the same with N = 56320 + byte, a byte of a GBK text that belongs to none stands in
 // UTF-8 with N = 56576 + byte (codes that no character has). Text that has the look of such a reference from the start
-// gets "#38;" behind its "&", one more for each that it has already; so both ways can tell which is which. References
+// gets "#38;" after its "&", one more for each that it has already; so both ways know which is which. References
 // to characters that GBK has, and to "&", are text like any other.
 //
 // LIMIT: text that had the look of a reference to a byte in UTF-8 from the start becomes that byte in GBK.

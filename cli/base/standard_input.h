@@ -8,7 +8,7 @@ namespace karst::cli {
 // pipe, which takes the place of standard input.
 void PrepareStandardInput();
 
-// Reads a line from standard input and drops it. False if the input ended ahead of its end, or the run is to stop.
+// Reads a line from standard input and drops it. False if the input ended before its end, or the run is to stop.
 bool WaitForEnter();
 
 }  // namespace karst::cli

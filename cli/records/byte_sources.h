@@ -22,7 +22,7 @@ struct SourceState {
 };
 using SharedSourceState = std::shared_ptr<SourceState>;
 
-// `name` is GBK. Null if it is no file that can be read; the fault then says why, as far as the system tells.
+// `name` is GBK. Null if it is no file that can be read; the fault then says why, as far as the system says.
 std::unique_ptr<ByteSource> OpenFileSource(const CString& name, const SharedSourceState& state);
 
 // `bytes` have to outlive it.
@@ -48,7 +48,7 @@ class PeekSource : public ByteSource {
 
 bool LooksCompressed(std::string_view head);
 
-// Uncompresses; several compressed stretches may stand one behind the other. Damage, a missing end and other bytes
+// Uncompresses; several compressed stretches may follow one another. Damage, a missing end and other bytes
 // after the end are failures, after all that could be read in front of them. Damage may show later than where it is,
 // by the checksum at the end of its stretch at the latest, and what is read up to there may be wrong.
 std::unique_ptr<ByteSource> MakeGzipSource(std::unique_ptr<ByteSource> source, const SharedSourceState& state);

@@ -20,7 +20,7 @@ Flavour FlavourOf(std::string_view record);
 bool SaysUtf8(std::string_view record);
 
 // Makes the record say that it is in `charset`. Nothing changes its length. A place that says nothing of UTF-8 is left
-// alone when the record becomes GBK; so is a 100 $a that is too short. kAuto: FlavourOf tells.
+// alone when the record becomes GBK; so is a 100 $a that is too short. kAuto: what FlavourOf gives.
 void SetCharsetMarks(std::string& record, RecordCharset charset, Flavour flavour);
 
 }  // namespace karst::cli

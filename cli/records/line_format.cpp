@@ -201,7 +201,7 @@ Fault ParseField(std::string_view line, bool gbk, std::string& record) {
   return nullptr;
 }
 
-// The next line without its end and the blanks there; `text` moves on behind it.
+// The next line without its end and the blanks there; `text` moves on past it.
 std::string_view NextLine(std::string_view& text) {
   const size_t end = std::min(text.find('\n'), text.size());
   std::string_view line = text.substr(0, end);

@@ -27,7 +27,7 @@ ReadingReport::ReadingReport(Console& console, const ReportOptions& options, con
 
 void ReadingReport::Take(const SkippedRecord& skipped) {
   if (rejects_) rejects_->WriteRaw(skipped.bytes);
-  // A long stretch comes in pieces, each right behind the other.
+  // A long stretch comes in pieces, each right after the other.
   const bool goes_on = !stretches_.empty() && stretches_.back().offset + stretches_.back().size == skipped.offset;
   if (goes_on) {
     stretches_.back().size += skipped.bytes.size();

@@ -27,7 +27,7 @@ class RecordFileReader {
   ReadResult Next(const SkippedRecordHandler& handler);
   // True if everything so far was passed over and nothing of any format was seen at the beginning.
   bool IsInNoFormat() const;
-  // The parser tells all of the record and the counts; null while nothing was opened.
+  // The parser has all of the record, and the counts; null while nothing was opened.
   const RecordParser* Parser() const { return parser_.get(); }
   // The charset of the record given last: what is known of the file, or what its text looks like.
   RecordCharset GuessCurrentCharset();

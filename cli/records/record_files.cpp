@@ -31,7 +31,7 @@ bool RecordFiles::Read(const std::string& name, const Use& use) {
   reached_ = {parser->RecordCount() - refused_, parser->SkippedCount() + refused_,
               parser->SkippedBytes() + refused_bytes_, parser->RepairedCount(), reader.Position()};
   has_passed_over_ = has_passed_over_ || reached_.passed_over > 0;
-  // What is behind the last record of a whole file does not count.
+  // What comes after the last record of a whole file does not count.
   const bool told = summaries_ == Summaries::kOfFaults ? reached_.passed_over > 0 : summaries_ == Summaries::kAll;
   if (told) report_.Summarize(reached_, more || !readable ? reader.Size() : 0, file.Shown());
   return opened;

@@ -51,7 +51,7 @@ int RecordInput::Close() {
 int RecordInput::NextRecord(CString& record) {
   has_record_ = false;
   if (!open_) return -1;
-  // A handler that throws leaves the stretch behind it all the same; the position has to say so.
+  // A handler that throws has passed the stretch all the same; the position has to say so.
   const ReadResult result = reader_->Next([this](const SkippedRecord& skipped) {
     stream_position = Saturated(BytePosition());
     if (on_skipped_) on_skipped_(skipped);

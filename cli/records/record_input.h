@@ -48,9 +48,9 @@ class RecordInput : public CMARCStream {
   int OpenSource(std::unique_ptr<ByteSource> source, uint64_t size);
   // -1 if nothing is open. The counts stay.
   int Close() override;
-  // 0, 1, 2 or -1 as for every CMARCStream. Behind -1 there are no more records: the file cannot be read on (also a
+  // 0, 1, 2 or -1 as for every CMARCStream. After -1 there are no more records: the file cannot be read on (also a
   // compressed file or one of XML that breaks off), or all of it was passed over and it is in no format; Failure() says
-  // which. The records in front of the damage have been given.
+  // which. The records before the damage have been given.
   int NextRecord(CString& record) override;
   const char* GetCurRec() override;
   // Why the last Open or NextRecord gave -1, for a message: UTF-8.

@@ -12,7 +12,7 @@ namespace karst::cli {
 class RecordWriter {
  public:
   virtual ~RecordWriter() = default;
-  // What goes ahead of all records, and behind them.
+  // What goes before all records, and after them.
   virtual std::string_view Start() const { return {}; }
   virtual std::string_view End() const { return {}; }
   // Appends a record in the internal form; for MARCXML it has to be in UTF-8. Where the format cannot hold it, `out`

@@ -44,7 +44,7 @@ class TextParser : public RecordParser {
   std::string_view View() const { return window_.View(); }
   // Reads on, up to the most that a record may take. False if there is no more.
   bool Grow() { return window_.View().size() <= kLongest && window_.Grow(); }
-  // The place of `text` at or behind `from`, with reading on where it needs to. kNowhere if there is none.
+  // The place of `text` at or after `from`, with reading on where it needs to. kNowhere if there is none.
   size_t Find(std::string_view text, size_t from);
 
  private:

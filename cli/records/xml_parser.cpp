@@ -131,7 +131,7 @@ class XmlParser : public TextParser {
     return {Kind::kNoRecord, View().size(), no_end_.c_str()};
   }
 
-  // The ">" behind the name of an end tag, and nothing but white space.
+  // The ">" after the name of an end tag, and nothing but white space.
   size_t CloseOfEndTag(size_t at) {
     size_t close = View().find_first_not_of(" \t\r\n", at);
     while (close == kNowhere && Grow()) close = View().find_first_not_of(" \t\r\n", at);

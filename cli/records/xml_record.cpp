@@ -38,7 +38,7 @@ class Attributes {
   int count_;
 };
 
-// Puts a record together from what the parser tells.
+// Puts a record together from what the parser finds.
 class RecordBuilder {
  public:
   std::string Build(std::string_view element, std::string& record) {

@@ -1,6 +1,6 @@
 // Text of a record inside XML, so that nothing is lost: what XML cannot hold (control characters, bytes that are no
 // UTF-8) stands there as the text "&#N;", N the code of the character or 56320 + byte. It is text for XML, which writes
-// it "&amp;#N;"; text that has this look by itself gets "#38;" behind its "&" (numeric_reference.h).
+// it "&amp;#N;"; text that has this look by itself gets "#38;" after its "&" (numeric_reference.h).
 #pragma once
 
 #include <string>

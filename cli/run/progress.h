@@ -13,7 +13,7 @@ enum class ProgressMode { kAuto, kAlways, kNever };
 
 class Progress {
  public:
-  // `label` goes ahead of each text.
+  // `label` goes before each text.
   Progress(Console& console, ProgressMode mode, std::string label);
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;

@@ -85,7 +85,7 @@ class CheckRun {
     const check::MendedSource mended = check::Mend(bytes);
     if (mended.open_literal) {
       console_.Say(file.Shown() + ": left as it was: a literal is not closed");
-      return true;  // the check tells where
+      return true;  // the check shows where
     }
     if (mended.Refused()) {
       console_.Say(file.Shown() + ": left as it was");

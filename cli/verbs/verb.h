@@ -31,7 +31,7 @@ class Verb {
   const char* examples_;
 };
 
-// Runs `body`, which gives an exit status, and tells on the console what it throws and what of its output was lost.
+// Runs `body`, which gives an exit status, and reports on the console what it throws and what of its output was lost.
 // Gives the status that is left in the end.
 int RunToEnd(Console& console, const std::function<int()>& body);
 

@@ -125,7 +125,7 @@ void Refuse(Response& response, int status) {
 
 struct Route {
   HWND frame = nullptr;
-  std::string rest;  // behind the secret and its slash
+  std::string rest;  // after the secret and its slash
 };
 
 class LoopbackServer : public PageServer {

@@ -22,7 +22,7 @@ class ScriptWindows {
   // The pages learn that it is over.
   ~ScriptWindows();
 
-  // Stands in the scope of an engine object, behind it: windows that the engine still has at the end of the scope are
+  // Stands in the scope of an engine object, after it: windows that the engine still has at the end of the scope are
   // closed because the run is over.
   struct RunScope {
     RunScope() = default;

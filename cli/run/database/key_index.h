@@ -1,4 +1,4 @@
-// From key texts to record numbers: a hash table with open addressing over keys that lie one behind the other.
+// From key texts to record numbers: a hash table with open addressing over keys that lie one after the other.
 #pragma once
 
 #include <cstdint>

@@ -30,7 +30,7 @@ bool IsPlace(std::string_view text) {
   return text.size() == kTagLength || (text[kTagLength] == kCodeMark && text.back() > ' ' && text.back() < 0x7F);
 }
 
-// Takes what stands ahead of the first `end` off the text, and the end mark.
+// Takes what stands before the first `end` off the text, and the end mark.
 std::string_view TakeUntil(std::string_view& text, char end) {
   const std::string_view piece = text.substr(0, text.find(end));
   text.remove_prefix(std::min(piece.size() + 1, text.size()));

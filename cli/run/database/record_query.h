@@ -19,7 +19,7 @@ struct RecordQuery {
 std::optional<RecordQuery> ReadQuery(std::string_view text);
 
 // Gives `use` the data that a record has at a place, in order, without the white space at both ends: for a tag the data
-// of each such field as it stands, behind the indicators where the field has them; with a code the data of each such
+// of each such field as it stands, after the indicators where the field has them; with a code the data of each such
 // subfield in any of these fields.
 void ForEachKey(std::string_view record, std::string_view place, const std::function<void(std::string_view)>& use);
 

@@ -34,10 +34,10 @@ class RecordBatch {
   uint64_t FirstRecord() const { return first_record_; }
   bool IsFull() const { return texts_.size() + stretch_bytes_ >= kFullBatch; }
   const std::vector<Stretch>& Stretches() const { return stretches_; }
-  // The reading's state behind the records that ran, or behind the whole batch.
+  // The reading's state after the records that ran, or after the whole batch.
   const ReadState& Reached() const { return ended && ran > 0 ? states_[ran - 1] : behind; }
 
-  // Left by the reader: the state behind all of it.
+  // Left by the reader: the state after all of it.
   ReadState behind;
   // Left by the engine.
   OutputLog log;
@@ -52,7 +52,7 @@ class RecordBatch {
   uint64_t first_record_ = 0;
   std::string texts_;  // each with its NUL
   std::vector<size_t> starts_;
-  std::vector<ReadState> states_;  // behind each record
+  std::vector<ReadState> states_;  // after each record
   std::vector<Stretch> stretches_;
   size_t stretch_bytes_ = 0;
 };

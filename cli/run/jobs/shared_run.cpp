@@ -59,7 +59,7 @@ int SharedRun::Run() {
   return 0;
 }
 
-// What fails in a worker is told behind what the first engine writes, if that one does not fail itself.
+// What fails in a worker is told after what the first engine writes, if that one does not fail itself.
 void SharedRun::Prepare() {
   for (const auto& worker : workers_) {
     try {

@@ -24,10 +24,10 @@ struct SharedRunSetup {
   NamedOutput& named_output;
 };
 
-// The first engine runs the code ahead of the records and the closing code, and what it writes is written as ever. The
-// records are run by workers, which have run the code ahead of the records too. What they write is held back until it
+// The first engine runs the code before the records and the closing code, and what it writes is written as ever. The
+// records are run by workers, which have run the code before the records too. What they write is held back until it
 // is its turn, so that all comes out as one engine would write it; of a run that ends at some record, what the records
-// behind it did is dropped.
+// after it did is dropped.
 //
 // LIMIT: what is written by handle (Write, fprintf) and what is deleted or emptied by Open is done at once, out of
 // order. What the records in work write is held in memory.

@@ -27,7 +27,7 @@ class Worker {
   // Takes batches from the queue until there are none, or until the walk over the records ends.
   void Start(BatchQueue& queue);
   void Join();
-  // After a run: what records changed of the variables and tables that were there ahead of them.
+  // After a run: what records changed of the variables and tables that were there before them.
   void AddChanges(std::vector<std::string>& names) { state_.AddChanges(tree_, names); }
 
  private:

@@ -12,7 +12,7 @@
 #include "cli/check/findings.h"
 #include "cli/check/lexer.h"
 #include "cli/check/names.h"
-#include "script/grammar.h"
+#include "language/grammar.h"
 
 namespace karst::cli::check {
 

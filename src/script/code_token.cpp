@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "helpers/zebutil.h"
+#include "language/bytewalk.h"
 #include "language/token.h"
-#include "script/bytewalk.h"
 #include "script/code.h"
 #include "text/mbtext.h"
 

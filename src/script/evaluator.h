@@ -2,7 +2,7 @@
 // entries into it.
 #pragma once
 
-#include "script/grammar.h"
+#include "language/grammar.h"
 #include "script/script.h"
 #include "values/name.h"
 

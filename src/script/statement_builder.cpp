@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "script/bytewalk.h"
+#include "language/bytewalk.h"
 #include "script/remembered_runner.h"
 #include "script/script.h"
 #include "values/name.h"

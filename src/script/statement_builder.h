@@ -1,8 +1,8 @@
 // StatementBuilder: reads the statement at a position without any effect, for remembering it.
 #pragma once
 
+#include "language/grammar.h"
 #include "language/token.h"
-#include "script/grammar.h"
 #include "script/remembered.h"
 
 namespace karst {

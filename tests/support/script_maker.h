@@ -37,8 +37,8 @@ class ScriptMaker {
 
   static inline const std::map<char, std::vector<const char*>> kForms = {
       {'L',  // lines
-       {"@S\n", "@S\n", "@S\n", "if k @S\n", "@S; @S # x\n", "@S @S\n", "\n \n@S\n", "@B", "@B", "@B", "@B", "if @D @S\n",
-        "if @D @S @S\n@S\n", "if @D\n\n@S\n@S\n", "if @D @S\nelse @S\n", "if @D\n@S\nelse\n@S\n",
+       {"@S\n", "@S\n", "@S\n", "if k @S\n", "@S; @S # x\n", "@S @S\n", "\n \n@S\n", "@B", "@B", "@B", "@B",
+        "if @D @S\n", "if @D @S @S\n@S\n", "if @D\n\n@S\n@S\n", "if @D @S\nelse @S\n", "if @D\n@S\nelse\n@S\n",
         "if @D goto l$\n@L:l$ @S\n"}},
       {'B',  // blocks, loops and jumps
        {"{\n@V@L}\n", "if @D {\n@L}\n", "if @D\n{\n@V@L@L}\n@L", "if @D\n{\n@V@L} @S\nelse\n{\n@L}\n",

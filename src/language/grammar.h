@@ -11,7 +11,7 @@
 
 #include <cstdint>
 
-#include "script/code.h"
+#include "language/token_kinds.h"
 
 namespace karst {
 
@@ -74,7 +74,7 @@ class Grammar {
   // The arguments of a call whose "(" was read. True if a ")" ended them, false for a line end in its place.
   template <typename List>
   bool Arguments(List& list) {
-    const Deeper deeper(*this);
+    const NestingLevel level(*this);
     Value value{};
     bool by_reference = false;
     for (;;) {
@@ -117,7 +117,7 @@ class Grammar {
   void Power(Value& left) {
     Signed(left);
     if (!Is('^')) return;
-    const Deeper deeper(*this);
+    const NestingLevel level(*this);
     Operation<&Grammar::Power>(left);
   }
 
@@ -205,16 +205,16 @@ class Grammar {
  private:
   using Level = void (Grammar::*)(Value&);
 
-  class Deeper {
+  class NestingLevel {
    public:
-    explicit Deeper(Grammar& grammar) : nesting_(grammar.Self().Nesting()) {
+    explicit NestingLevel(Grammar& grammar) : nesting_(grammar.Self().Nesting()) {
       if (++nesting_ <= Reading::kDeepest) return;
       --nesting_;
       grammar.Refuse(GrammarFault::kTooDeep);
     }
-    Deeper(const Deeper&) = delete;
-    Deeper& operator=(const Deeper&) = delete;
-    ~Deeper() { --nesting_; }
+    NestingLevel(const NestingLevel&) = delete;
+    NestingLevel& operator=(const NestingLevel&) = delete;
+    ~NestingLevel() { --nesting_; }
 
    private:
     int& nesting_;
@@ -262,7 +262,7 @@ class Grammar {
 
   template <Level Content>
   void InParentheses(Value& value, GrammarFault open) {
-    const Deeper deeper(*this);
+    const NestingLevel level(*this);
     const Place place = Self().Here();
     Self().Read();
     (this->*Content)(value);

@@ -239,15 +239,15 @@ class TokenList::Scanner {
 
   bool LongLiteral() { return TooLong(STRING, kTokenLimit - 2, code_.substr(at_, 1), LiteralEnd(at_)); }
 
-  // Up to the quote that was meant to close it, if that is near: a text in the wrong quotes. A double quote among them
-  // has opened a literal, which is read as one.
+  // Up to the quote that was meant to close it, if that is near and no literal opens before it: a text in the wrong
+  // quotes.
   bool BadCharacter() {
     const std::string_view near = code_.substr(at_, 12);
-    const size_t end = std::min(near.find_first_of("'\"\r", 1), near.size());
-    const char quote = end < near.size() ? near[end] : '\r';
-    findings_.Add(Rule::kBadCharacter, list_.OriginOf(at_), {near.substr(0, quote == '\r' ? 1 : end + 1)});
-    if (quote == '\'') return AddHere(STRING, 0, at_ + end + 1);
-    return AddHere(CHARCONST, 0, at_ + (quote == '"' ? end : 1));
+    const size_t quote = near.find_first_of("'\"\r", 1);
+    const bool closed = quote != std::string_view::npos && near[quote] == '\'';
+    const size_t length = closed ? quote + 1 : 1;
+    findings_.Add(Rule::kBadCharacter, list_.OriginOf(at_), {near.substr(0, length)});
+    return AddHere(closed ? STRING : CHARCONST, 0, at_ + length);
   }
 
   // Told once, and then taken for what it was meant to be.

@@ -130,13 +130,13 @@ void TakeFlags(const char*& at, Directive& directive) {
   }
 }
 
-bool IsInField(int number) { return number <= kMostField; }
+bool IsWithinLimit(int number) { return number <= kMostField; }
 
 template <typename Source>
 bool TakeWidth(const char*& at, Source& source, Directive& directive) {
   if (*at != '*') {
     directive.width = TakeFieldNumber(at);
-    return IsInField(directive.width);
+    return IsWithinLimit(directive.width);
   }
   ++at;
   int32_t width;
@@ -144,7 +144,7 @@ bool TakeWidth(const char*& at, Source& source, Directive& directive) {
   if (width < -kMostField) return false;
   if (width < 0) directive.left = true;
   directive.width = width < 0 ? -width : width;
-  return IsInField(directive.width);
+  return IsWithinLimit(directive.width);
 }
 
 template <typename Source>
@@ -158,7 +158,7 @@ bool TakePrecision(const char*& at, Source& source, Directive& directive) {
     if (!source.TakeInt(precision)) return false;
     directive.precision = precision < 0 ? -1 : precision;
   }
-  return IsInField(directive.precision);
+  return IsWithinLimit(directive.precision);
 }
 
 bool StartsWith(const char* text, std::string_view head) { return std::strncmp(text, head.data(), head.size()) == 0; }

@@ -97,7 +97,7 @@ template <typename Place>
 class RecordWalk::Announcer {
  public:
   explicit Announcer(RecordWalk& walk) : walk_(walk) {}
-  void AheadOfCode(const Place& place) {
+  void BeforeCode(const Place& place) {
     walk_.Announce(place);
     settled_ = held_ = false;
   }
@@ -232,7 +232,7 @@ int RecordWalk::OverEachField(std::string_view text, bool nested, CCell* first) 
     if (frame_fits && !Tag(field).MatchesAny(first)) {
       announcer.InPassing(place);
     } else {
-      announcer.AheadOfCode(place);
+      announcer.BeforeCode(place);
       const std::string_view shown = Clipped(field);
       result = OverField(shown, shown.size(), shown, first);
       frame_fits = FieldFrameFits();
@@ -349,7 +349,7 @@ int RecordWalk::OverEachSubfield(std::string_view text, CCell* first) {
   for (; result == kWalkDone && !state_.IsStop() && cursor.Next(place.subfield); ++place.index) {
     const char code = CodeOf(place.subfield);
     if (AnySetHolds(first, code)) {
-      announcer.AheadOfCode(place);
+      announcer.BeforeCode(place);
       result = RunSubfieldCells(code, first);
     } else {
       announcer.InPassing(place);

@@ -87,7 +87,7 @@ IntResult Binary(const ExpressionNode& node) {
 }
 
 template <typename Operator, typename Left>
-IntEvaluator WithLeft(const ExpressionNode& node) {
+IntEvaluator EvaluatorWithLeft(const ExpressionNode& node) {
   switch (node.right->kind) {
     case NodeKind::kInt: return Binary<Operator, Left, FromConstant>;
     case NodeKind::kVariable: return Binary<Operator, Left, FromVariable>;
@@ -96,29 +96,29 @@ IntEvaluator WithLeft(const ExpressionNode& node) {
 }
 
 template <typename Operator>
-IntEvaluator With(const ExpressionNode& node) {
-  return node.left->kind == NodeKind::kVariable ? WithLeft<Operator, FromVariable>(node)
-                                                : WithLeft<Operator, FromNode>(node);
+IntEvaluator EvaluatorFor(const ExpressionNode& node) {
+  return node.left->kind == NodeKind::kVariable ? EvaluatorWithLeft<Operator, FromVariable>(node)
+                                                : EvaluatorWithLeft<Operator, FromNode>(node);
 }
 
 IntEvaluator ComparisonEvaluator(const ExpressionNode& node) {
   switch (node.comparison) {
-    case Comparison::kEqual: return With<Equal>(node);
-    case Comparison::kNotEqual: return With<NotEqual>(node);
-    case Comparison::kGreater: return With<Greater>(node);
-    case Comparison::kLess: return With<Less>(node);
-    case Comparison::kGreaterEqual: return With<GreaterEqual>(node);
-    default: return With<LessEqual>(node);
+    case Comparison::kEqual: return EvaluatorFor<Equal>(node);
+    case Comparison::kNotEqual: return EvaluatorFor<NotEqual>(node);
+    case Comparison::kGreater: return EvaluatorFor<Greater>(node);
+    case Comparison::kLess: return EvaluatorFor<Less>(node);
+    case Comparison::kGreaterEqual: return EvaluatorFor<GreaterEqual>(node);
+    default: return EvaluatorFor<LessEqual>(node);
   }
 }
 
-IntResult Same(const ExpressionNode& node) { return node.left->evaluate_int(*node.left); }
+IntResult Operand(const ExpressionNode& node) { return node.left->evaluate_int(*node.left); }
 IntResult Negative(const ExpressionNode& node) {
-  const IntResult operand = Same(node);
+  const IntResult operand = Operand(node);
   return operand.known ? Known(0 - Bits(operand.value)) : kUnknown;
 }
 IntResult Not(const ExpressionNode& node) {
-  const IntResult operand = Same(node);
+  const IntResult operand = Operand(node);
   return operand.known ? Known(operand.value == 0) : kUnknown;
 }
 
@@ -129,15 +129,15 @@ IntEvaluator ChooseIntEvaluator(const ExpressionNode& node) {
   switch (node.kind) {
     case NodeKind::kInt: return Constant;
     case NodeKind::kVariable: return Variable;
-    case NodeKind::kAdd: return With<Add>(node);
-    case NodeKind::kSubtract: return With<Subtract>(node);
-    case NodeKind::kMultiply: return With<Multiply>(node);
-    case NodeKind::kDivide: return With<Divide>(node);
-    case NodeKind::kRemainder: return With<Modulo>(node);
+    case NodeKind::kAdd: return EvaluatorFor<Add>(node);
+    case NodeKind::kSubtract: return EvaluatorFor<Subtract>(node);
+    case NodeKind::kMultiply: return EvaluatorFor<Multiply>(node);
+    case NodeKind::kDivide: return EvaluatorFor<Divide>(node);
+    case NodeKind::kRemainder: return EvaluatorFor<Modulo>(node);
     case NodeKind::kCompare: return ComparisonEvaluator(node);
-    case NodeKind::kAnd: return With<Both>(node);
-    case NodeKind::kOr: return With<Either>(node);
-    case NodeKind::kPlusSign: return Same;
+    case NodeKind::kAnd: return EvaluatorFor<Both>(node);
+    case NodeKind::kOr: return EvaluatorFor<Either>(node);
+    case NodeKind::kPlusSign: return Operand;
     case NodeKind::kMinusSign: return Negative;
     case NodeKind::kNot: return Not;
     default: return Unknown;

@@ -131,7 +131,7 @@ struct RememberedStatement {
 class Remembered {
  public:
   // Forgets everything unless the code is the same as before.
-  void Follow(const char* code, int length, uint32_t generation) {
+  void StartOverIfChanged(const char* code, int length, uint32_t generation) {
     const bool same = code == code_ && generation == generation_ && static_cast<size_t>(length) == places_.size();
     if (!same) [[unlikely]]
       Forget(code, length, generation);

@@ -35,18 +35,18 @@ inline RememberedStatement* RememberedRunner::RunOn(Statement& first) {
       statement = statement->run(*this, *statement);
     } while (statement && statement->last_token < limit_ && !Stopped());
   } catch (const std::bad_alloc&) {
-    StandIn(*statement);
+    MoveInto(*statement);
     throw;
   }
   return statement;
 }
 
-// SPEED: what raises nothing but a failed allocation keeps no read position, so that this one may be of an earlier
-// statement.
-void RememberedRunner::StandIn(const Statement& statement) {
+// An allocation failed in the statement: the error is to name its line. SPEED: what raises nothing else keeps no read
+// position, so that the one there is may be of an earlier statement.
+void RememberedRunner::MoveInto(const Statement& statement) {
   if (statement.kind == StatementKind::kPieceEnd) return;
-  const bool stands_in = script_.lpProg > statement.word && script_.lpProg <= statement.last_token;
-  if (!stands_in) MoveTo(statement.behind_word);
+  const bool inside = script_.lpProg > statement.word && script_.lpProg <= statement.last_token;
+  if (!inside) MoveTo(statement.behind_word);
 }
 
 // One statement from the text.
@@ -237,10 +237,10 @@ RememberedStatement* RememberedRunner::CallStatement(RememberedRunner& self, Sta
 
 inline bool RememberedRunner::Holds(const Statement& statement) {
   const IntResult result = statement.expression->evaluate_int(*statement.expression);
-  return result.known ? result.value != 0 : HoldsAtLength(statement);
+  return result.known ? result.value != 0 : HoldsAsValue(statement);
 }
 
-bool RememberedRunner::HoldsAtLength(const Statement& statement) {
+bool RememberedRunner::HoldsAsValue(const Statement& statement) {
   CValue value;
   Evaluate(*statement.expression, value);
   const int truth = Truth(value);
@@ -262,7 +262,7 @@ RememberedStatement* RememberedRunner::SkippedByReading(Statement& statement) {
 
 RememberedStatement* RememberedRunner::If(RememberedRunner& self, Statement& statement) {
   if (self.Holds(statement)) {
-    if (statement.opens_block && !self.OpenFrameQuickly()) return BeginAtLength(self, statement);
+    if (statement.opens_block && !self.OpenFrameQuickly()) return BeginSlowly(self, statement);
     return self.Next(statement);
   }
   return self.CanSkip(statement) ? self.Skip(statement) : SkipIf(self, statement);
@@ -284,22 +284,22 @@ RememberedStatement* RememberedRunner::Else(RememberedRunner& self, Statement& s
 }
 
 RememberedStatement* RememberedRunner::Begin(RememberedRunner& self, Statement& statement) {
-  if (!self.OpenFrameQuickly()) return BeginAtLength(self, statement);
+  if (!self.OpenFrameQuickly()) return BeginSlowly(self, statement);
   return self.Next(statement);
 }
 
-RememberedStatement* RememberedRunner::BeginAtLength(RememberedRunner& self, Statement& statement) {
+RememberedStatement* RememberedRunner::BeginSlowly(RememberedRunner& self, Statement& statement) {
   self.OpenFrame();
   return self.Next(statement);
 }
 
 RememberedStatement* RememberedRunner::End(RememberedRunner& self, Statement& statement) {
   CScript& script = self.script_;
-  if (!self.store_.CloseEmptyFrame(script.m_Cells, script.m_nBeginCount)) return EndAtLength(self, statement);
+  if (!self.store_.CloseEmptyFrame(script.m_Cells, script.m_nBeginCount)) return EndSlowly(self, statement);
   return self.Next(statement);
 }
 
-RememberedStatement* RememberedRunner::EndAtLength(RememberedRunner& self, Statement& statement) {
+RememberedStatement* RememberedRunner::EndSlowly(RememberedRunner& self, Statement& statement) {
   CScript& script = self.script_;
   if (!self.store_.CloseFrame(script.m_Cells, script.m_nBeginCount)) {
     self.MoveTo(statement.behind_word);
@@ -332,7 +332,7 @@ RememberedStatement* RememberedRunner::EndLoop(RememberedRunner& self, Statement
     script.BackToLoop();  // refuses
   }
   Statement* loop = statement.following;
-  return loop && loop->position == loop_word ? loop : self.Follow(statement.following, loop_word);
+  return loop && loop->position == loop_word ? loop : self.LinkTo(statement.following, loop_word);
 }
 
 RememberedStatement* RememberedRunner::Break(RememberedRunner& self, Statement& statement) {

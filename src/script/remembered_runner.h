@@ -22,7 +22,7 @@ class RememberedRunner {
         run_state_(script.nRunState),
         entry_depth_(entry_depth),
         limit_(script.lpProgEnd ? script.lpProgEnd : script.lpCodeBuffer + script.nCodeLen) {
-    remembered_.Follow(script.lpCodeBuffer, script.nCodeLen, script.text_generation_);
+    remembered_.StartOverIfChanged(script.lpCodeBuffer, script.nCodeLen, script.text_generation_);
   }
 
   // As CScript::MainLoop.
@@ -37,7 +37,7 @@ class RememberedRunner {
 
   template <bool kCounted>
   Statement* RunOn(Statement& first);
-  void StandIn(const Statement& statement);
+  void MoveInto(const Statement& statement);
   Flow Read();
   void Remember(const char* position);
   // SPEED: as CRunable::IsStop, without the way to the virtual base.
@@ -63,21 +63,22 @@ class RememberedRunner {
   static Statement* Break(RememberedRunner& self, Statement& statement);
   static Statement* Continue(RememberedRunner& self, Statement& statement);
   static Statement* Begin(RememberedRunner& self, Statement& statement);
-  [[gnu::noinline]] static Statement* BeginAtLength(RememberedRunner& self, Statement& statement);
+  [[gnu::noinline]] static Statement* BeginSlowly(RememberedRunner& self, Statement& statement);
   static Statement* End(RememberedRunner& self, Statement& statement);
-  [[gnu::noinline]] static Statement* EndAtLength(RememberedRunner& self, Statement& statement);
+  [[gnu::noinline]] static Statement* EndSlowly(RememberedRunner& self, Statement& statement);
   static Statement* Declare(RememberedRunner& self, Statement& statement);
   static Statement* Goto(RememberedRunner& self, Statement& statement);
   static Statement* PieceEnd(RememberedRunner& self, Statement& statement);
 
   // Where to go on.
   Statement* Next(Statement& statement) {
-    return statement.following ? statement.following : Follow(statement.following, statement.next);
+    return statement.following ? statement.following : LinkTo(statement.following, statement.next);
   }
   Statement* Skip(Statement& statement) {
-    return statement.skipped_to ? statement.skipped_to : Follow(statement.skipped_to, statement.skip_target);
+    return statement.skipped_to ? statement.skipped_to : LinkTo(statement.skipped_to, statement.skip_target);
   }
-  Statement* Follow(Statement*& link, const char* position) {
+  // Remembers in `link` which statement is at `position`.
+  Statement* LinkTo(Statement*& link, const char* position) {
     MoveTo(position);
     return link = remembered_.At(position);
   }
@@ -100,7 +101,7 @@ class RememberedRunner {
 
   // Whether the condition of an "if" or a loop holds.
   bool Holds(const Statement& statement);
-  [[gnu::noinline]] bool HoldsAtLength(const Statement& statement);
+  [[gnu::noinline]] bool HoldsAsValue(const Statement& statement);
   void Evaluate(const ExpressionNode& node, CValue& value);
   void EvaluateBinary(const ExpressionNode& node, CValue& value);
   // The text of a literal or of a text variable; false for any other node.

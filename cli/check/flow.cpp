@@ -52,7 +52,7 @@ void Statements::Word(const Token& token) {
   switch (token.number) {
     case kTokInt:
     case kTokInt64:
-    case kTokString: return Declaration(token);
+    case kTokString: return reader_.Declaration(token.number, *this);
     case kTokIf: return If(token);
     case kTokElse: return Else(token);
     case kTokBegin: return BeginBlock(token);

@@ -12,7 +12,7 @@
 #include "cli/check/findings.h"
 #include "cli/check/lexer.h"
 #include "cli/check/names.h"
-#include "language/grammar.h"
+#include "language/statement_grammar.h"
 
 namespace karst::cli::check {
 
@@ -26,7 +26,7 @@ struct Argument {
   const Token* token = nullptr;  // its first
 };
 
-class Reader : private Grammar<Reader, Type, const Token*> {
+class Reader : private StatementGrammar<Reader, Type, const Token*> {
  public:
   // Ends the reading of one statement; its finding has been made.
   struct Abandoned {};
@@ -47,6 +47,11 @@ class Reader : private Grammar<Reader, Type, const Token*> {
   size_t IndexOf(const Token& token) const {
     return &token == &behind_ ? end_ : static_cast<size_t>(&token - tokens_.data());
   }
+
+  // Statements, for an owner who takes them apart; see there.
+  using Forms = StatementGrammar;
+  using Forms::Declaration;
+  using Forms::NamedStatement;
 
   // Each reads from the next token on and leaves what ended it unread.
   Type Expression();
@@ -73,6 +78,7 @@ class Reader : private Grammar<Reader, Type, const Token*> {
  private:
   // What the grammar asks for.
   friend Grammar;
+  friend StatementGrammar;
   static constexpr int kDeepest = kMostNesting;
 
   char First() const { return token_->text.empty() ? '\0' : token_->text[0]; }

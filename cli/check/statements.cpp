@@ -65,30 +65,23 @@ void Statements::Recover() {
 }
 
 void Statements::BeginsWithName(const Token& name) {
-  if (name.Is('`')) reader_.Fail(Rule::kNoAssignment, name, {name.text});
-  const Token& mark = reader_.Read();
-  switch (mark.text.empty() ? '\0' : mark.text[0]) {
-    case '(': return CallStatement(name);
-    case '=': return Assignment(name);
-    case '<': return Append(name);
-    case '>': return Prepend(name);
-    default: reader_.Fail(Rule::kNoAssignment, name, {name.text});
-  }
+  if (name.Is('`')) Refuse(StatementFault::kNoOperator, &name);
+  reader_.NamedStatement(*this);
 }
 
-void Statements::Assignment(const Token& name) {
-  Type value = Type::kText;
-  if (reader_.Read().cls == STRING) {
-    behind_literal_ = reader_.Position();
-  } else {
-    reader_.GiveBack();
-    value = reader_.Expression();
-  }
-  const Type variable = reader_.TypeOfVariable(name);
+void Statements::Refuse(StatementFault fault, const Token* name) {
+  if (fault != StatementFault::kNoRightName) reader_.Fail(Rule::kNoAssignment, *name, {name->text});
+  reader_.RefuseReserved(reader_.Current());
+  reader_.Fail(Rule::kBadDeclaration, reader_.Current(), {">>"});
+}
+
+void Statements::Assign(const Token* name, Type value, bool literal) {
+  if (literal) behind_literal_ = reader_.Position();
+  const Type variable = reader_.TypeOfVariable(*name);
   const bool known = value != Type::kUnknown && variable != Type::kUnknown;
   const bool widened = variable == Type::kInt64 && value == Type::kInt;
   if (known && value != variable && !widened) {
-    reader_.Report(Rule::kWrongType, name, {NameOf(variable), NameOf(value)});
+    reader_.Report(Rule::kWrongType, *name, {NameOf(variable), NameOf(value)});
   }
 }
 
@@ -97,26 +90,20 @@ void Statements::WantText(const Token& variable, std::string_view op) {
   if (type != Type::kText && type != Type::kUnknown) reader_.Report(Rule::kOnlyTexts, variable, {op});
 }
 
-void Statements::Append(const Token& name) {
-  if (!reader_.Read().Is('<')) reader_.Fail(Rule::kNoAssignment, name, {name.text});
-  const Token& first = reader_.Peek();
-  const Type value = reader_.Expression();
+void Statements::Append(const Token* name, const Token* op, Type value) {
+  const Token& first = tokens_[reader_.IndexOf(*op) + 1];
   if (value != Type::kText && value != Type::kUnknown) reader_.Report(Rule::kOnlyTexts, first, {"<<"});
-  WantText(name, "<<");
+  WantText(*name, "<<");
 }
 
-void Statements::Prepend(const Token& name) {
-  if (!reader_.Read().Is('>')) reader_.Fail(Rule::kNoAssignment, name, {name.text});
-  const Token& right = reader_.Read();
-  reader_.RefuseReserved(right);
-  if (right.cls != VARIABLE) reader_.Fail(Rule::kBadDeclaration, right, {">>"});
-  WantText(right, ">>");
-  WantText(name, ">>");
+void Statements::Prepend(const Token* name, const Token* right) {
+  WantText(*right, ">>");
+  WantText(*name, ">>");
 }
 
 // The rest of the line is not read; where the line end took the place of the parenthesis, it is the next line.
-void Statements::CallStatement(const Token& name) {
-  const bool closed = reader_.ReadCall(name);
+void Statements::CallStatement(const Token* name) {
+  const bool closed = reader_.ReadCall(*name);
   PassLine(closed);
 }
 
@@ -131,37 +118,31 @@ void Statements::PassLine(bool tell) {
   }
 }
 
-void Statements::Declaration(const Token& word) {
-  const Type type = TypeOfWord(word.number);
-  const Token& name = reader_.Read();
-  reader_.RefuseReserved(name);
-  if (name.cls != VARIABLE) reader_.Fail(Rule::kBadDeclaration, word, {NameOf(type)});
-  const Token& mark = reader_.Read();
-  if (mark.number == EOL) {
-    Declare(name, type);
-    return reader_.GiveBack();
-  }
-  if (!mark.Is('=')) {
-    Declare(name, type);
-    reader_.Fail(Rule::kOpenDeclaration, name);
-  }
-  DeclaredValue(name, type);
-  Declare(name, type);
+void Statements::Declare(int word, const Token* name) {
+  AddName(*name, TypeOfWord(word));
+  reader_.GiveBack();
 }
 
-void Statements::DeclaredValue(const Token& name, Type type) {
-  if (type == Type::kText) {
-    const Token& value = reader_.Read();
-    if (value.cls == STRING) return;
-    Declare(name, type);
-    reader_.Fail(Rule::kTextStart, value);
-  }
-  const Type value = reader_.Expression();
+void Statements::DeclareValue(int word, const Token* name, Type value) {
+  const Type type = TypeOfWord(word);
   const bool fits = value == Type::kUnknown || value == type || (type == Type::kInt64 && value == Type::kInt);
-  if (!fits) reader_.Report(Rule::kWrongType, name, {NameOf(type), NameOf(value)});
+  if (!fits) reader_.Report(Rule::kWrongType, *name, {NameOf(type), NameOf(value)});
+  AddName(*name, type);
 }
 
-void Statements::Declare(const Token& name, Type type) {
+// A name that was read counts as declared.
+void Statements::RefuseDeclaration(StatementFault fault, int word, const Token* place) {
+  const Type type = TypeOfWord(word);
+  if (fault == StatementFault::kNoName) {
+    reader_.RefuseReserved(reader_.Current());
+    reader_.Fail(Rule::kBadDeclaration, *place, {NameOf(type)});
+  }
+  AddName(*place, type);
+  if (fault == StatementFault::kNoLiteral) reader_.Fail(Rule::kTextStart, reader_.Current());
+  reader_.Fail(Rule::kOpenDeclaration, *place);
+}
+
+void Statements::AddName(const Token& name, Type type) {
   const bool outermost = names_.Depth() == 0;
   if (outermost && !loops_.empty()) reader_.Report(Rule::kDeclaredInLoop, name, {name.text});
   if (InPart()) return names_.DeclarePerhaps(name.text, type);

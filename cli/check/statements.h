@@ -39,15 +39,22 @@ class Statements {
   void Statement(const Token& token);
   void Word(const Token& token);
   void BeginsWithName(const Token& name);
-  void Assignment(const Token& name);
-  void Append(const Token& name);
-  void Prepend(const Token& name);
   void WantText(const Token& variable, std::string_view op);
-  void CallStatement(const Token& name);
   void PassLine(bool tell);
-  void Declaration(const Token& word);
-  void DeclaredValue(const Token& name, Type type);
-  void Declare(const Token& name, Type type);
+  void AddName(const Token& name, Type type);
+
+  // What the grammar asks for.
+  friend Reader::Forms;
+  void CallStatement(const Token* name);
+  void Assign(const Token* name, Type value, bool literal);
+  void Append(const Token* name, const Token* op, Type value);
+  void Prepend(const Token* name, const Token* right);
+  [[noreturn]] void Refuse(StatementFault fault, const Token* name);
+  void Declare(int word, const Token* name);
+  void DeclareValue(int word, const Token* name, Type value);
+  void DeclareLiteral(const Token* name) { AddName(*name, Type::kText); }
+  [[noreturn]] void RefuseDeclaration(StatementFault fault, int word, const Token* place);
+
   void If(const Token& word);
   void Else(const Token& word);
   void BeginPart(const Token& word, bool is_then);

@@ -1,5 +1,5 @@
-// Grammar: expressions, conditions, the arguments of calls and the way of a jump, once for all who read them: the
-// evaluator, which computes while it reads, the builder of what is remembered, and the checker of the program.
+// Grammar: expressions, conditions and the arguments of calls, once for all who read them: the evaluator, which
+// computes while it reads, the builder of what is remembered, and the checker of the program.
 //
 // Precedence, loosest first: "||"; "&&"; "!"; one comparison; and, as an operand of these, an expression of "+" and
 // "-"; "*", "/" and "%"; "^", from the right; one sign; a group. A "(" where a condition's operand begins opens a
@@ -31,10 +31,6 @@ enum class GrammarFault : uint8_t {
   kEqualsAfterNot,  // a "!=" where an operand should begin
   kNoComma,         // between two arguments
   kTooDeep,
-  kJumpOverFunction,  // the word function between a jump and its target
-  kJumpToNoEnd,       // the end of the code there
-  kJumpInward,        // the target is in a block that the jump is not in
-  kJumpBackInward,
 };
 
 // Derive from it, as Grammar<Reading, Value, Place>, to read. `Value` is what an expression comes to, `Place` what a
@@ -49,7 +45,6 @@ enum class GrammarFault : uint8_t {
 //                   Sign(char, Place, Value&), Negate(Value&); CheckTruth(Value&), of a whole condition
 //   arguments       LiteralArgument(list), ReferenceArgument(list), of the token read last;
 //                   ValueArgument(list, Place, Value&)
-//   jumps           Text(), of the token read last; Position(), where reading stands, and MoveTo(const char*)
 //   limits, faults  int& Nesting(), kDeepest; Refuse(GrammarFault, Place), which does not come back
 //
 // Each level is entered with its first token read, and left with the token after it read.
@@ -92,23 +87,6 @@ class Grammar {
       if (Is(')')) return true;
       if (!Is(',')) Refuse(GrammarFault::kNoComma);
     }
-  }
-
-  // How many frames a jump leaves, by the braces between its ends. Reading stands anywhere afterwards.
-  int FramesBetween(const char* from, const char* to) {
-    const bool forward = from < to;
-    const char* scan_end = forward ? to : from;
-    int opened = 0;
-    for (Self().MoveTo(forward ? from : to);;) {
-      Self().Read();
-      if (Self().Position() >= scan_end) break;
-      if (Self().Text() == "function") Refuse(GrammarFault::kJumpOverFunction);
-      if (Self().Number() == FINISHED) Refuse(GrammarFault::kJumpToNoEnd);
-      if (Self().Class() == COMMAND) opened += (Self().Number() == kTokBegin) - (Self().Number() == kTokEnd);
-    }
-    if (forward && opened >= 1) Refuse(GrammarFault::kJumpInward);
-    if (!forward && opened < 0) Refuse(GrammarFault::kJumpBackInward);
-    return opened < 0 ? -opened : opened;
   }
 
   void Sum(Value& left) { LeftToRight<&Grammar::Product, '+', '-'>(left); }
@@ -202,6 +180,12 @@ class Grammar {
     Self().Read();
   }
 
+ protected:
+  Reading& Self() { return static_cast<Reading&>(*this); }
+
+  bool Is(char byte) { return Self().First() == byte; }
+  bool IsDelimiter(char byte) { return Self().Class() == DELIMITER && Is(byte); }
+
  private:
   using Level = void (Grammar::*)(Value&);
 
@@ -220,11 +204,8 @@ class Grammar {
     int& nesting_;
   };
 
-  Reading& Self() { return static_cast<Reading&>(*this); }
   void Refuse(GrammarFault fault) { Self().Refuse(fault, Self().Here()); }
 
-  bool Is(char byte) { return Self().First() == byte; }
-  bool IsDelimiter(char byte) { return Self().Class() == DELIMITER && Is(byte); }
   bool IsLineEnd() { return Self().Class() == DELIMITER && Self().Number() == EOL; }
   bool IsEndOfCode() { return Self().Class() == DELIMITER && Self().Number() == FINISHED; }
 

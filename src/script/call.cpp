@@ -4,7 +4,6 @@
 
 #include "script/call.h"
 #include "script/evaluator.h"
-#include "values/cellstore.h"
 
 int CScript::DoFunction(const char* lpszName, CValue* pResult) {
   karst::BuiltinHandler handler = nullptr;

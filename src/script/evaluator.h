@@ -1,14 +1,15 @@
-// Evaluator: expressions, conditions and arguments of the script, computed as they are read. CScript's levels are
-// entries into it.
+// Evaluator: expressions, and the statements that name variables, computed and run as they are read. CScript's own
+// operations are entries into it.
 #pragma once
 
-#include "language/grammar.h"
+#include "language/statement_grammar.h"
 #include "script/script.h"
+#include "values/cellstore.h"
 #include "values/name.h"
 
 namespace karst {
 
-class Evaluator : public Grammar<Evaluator, CValue, char> {
+class Evaluator : public StatementGrammar<Evaluator, CValue, char> {
  public:
   // A name, and where it ends in the code.
   struct CodeName {
@@ -20,6 +21,7 @@ class Evaluator : public Grammar<Evaluator, CValue, char> {
 
  private:
   friend Grammar;
+  friend StatementGrammar;
 
   static constexpr int kDeepest = kMostNesting;
 
@@ -52,6 +54,17 @@ class Evaluator : public Grammar<Evaluator, CValue, char> {
   void ReferenceArgument(int& count);
   void ValueArgument(int& count, char, const CValue& value);
   NameSlot& NextArgument(int& count);
+
+  void CallStatement(CodeName& name);
+  void Assign(const CodeName& name, const CValue& value, bool);
+  void Append(const CodeName& name, char, const CValue& value);
+  void Prepend(const CodeName& name, const CodeName& right);
+  void Declare(int word, const CodeName& name);
+  void DeclareValue(int word, const CodeName& name, CValue& value);
+  void DeclareLiteral(const CodeName& name) { script_.MakeText(SlotOf(name), script_.szToken); }
+  void Refuse(StatementFault fault, char);
+  void RefuseDeclaration(StatementFault fault, int word, char);
+  NameSlot& SlotOf(const CodeName& name) { return script_.Store().SlotOf(name.buffer.text); }
 
   int& Nesting() { return script_.nesting_; }
   void Refuse(GrammarFault fault, char);

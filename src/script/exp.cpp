@@ -50,10 +50,6 @@ void Evaluator::Refuse(GrammarFault fault, char) {
     case GrammarFault::kEqualsAfterNot: return script_.halt("logic exp error!!!");
     case GrammarFault::kNoComma: return script_.halt("两个参数之间应当间隔逗号',' ...");
     case GrammarFault::kTooDeep: return script_.halt("表达式嵌套太深，超过%d层...", kMostNesting);
-    case GrammarFault::kJumpOverFunction: return script_.halt(" goto语句不能跨越function!");
-    case GrammarFault::kJumpToNoEnd: return script_.halt("花括号不配对('}'少)...");
-    case GrammarFault::kJumpInward: return script_.halt(" goto语句不应能往内跳转!正");
-    case GrammarFault::kJumpBackInward: return script_.halt(" goto语句不应能往内跳转!倒");
   }
 }
 

@@ -1,6 +1,5 @@
 // StatementBuilder: expressions, conditions and calls, as the evaluator reads them, without the evaluation.
 #include <algorithm>
-#include <cstring>
 
 #include "script/arithmetic.h"
 #include "script/call.h"
@@ -29,12 +28,6 @@ NodeKind KindOf(char op) {
 }
 
 }  // namespace
-
-const ExpressionNode* StatementBuilder::ReadExpression() {
-  const ExpressionNode* node = nullptr;
-  Expression(node);
-  return node;
-}
 
 const ExpressionNode* StatementBuilder::ReadCondition() {
   const ExpressionNode* node = nullptr;
@@ -68,7 +61,8 @@ void StatementBuilder::Join(char op, const ExpressionNode*& left, const Expressi
 
 void StatementBuilder::Compare(const char* op, const char*, const ExpressionNode*& left, const ExpressionNode* right) {
   ExpressionNode& node = Binary(NodeKind::kCompare, left, right);
-  std::strncpy(node.op, op, sizeof node.op - 1);
+  node.op[0] = op[0];
+  node.op[1] = op[1];
   node.comparison = ComparisonOf(op);
   left = Finished(node);
 }

@@ -1,10 +1,8 @@
 // CScript: the statements. Each is entered with its first word read ("assignment" with it unread) and leaves the read
 // position behind what it used.
 #include "script/evaluator.h"
-#include "values/cellstore.h"
-#include "values/name.h"
 
-using karst::NameBuffer;
+using karst::Evaluator;
 
 namespace {
 
@@ -16,31 +14,21 @@ bool CanBeginName(char byte) {
 
 // Declarations.
 
-template <typename Create>
-void CScript::Declare(const char* name_refusal, const char* value_refusal, Create create) {
-  if (GetToken() != karst::VARIABLE) halt(name_refusal);
-  const NameBuffer name(szToken);
-  GetToken();
-  const bool with_value = nTok != karst::EOL;
-  if (with_value && *szToken != '=') halt(value_refusal);
-  create(name.text, with_value);
-}
-
 int CScript::CreateInt() {
-  Declare("CreateInt error", "creat_int error , need =", [this](const char* name, bool with_value) {
-    CValue value(int32_t{0});
-    if (with_value) GetExp(&value);
-    CreateDeclaredInt(Store().SlotOf(name), value);
-  });
+  Evaluator evaluator(*this);
+  evaluator.Declaration(karst::kTokInt, evaluator);
   return 0;
 }
 
 int CScript::CreateInt64() {
-  Declare("CreateInt64 error", "creat_int error , need =", [this](const char* name, bool with_value) {
-    CValue value(int32_t{0});
-    if (with_value) GetExp(&value);
-    CreateDeclaredInt64(Store().SlotOf(name), value);
-  });
+  Evaluator evaluator(*this);
+  evaluator.Declaration(karst::kTokInt64, evaluator);
+  return 0;
+}
+
+int CScript::CreateString() {
+  Evaluator evaluator(*this);
+  evaluator.Declaration(karst::kTokString, evaluator);
   return 0;
 }
 
@@ -55,52 +43,13 @@ void CScript::CreateDeclaredInt64(karst::NameSlot& slot, CValue& value) {
   MakeValue(slot, value);
 }
 
-int CScript::CreateString() {
-  Declare("CreateString error", "create_string error , need =", [this](const char* name, bool with_value) {
-    if (with_value && GetToken() != karst::STRING) halt("\n need \" at create string");
-    MakeText(Store().SlotOf(name), with_value ? szToken : "");
-  });
-  return 0;
-}
-
 // Statements that begin with a name.
 
 void CScript::assignment() {
   GetToken();
   if (!CanBeginName(*szToken)) halt("赋值语句应当以变量开头, 或为函数调用...[%s]", szToken);
-  NameBuffer name(szToken);
-  char* name_end = lpProg;
-  GetToken();
-  switch (*szToken) {
-    case '(': return CallStatement(name.text, name_end);
-    case '<': return AppendStatement(name.text);
-    case '>': return PrependStatement(name.text);
-    case '=': return AssignStatement(name.text, name_end);
-    default: halt(" 赋值语句语法错误, [%s]应当为'='", szToken);
-  }
-}
-
-void CScript::CallStatement(char* name, char* name_end) {
-  if (*name != '@') CvtFuncName(name, sizeof(NameBuffer::text), name_end);
-  CValue dropped;
-  DoFunction(name, &dropped);
-  FindEOL();
-}
-
-void CScript::AssignStatement(const char* name, char* name_end) {
-  CValue value;
-  if (GetToken() == karst::STRING) {
-    value.SetVal(szToken, true);
-  } else {
-    PutBack();
-    GetExp(&value);
-  }
-  try {
-    ChangeValue(Store().SlotOf(name), value);
-  } catch (...) {
-    lpProg = name_end;
-    throw;
-  }
+  Evaluator evaluator(*this);
+  evaluator.NamedStatement(evaluator);
 }
 
 CVarCell* CScript::TextVariable(CVarCell* cell, const char* name, const char* refusal) {
@@ -109,29 +58,84 @@ CVarCell* CScript::TextVariable(CVarCell* cell, const char* name, const char* re
   return cell;
 }
 
-void CScript::AppendStatement(const char* name) {
-  GetToken();
-  if (*szToken != '<') halt(" 赋值语句语法错误, [%s]应当为'<'", szToken);
-  CValue value;
-  GetExp(&value);
-  if (value.leixing != karst::kText) halt(kAppendOnlyTexts);
-  CVarCell* cell = TextVariable(SearchVar(name), name, kAppendOnlyTexts);
-  CString text = *cell->string;
-  text += value.string;
-  ReplaceString(text.view(), cell);
+namespace karst {
+
+void Evaluator::Declare(int word, const CodeName& name) {
+  CValue zero(int32_t{0});
+  if (word == kTokString) {
+    script_.MakeText(SlotOf(name), "");
+  } else {
+    DeclareValue(word, name, zero);
+  }
 }
 
-void CScript::PrependStatement(const char* name) {
-  GetToken();
-  if (*szToken != '>') halt(" 赋值语句语法错误, [%s]应当为'>'", szToken);
-  if (GetToken() != karst::VARIABLE) halt(" >> 运算符右侧[%s]应当是变量![%d]", szToken, nTokenType);
-  const NameBuffer right_name(szToken);
-  CVarCell* right = TextVariable(SearchVar(right_name.text), right_name.text, kPrependOnlyTexts);
-  const CVarCell* left = TextVariable(SearchVar(name), name, kPrependOnlyTexts);
-  CString text = *left->string;
-  text += *right->string;
-  ReplaceString(text.view(), right);
+void Evaluator::DeclareValue(int word, const CodeName& name, CValue& value) {
+  if (word == kTokInt) return script_.CreateDeclaredInt(SlotOf(name), value);
+  script_.CreateDeclaredInt64(SlotOf(name), value);
 }
+
+void Evaluator::RefuseDeclaration(StatementFault fault, int word, char) {
+  const bool text = word == kTokString;
+  switch (fault) {
+    case StatementFault::kNoName:
+      return script_.halt(text ? "CreateString error" : word == kTokInt ? "CreateInt error" : "CreateInt64 error");
+    case StatementFault::kNoEquals:
+      return script_.halt(text ? "create_string error , need =" : "creat_int error , need =");
+    default: return script_.halt("\n need \" at create string");
+  }
+}
+
+void Evaluator::CallStatement(CodeName& name) {
+  CValue dropped;
+  Call(name, dropped);
+  script_.FindEOL();
+}
+
+void Evaluator::Assign(const CodeName& name, const CValue& value, bool) {
+  try {
+    script_.ChangeValue(SlotOf(name), value);
+  } catch (...) {
+    script_.lpProg = name.end;
+    throw;
+  }
+}
+
+void Evaluator::Append(const CodeName& name, char, const CValue& value) {
+  const char* text = name.buffer.text;
+  if (value.leixing != kText) script_.halt(CScript::kAppendOnlyTexts);
+  CVarCell* cell = script_.TextVariable(script_.SearchVar(text), text, CScript::kAppendOnlyTexts);
+  CString longer = *cell->string;
+  longer += value.string;
+  script_.ReplaceString(longer.view(), cell);
+}
+
+void Evaluator::Prepend(const CodeName& name, const CodeName& right) {
+  const auto variable = [this](const char* text) {
+    return script_.TextVariable(script_.SearchVar(text), text, CScript::kPrependOnlyTexts);
+  };
+  CVarCell* cell = variable(right.buffer.text);
+  CString longer = *variable(name.buffer.text)->string;
+  longer += *cell->string;
+  script_.ReplaceString(longer.view(), cell);
+}
+
+void Evaluator::Refuse(StatementFault fault, char) {
+  const char* token = script_.szToken;
+  switch (fault) {
+    case StatementFault::kNoOperator: return script_.halt(" 赋值语句语法错误, [%s]应当为'='", token);
+    case StatementFault::kHalfAppend: return script_.halt(" 赋值语句语法错误, [%s]应当为'<'", token);
+    case StatementFault::kHalfPrepend: return script_.halt(" 赋值语句语法错误, [%s]应当为'>'", token);
+    case StatementFault::kNoRightName:
+      return script_.halt(" >> 运算符右侧[%s]应当是变量![%d]", token, script_.nTokenType);
+    case StatementFault::kJumpFunction: return script_.halt(" goto语句不能跨越function!");
+    case StatementFault::kJumpEnd: return script_.halt("花括号不配对('}'少)...");
+    case StatementFault::kJumpInward: return script_.halt(" goto语句不应能往内跳转!正");
+    case StatementFault::kJumpBackInward: return script_.halt(" goto语句不应能往内跳转!倒");
+    default: return;
+  }
+}
+
+}  // namespace karst
 
 // Conditions and blocks.
 
@@ -210,7 +214,7 @@ int CScript::DoGoto() {
 }
 
 int CScript::GotoPos(char* lpFrom, char* lpTo) {
-  for (int left = karst::Evaluator(*this).FramesBetween(lpFrom, lpTo); left > 0; --left) ClearStackVars();
+  for (int left = Evaluator(*this).FramesBetween(lpFrom, lpTo); left > 0; --left) ClearStackVars();
   lpProg = lpTo;
   return 0;
 }

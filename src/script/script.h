@@ -105,18 +105,11 @@ class KARST_API CScript : public CCode, public CFuncArray {
   // DoEndLoop in the main loop, which has just looked for a stop request.
   int BackToLoop();
 
-  // Steps of the statements that begin with a name.
-  void CallStatement(char* name, char* name_end);
-  void AssignStatement(const char* name, char* name_end);
-  void AppendStatement(const char* name);
-  void PrependStatement(const char* name);
   // The cell, if it is a text; halts if it is null or another type.
   CVarCell* TextVariable(CVarCell* cell, const char* name, const char* refusal);
   void CreateDeclaredInt(karst::NameSlot& slot, const CValue& value);
   void CreateDeclaredInt64(karst::NameSlot& slot, CValue& value);
   void RefuseName(const char* name);
-  template <typename Create>
-  void Declare(const char* name_refusal, const char* value_refusal, Create create);
 
   int nesting_ = 0;  // parentheses and calls that are open on the machine's stack
   std::unique_ptr<karst::Remembered> remembered_;

@@ -43,12 +43,6 @@ void StatementBuilder::PassBlankLines() {
   GiveBack();
 }
 
-void StatementBuilder::ReadName(NameSlot*& slot) {
-  Read();
-  if (token_.cls != VARIABLE) throw Abandon{Outcome::kNever};
-  slot = SlotOf(token_.text);
-}
-
 NameSlot* StatementBuilder::SlotOf(std::string_view name) { return &script_.Store().SlotOf(SignificantName(name)); }
 
 // Tokens that the main loop drops are passed on the way to the statement.
@@ -60,8 +54,10 @@ void StatementBuilder::Dispatch(RememberedStatement& statement) {
   } while (token_.cls != VARIABLE && !HasAction(token_.number));
   statement.word = token_.start;
   statement.behind_word = at_;
+  statement_ = &statement;
   if (token_.cls == VARIABLE) {
-    BeginsWithName(statement);
+    if (token_.Is('`')) throw Abandon{Outcome::kNever};
+    NamedStatement(*this);
   } else {
     Word(statement);
   }
@@ -81,7 +77,7 @@ void StatementBuilder::Word(RememberedStatement& statement) {
     case kTokGoto: return Goto(statement);
     case kTokInt:
     case kTokInt64:
-    case kTokString: return Declare(statement);
+    case kTokString: return Declaration(token_.number, *this);
     case kTokElse: return plain(StatementKind::kElse);
     case kTokEndLoop: return plain(StatementKind::kEndLoop);
     case kTokBreak: return plain(StatementKind::kBreak);
@@ -92,56 +88,47 @@ void StatementBuilder::Word(RememberedStatement& statement) {
   }
 }
 
-void StatementBuilder::BeginsWithName(RememberedStatement& statement) {
-  if (token_.Is('`')) throw Abandon{Outcome::kNever};
-  const std::string_view name = SignificantName(token_.text);
-  Read();
-  if (token_.Is('(')) return CallStatement(statement, name);
-  statement.slot = SlotOf(name);
-  switch (token_.text.empty() ? '\0' : token_.text[0]) {
-    case '=': return Assign(statement);
-    case '<': return Append(statement);
-    case '>': return Prepend(statement);
-    default: throw Abandon{Outcome::kNever};
-  }
+void StatementBuilder::SetForm(StatementKind kind, std::string_view name, const ExpressionNode* value) {
+  statement_->kind = kind;
+  statement_->slot = SlotOf(name);
+  statement_->expression = value;
+  statement_->behind_value = at_;
 }
 
-void StatementBuilder::Assign(RememberedStatement& statement) {
-  statement.kind = StatementKind::kAssign;
-  Read();
-  if (token_.cls == STRING) {
-    LiteralOperand(statement.expression);
-  } else {
-    GiveBack();
-    statement.expression = ReadExpression();
-  }
-  statement.behind_value = at_;
+void StatementBuilder::Assign(std::string_view name, const ExpressionNode* value, bool) {
+  SetForm(StatementKind::kAssign, name, value);
 }
 
-void StatementBuilder::Append(RememberedStatement& statement) {
-  statement.kind = StatementKind::kAppend;
-  Read();
-  if (!token_.Is('<')) throw Abandon{Outcome::kNever};
-  statement.expression = ReadExpression();
-  statement.behind_value = at_;
+void StatementBuilder::Append(std::string_view name, const char*, const ExpressionNode* value) {
+  SetForm(StatementKind::kAppend, name, value);
 }
 
-void StatementBuilder::Prepend(RememberedStatement& statement) {
-  statement.kind = StatementKind::kPrepend;
-  Read();
-  if (!token_.Is('>')) throw Abandon{Outcome::kNever};
-  ReadName(statement.other);
-  statement.behind_value = at_;
+void StatementBuilder::Prepend(std::string_view name, std::string_view right) {
+  SetForm(StatementKind::kPrepend, name, nullptr);
+  statement_->other = SlotOf(right);
 }
 
-void StatementBuilder::CallStatement(RememberedStatement& statement, std::string_view name) {
-  statement.kind = StatementKind::kCall;
-  statement.call = ReadCall(name);
+void StatementBuilder::CallStatement(std::string_view name) {
+  statement_->kind = StatementKind::kCall;
+  statement_->call = ReadCall(name);
   // The rest of the line is not read; a piece that ends before its line feed would end the scan there.
   const char* line_feed = at_;
   if (FindLineFeed(code_, line_feed, nullptr) != LineEnd::kFound) throw Abandon{Outcome::kNever};
   if (line_feed > last_token_) last_token_ = line_feed;
-  statement.next = line_feed + 1;
+  statement_->next = line_feed + 1;
+}
+
+void StatementBuilder::Declare(int word, std::string_view name) { DeclareValue(word, name, nullptr); }
+
+void StatementBuilder::DeclareValue(int word, std::string_view name, const ExpressionNode* value) {
+  const StatementKind number_kind = word == kTokInt ? StatementKind::kDeclareInt : StatementKind::kDeclareInt64;
+  SetForm(word == kTokString ? StatementKind::kDeclareText : number_kind, name, value);
+}
+
+void StatementBuilder::DeclareLiteral(std::string_view name) {
+  const ExpressionNode* literal = nullptr;
+  LiteralOperand(literal);
+  SetForm(StatementKind::kDeclareText, name, literal);
 }
 
 void StatementBuilder::If(RememberedStatement& statement) {
@@ -157,25 +144,6 @@ void StatementBuilder::If(RememberedStatement& statement) {
 void StatementBuilder::Loop(RememberedStatement& statement) {
   statement.kind = StatementKind::kLoop;
   statement.expression = ReadCondition();
-  statement.behind_value = at_;
-}
-
-void StatementBuilder::Declare(RememberedStatement& statement) {
-  const int word = token_.number;
-  statement.kind = word == kTokInt     ? StatementKind::kDeclareInt
-                   : word == kTokInt64 ? StatementKind::kDeclareInt64
-                                       : StatementKind::kDeclareText;
-  ReadName(statement.slot);
-  Read();
-  if (token_.number == EOL) return;
-  if (!token_.Is('=')) throw Abandon{Outcome::kNever};
-  if (word != kTokString) {
-    statement.expression = ReadExpression();
-  } else {
-    Read();
-    if (token_.cls != STRING) throw Abandon{Outcome::kNever};
-    LiteralOperand(statement.expression);
-  }
   statement.behind_value = at_;
 }
 

@@ -1,13 +1,13 @@
 // StatementBuilder: reads the statement at a position without any effect, for remembering it.
 #pragma once
 
-#include "language/grammar.h"
+#include "language/statement_grammar.h"
 #include "language/token.h"
 #include "script/remembered.h"
 
 namespace karst {
 
-class StatementBuilder : private Grammar<StatementBuilder, const ExpressionNode*, const char*> {
+class StatementBuilder : private StatementGrammar<StatementBuilder, const ExpressionNode*, const char*> {
  public:
   enum class Outcome { kKept, kNotYet, kNever };
 
@@ -27,28 +27,21 @@ class StatementBuilder : private Grammar<StatementBuilder, const ExpressionNode*
   void Read();
   void GiveBack() { at_ = token_.start; }
   void PassBlankLines();
-  void ReadName(NameSlot*& slot);
   NameSlot* SlotOf(std::string_view name);
 
   void Dispatch(RememberedStatement& statement);
   void PieceEnd(RememberedStatement& statement);
   void Word(RememberedStatement& statement);
-  void BeginsWithName(RememberedStatement& statement);
-  void Assign(RememberedStatement& statement);
-  void Append(RememberedStatement& statement);
-  void Prepend(RememberedStatement& statement);
-  void CallStatement(RememberedStatement& statement, std::string_view name);
   void If(RememberedStatement& statement);
   void Loop(RememberedStatement& statement);
-  void Declare(RememberedStatement& statement);
   void Goto(RememberedStatement& statement);
 
-  // Of the expression, or condition, that comes next.
-  const ExpressionNode* ReadExpression();
+  // Of the condition that comes next.
   const ExpressionNode* ReadCondition();
 
   // What the grammar asks for.
   friend Grammar;
+  friend StatementGrammar;
   using Node = const ExpressionNode*;
   // LIMIT: a tree that is higher is not remembered, so that running one needs little of the machine's stack.
   static constexpr int kDeepest = 200;
@@ -76,9 +69,19 @@ class StatementBuilder : private Grammar<StatementBuilder, const ExpressionNode*
   void LiteralArgument(RememberedCall& call);
   void ReferenceArgument(RememberedCall& call);
   void ValueArgument(RememberedCall& call, const char*, Node value);
+  void CallStatement(std::string_view name);
+  void Assign(std::string_view name, Node value, bool);
+  void Append(std::string_view name, const char*, Node value);
+  void Prepend(std::string_view name, std::string_view right);
+  void Declare(int word, std::string_view name);
+  void DeclareValue(int word, std::string_view name, Node value);
+  void DeclareLiteral(std::string_view name);
+  [[noreturn]] static void Refuse(StatementFault, const char*) { throw Abandon{Outcome::kNever}; }
+  [[noreturn]] static void RefuseDeclaration(StatementFault, int, const char*) { throw Abandon{Outcome::kNever}; }
   int& Nesting() { return nesting_; }
   [[noreturn]] static void Refuse(GrammarFault, const char*) { throw Abandon{Outcome::kNever}; }
 
+  void SetForm(StatementKind kind, std::string_view name, Node value);
   ExpressionNode& Binary(NodeKind kind, Node left, Node right);
   Node Unary(NodeKind kind, Node operand);
   static Node Finished(ExpressionNode& node);
@@ -92,6 +95,7 @@ class StatementBuilder : private Grammar<StatementBuilder, const ExpressionNode*
   const char* at_ = nullptr;
   const char* last_token_ = nullptr;
   ScannedToken token_;
+  RememberedStatement* statement_ = nullptr;  // the one that is being built
   int nesting_ = 0;
 };
 

@@ -10,13 +10,13 @@
 #include <cstdlib>
 #include <new>
 
+#include "cli/base/ascii.h"
+
 namespace karst::cli {
 namespace {
 
 const iconv_t kNoConverter = reinterpret_cast<iconv_t>(-1);
 constexpr std::string_view kMissingCharacter = "\xA1\xFE";  // the mark that stands for a missing type, in GBK
-
-bool IsAscii(char byte) { return static_cast<unsigned char>(byte) < 0x80; }
 
 std::string Normalized(std::string_view name) {
   std::string plain;
@@ -41,7 +41,7 @@ std::string_view LocaleName() {
 size_t RefusedLength(std::string_view gbk) {
   const auto lead = static_cast<unsigned char>(gbk[0]);
   const bool pair =
-      lead >= 0x81 && lead <= 0xFE && gbk.size() > 1 && !IsAscii(gbk[1]) && gbk[1] != '\x80' && gbk[1] != '\xFF';
+      lead >= 0x81 && lead <= 0xFE && gbk.size() > 1 && !IsAsciiByte(gbk[1]) && gbk[1] != '\x80' && gbk[1] != '\xFF';
   return pair ? 2 : 1;
 }
 
@@ -102,7 +102,7 @@ void Utf8Stream::Convert(std::string_view gbk, std::string& utf8) {
     return Convert(joined, utf8);
   }
   while (!gbk.empty()) {
-    const auto plain_end = std::find_if_not(gbk.begin(), gbk.end(), IsAscii);
+    const auto plain_end = std::find_if_not(gbk.begin(), gbk.end(), IsAsciiByte);
     const auto plain = static_cast<size_t>(plain_end - gbk.begin());
     utf8 += gbk.substr(0, plain);
     gbk.remove_prefix(plain);
@@ -148,7 +148,7 @@ std::string ToUtf8(std::string_view gbk) {
 
 bool ToGbk(std::string_view utf8, std::string& gbk) {
   gbk.clear();
-  if (std::all_of(utf8.begin(), utf8.end(), IsAscii)) {
+  if (std::all_of(utf8.begin(), utf8.end(), IsAsciiByte)) {
     gbk = utf8;
     return true;
   }

@@ -36,8 +36,7 @@ void OptionList::Words(const char* name, const char* help, std::vector<std::stri
 
 void OptionList::Flag(const char* names, const char* help, bool& value) { app_.add_flag(names, value, help); }
 
-void OptionList::Text(const char* names, const std::string& help, const char* shown, std::string& value,
-                      const Check& check) {
+void OptionList::Text(const char* names, const char* help, const char* shown, std::string& value, const Check& check) {
   Checked(app_.add_option(names, value, help), check).option_text(shown);
 }
 
@@ -53,8 +52,8 @@ void OptionList::Number(const char* names, const char* help, uint64_t& value, Ne
       ->required(need == Need::kRequired);
 }
 
-void OptionList::AddChoice(const char* names, const std::string& help, const std::vector<std::string>& words,
-                           Letters letters, const std::function<void(size_t)>& take, const char* value_name) {
+void OptionList::AddChoice(const char* names, const char* help, const std::vector<std::string>& words, Letters letters,
+                           const std::function<void(size_t)>& take, const char* value_name) {
   std::string shown;
   for (const std::string& word : words) shown += (shown.empty() ? "" : "|") + word;
   // Only one of the words comes through the check.

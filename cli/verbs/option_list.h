@@ -24,12 +24,12 @@ class OptionList {
 
   explicit OptionList(CLI::App& app) : app_(app) {}
 
-  // A word without a name, or one and more of them, which must be there. LIMIT: so many at `most`, 0 for any number.
+  // A word without a name, which must be there; or several, from one to `most` (0: any number).
   void Word(const char* name, const char* help, std::string& value);
   void Words(const char* name, const char* help, std::vector<std::string>& values, int most = 0);
   void Flag(const char* names, const char* help, bool& value);
   // `shown` stands for the value in the help.
-  void Text(const char* names, const std::string& help, const char* shown, std::string& value, const Check& check = {});
+  void Text(const char* names, const char* help, const char* shown, std::string& value, const Check& check = {});
   // May be given several times.
   void Texts(const char* names, const char* help, const char* shown, std::vector<std::string>& values,
              const Check& check = {});
@@ -41,7 +41,7 @@ class OptionList {
   template <class Value>
   using Choices = std::vector<std::pair<std::string, Value>>;
   template <class Value>
-  void Choice(const char* names, const std::string& help, const Choices<Value>& choices, Value& value,
+  void Choice(const char* names, const char* help, const Choices<Value>& choices, Value& value,
               Letters letters = Letters::kAsGiven, const char* value_name = nullptr) {
     std::vector<std::string> words;
     for (const auto& choice : choices) words.push_back(choice.first);
@@ -50,7 +50,7 @@ class OptionList {
   }
 
  private:
-  void AddChoice(const char* names, const std::string& help, const std::vector<std::string>& words, Letters letters,
+  void AddChoice(const char* names, const char* help, const std::vector<std::string>& words, Letters letters,
                  const std::function<void(size_t)>& take, const char* value_name);
 
   CLI::App& app_;

@@ -1,4 +1,4 @@
-// The list of the verbs. Each has a file of its own name, which begins with what its options are.
+// The list of the verbs. Each has a file of its own name, with its options, their checking and its run.
 #pragma once
 
 #include <memory>

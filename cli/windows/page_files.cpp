@@ -7,6 +7,7 @@
 
 #include <utility>
 
+#include "cli/base/ascii.h"
 #include "platform/retried.h"
 
 namespace karst::cli {
@@ -66,12 +67,6 @@ constexpr std::pair<std::string_view, std::string_view> kTypes[] = {
     {"js", "text/plain; charset=gbk"},
 };
 
-std::string LowerCase(std::string_view text) {
-  std::string lower;
-  for (const char c : text) lower += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  return lower;
-}
-
 }  // namespace
 
 std::optional<std::string> ReadPageFile(const std::string& folder, std::string_view path, size_t most) {
@@ -93,7 +88,7 @@ std::optional<std::string> ReadPageFile(const std::string& folder, std::string_v
 
 std::string ContentTypeOf(std::string_view path) {
   const size_t dot = path.rfind('.');
-  const std::string extension = dot == std::string_view::npos ? "" : LowerCase(path.substr(dot + 1));
+  const std::string extension = dot == std::string_view::npos ? "" : LoweredAscii(path.substr(dot + 1));
   for (const auto& [known, type] : kTypes) {
     if (extension == known) return std::string(type);
   }

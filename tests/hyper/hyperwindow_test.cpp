@@ -68,23 +68,6 @@ TEST_F(HyperWindows, OpenGoesThroughItsSteps) {
   EXPECT_EQ(Log(), (Lines{"free", "unregister KARSTHYPERFRAMECLASS"}));
 }
 
-TEST_F(HyperWindows, ALibraryThatCannotBeLoadedIsToldAtEachOpen) {
-  Lines boxes;
-  SetMessageBoxHandler([&](HWND, const char* text, const char*, unsigned) { return boxes.push_back(text), 1; });
-  windows->has_library = false;
-  EXPECT_EQ(Open(), 1);
-  EXPECT_EQ(Open(), 2);
-  EXPECT_EQ(boxes, Lines(2, "Load DLL veldctl.dll error ..."));
-  EXPECT_EQ(Wait(1), "-1 ");
-  EXPECT_EQ(Close(1), 0);
-  EXPECT_EQ(Close(1), -1);
-  windows->has_library = true;
-  EXPECT_EQ(Open(), 3);
-  EXPECT_NE(caller.self.HyperWindowFromHandle(3), nullptr);
-  EXPECT_EQ(boxes.size(), 2u);
-  SetMessageBoxHandler({});
-}
-
 TEST_F(HyperWindows, AWaitGivesTheLastCommandThatComesWhileItLasts) {
   Open();
   windows->PlanCommand("查找?k=红");

@@ -146,21 +146,6 @@ TEST_F(Files, NoDescriptorLivesOnInAProgramThatIsStarted) {
   EXPECT_EQ(fcntl(before, F_GETFD), -1);
 }
 
-TEST_F(Files, ManyThreadsShareTheTable) {
-  std::vector<std::thread> threads;
-  std::atomic<int> right = 0;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&right, name = std::to_string(t)] {
-      for (int i = 0; i < 200; ++i) {
-        const FileHandle file = OpenForAppending(name.c_str());
-        right += WriteFile(file, "x") == 1 && CloseFile(file) == 0 && CloseFile(file) == -1;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(right, 800);
-}
-
 // The first directory's name is one character whose trail byte is a backslash; the second one's has no place in GBK.
 TEST_F(Files, NamesAreGbkWithBackslashesAndOtherBytesStayUsable) {
   const std::pair<const char*, const char*> names[] = {

@@ -1,4 +1,4 @@
-// Finding fields, embedded fields, subfields and groups in a record text; a record text as a stream.
+// Finding fields, embedded fields, subfields and groups in a record text.
 #include "records/cartulary.h"
 
 #include <gtest/gtest.h>
@@ -143,28 +143,6 @@ TEST(MarcFields, ItemsJoinToTheWholeText) {
     for (size_t at; (at = groups.find(" / ")) != groups.npos;) groups.erase(at, 3);
     ASSERT_EQ(groups, text.substr(std::min(text.find('$'), text.size())));
   }
-}
-
-TEST(CMARCString, GivesItsRecordOnceAfterEachOpen) {
-  CMARCString stream;
-  CString record("old");
-  EXPECT_EQ(stream.NextRecord(record), 1);
-  for (int run = 0; run < 2; ++run) {
-    EXPECT_EQ(stream.Open("a record"), 0);
-    EXPECT_EQ(stream.stream_size, 8u);
-    EXPECT_EQ(stream.stream_position, 0u);
-    EXPECT_EQ(stream.NextRecord(record), 0);
-    EXPECT_EQ(record, "a record");
-    EXPECT_STREQ(stream.GetCurRec(), "a record");
-    EXPECT_EQ(stream.stream_position, 8u);
-    EXPECT_EQ(stream.NextRecord(record), 1);
-  }
-  stream.Open("another");
-  CMARCString copy = stream;
-  stream.Close();
-  EXPECT_EQ(stream.NextRecord(record), 1);
-  EXPECT_EQ(copy.NextRecord(record), 0);
-  EXPECT_STREQ(copy.GetCurRec(), "another");
 }
 
 }  // namespace

@@ -1,14 +1,11 @@
 // Reading files of records: what stands beside a broken record is never lost, and every byte of a file is accounted
 // for.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
 #include <random>
 #include <sstream>
-#include <stdexcept>
-#include <thread>
 
 #include "records/cartulary.h"
 #include "records/recordfault.h"
@@ -331,34 +328,6 @@ TEST_F(MarcFile, ShowsWhatItReadsAndWhatItPassesOver) {
   EXPECT_EQ(file.Close(), -1);
   ASSERT_EQ(file.Open("records.iso"), 0);
   EXPECT_EQ(file.RecordCount() + file.RepairedCount() + file.SkippedCount() + file.SkippedBytes(), 0u);
-}
-
-TEST_F(MarcFile, AHandlerThatThrowsLeavesTheStretchBehind) {
-  WriteWhole("records.iso", "garbage\x1D" + kOther.iso);
-  CMARCFile file;
-  file.OnSkippedRecord([](const SkippedRecord&) { throw std::runtime_error("enough"); });
-  ASSERT_EQ(file.Open("records.iso"), 0);
-  CString record;
-  EXPECT_THROW(file.NextRecord(record), std::runtime_error);
-  EXPECT_EQ(file.stream_position, 8u);
-  EXPECT_EQ(file.NextRecord(record), 0);
-}
-
-TEST_F(MarcFile, ReadsAPipe) {
-  ASSERT_EQ(mkfifo("pipe", 0600), 0);
-  constexpr uint64_t kCount = 5000;
-  std::thread writer([] {
-    std::ofstream pipe("pipe", std::ios::binary);
-    for (uint64_t i = 0; i < kCount; ++i) pipe << kLong.iso << "\n";
-  });
-  CMARCFile file;
-  ASSERT_EQ(file.Open("pipe"), 0);
-  EXPECT_EQ(file.ByteSize(), 0u);
-  CString record;
-  while (file.NextRecord(record) == 0) EXPECT_EQ(record.view(), kLong.read_from_iso);
-  writer.join();
-  EXPECT_EQ(file.RecordCount(), kCount);
-  EXPECT_EQ(file.BytePosition(), kCount * (kLong.iso.size() + 1));
 }
 
 TEST_F(MarcFile, SizesBeyondFourGigabytesSaturate) {

@@ -68,7 +68,7 @@ class LoggedWindows : public MemoryWindows {
 
   bool LoadControlLibrary(const char* name) override {
     Log("load %s", name);
-    return has_library && MemoryWindows::LoadControlLibrary(name);
+    return MemoryWindows::LoadControlLibrary(name);
   }
   void FreeControlLibrary() override { Log("free"); }
   bool RegisterClass(const WindowClass& c) override {
@@ -101,7 +101,6 @@ class LoggedWindows : public MemoryWindows {
     return MemoryWindows::Wait(event, awaited, milliseconds);
   }
 
-  bool has_library = true;
   int empty_waits = 0;  // so many waits end without anything
 
  protected:

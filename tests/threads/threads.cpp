@@ -5,18 +5,15 @@
 
 #include <atomic>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <thread>
 #include <vector>
 
 #include "marc/marcfilter.h"
 #include "marc/marcflt.h"
 #include "support/filter_bench.h"
-#include "support/places.h"
+#include "support/readable.h"
 #include "support/temp_folder.h"
-#include "text/charset.h"
 
 namespace karst::testing {
 namespace {
@@ -40,47 +37,17 @@ void ExpectTheSameEverywhere(const std::function<std::string(int)>& work) {
   for (const std::string& text : given) EXPECT_EQ(text, alone);
 }
 
-// Everything that a run of one of the example filters writes.
-std::string RunExample(const char* name) {
-  FilterBench bench;
-  std::string written;
-  bench.tree.OnNamedOutput([&written](const NamedText& text) {
-    written += std::string(text.file) + ":" + std::string(text.bytes);
-    return static_cast<int32_t>(text.bytes.size());
-  });
-  std::ifstream file(SourcePath("examples/" + std::string(name)));
-  const std::string utf8{std::istreambuf_iterator<char>(file), {}};
-  std::string filter;
-  EXPECT_TRUE(Utf8ToGbk(utf8, filter, nullptr)) << name;
-  EXPECT_EQ(bench.Build(filter), 0) << name;
-  const std::string records = SourcePath("examples/books.iso");
-  EXPECT_EQ(bench.tree.RunWholeTree(records.c_str()), 0) << name;
-  return bench.Output() + written;
-}
-
-TEST(Threads, RunWholeFiltersOverAFile) {
-  ExpectTheSameEverywhere([](int) {
-    std::string written;
-    for (const char* name : {"cleanup.flt", "duplicates.flt", "first.flt", "newbooks.flt", "statistics.flt",
-                             "titles.flt", "validate.flt"}) {
-      written += RunExample(name);
-    }
-    return written;
-  });
-}
-
-constexpr std::string_view kFilter =
-    "int n\r\nstring s\r\nRecord {\r\nField \"200\" {\r\nsoutput = _FIELD\r\nsoutput << \"\xD6\xD0\"\r\n}\r\n"
-    "Field \"300\" {\r\nbmprintf(HyperFn, \"big5\", \"%s\", _FIELD)\r\nbmprintf(HyperFn, \"utf-8\", \"%s\", "
-    "_FIELD)\r\n}\r\n"
-    "Field \"999\" {\r\nMsgBox(\"box\")\r\nn = 1 / n\r\n}\r\n}\r\n"
-    "Final {\r\nn = DBCreate(1)\r\nDBWrite(n, \"k\", 0, 1)\r\nDBDestroy(n)\r\n}\r\n";
+const std::string kFilter = CrLf(
+    "int n\nstring s\nRecord {\nField \"200\" {\nsoutput = _FIELD\nsoutput << \"\xD6\xD0\"\n}\n"
+    "Field \"300\" {\nbmprintf(HyperFn, \"big5\", \"%s\", _FIELD)\nbmprintf(HyperFn, \"utf-8\", \"%s\", _FIELD)\n}\n"
+    "Field \"999\" {\nMsgBox(\"box\")\nn = 1 / n\n}\n}\nFinal {\nn = DBCreate(1)\nDBWrite(n, \"k\", 0, "
+    "1)\nDBDestroy(n)\n}\n");
 
 const std::string kRecords[] = {Record({"200  $aone"}), Record({"300  $a\xD6\xD0\xCE\xC4"}), Record({"999  $abad"})};
 
 TEST(Threads, FilterRecordAfterRecord) {
   const TempFolder folder;
-  std::ofstream("f.flt", std::ios::binary) << kFilter;
+  WriteWhole("f.flt", kFilter);
   std::atomic<int> boxes = 0;
   SetMessageBoxHandler([&boxes](HWND, const char*, const char*, unsigned) { return ++boxes, 1; });
   ExpectTheSameEverywhere([](int thread) {
@@ -102,8 +69,7 @@ TEST(Threads, FilterRecordAfterRecord) {
     }
     filter.CloseAllCatchedFileHandle();
     flt.m_pTree->CloseAllCatchedFileHandle();
-    std::ifstream written(file, std::ios::binary);
-    return given.append(std::istreambuf_iterator<char>(written), {});
+    return given + ReadWhole(file);
   });
   SetMessageBoxHandler({});
   EXPECT_EQ(boxes, 9 * (20 + 60));
@@ -151,9 +117,9 @@ TEST(Threads, StopFiltersAtAnyMoment) {
 // A single request in the midst of a file, whose last record has no end.
 TEST(Threads, StopRunsOfOthers) {
   const TempFolder folder;
-  std::ofstream("f.flt", std::ios::binary) << "Record {\r\nField \"***\" {\r\nSubField \"a\" {\r\nloop _FIELDNAME == "
-                                              "\"999\"\r\nendloop\r\n}\r\n}\r\n}\r\n";
-  std::ofstream("r.mrc", std::ios::binary) << kRecords[0] << kRecords[1] << kRecords[2];
+  WriteWhole("f.flt",
+             CrLf("Record {\nField \"***\" {\nSubField \"a\" {\nloop _FIELDNAME == \"999\"\nendloop\n}\n}\n}\n"));
+  WriteWhole("r.mrc", kRecords[0] + kRecords[1] + kRecords[2]);
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads / 2; ++i) {
     threads.emplace_back([] {

@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <random>
-#include <vector>
 
 namespace karst {
 namespace {
@@ -73,52 +71,27 @@ TEST(Window, ChildrenGoWithTheirParent) {
   EXPECT_EQ(log, "cg--rpt---");
 }
 
-// A control as it would be written without a thought for speed.
-struct SlowControl {
-  std::string text;
-  std::vector<size_t> Starts() const {
-    std::vector<size_t> starts = {0};
-    for (size_t i = 0; i < text.size(); ++i) {
-      if (text[i] == '\n') starts.push_back(i + 1);
-    }
-    return starts;
-  }
-  MessageLong LengthAt(size_t offset) const {
-    const size_t start = offset == 0 ? 0 : text.rfind('\n', offset - 1) + 1;
-    size_t end = std::min(text.find('\n', offset), text.size());
-    if (end < text.size() && end > start && text[end - 1] == '\r') --end;
-    return static_cast<MessageLong>(end - start);
-  }
-};
-
-TEST(MemoryTextControl, AgreesWithASlowOneOnRandomEdits) {
-  std::mt19937 random(2);
-  const char* const kPieces[] = {"", "a", "\r\n", "\r", "\n", "abc\r\ndef", "\r\n\r\n", "中文"};
+TEST(MemoryTextControl, KnowsItsLinesAndReplacesItsSelection) {
   MemoryTextControl control;
-  SlowControl slow;
-  for (int round = 0; round < 2000; ++round) {
-    const size_t size = slow.text.size();
-    size_t first = random() % 3 ? size : random() % (size + 1);
-    size_t second = random() % 3 ? first : random() % (size + 1);
-    if (first > second) std::swap(first, second);
-    const char* piece = kPieces[random() % std::size(kPieces)];
-    control.OnMessage(kSetSelection, first, static_cast<MessageLong>(second));
-    control.OnMessage(kReplaceSelection, 0, reinterpret_cast<MessageLong>(piece));
-    slow.text.replace(first, second - first, piece);
-    ASSERT_EQ(control.Text().view(), slow.text);
-    const std::vector<size_t> starts = slow.Starts();
-    ASSERT_EQ(control.OnMessage(kGetLineCount, 0, 0), static_cast<MessageLong>(starts.size()));
-    const size_t line = random() % starts.size();
-    ASSERT_EQ(control.OnMessage(kLineIndex, line, 0), static_cast<MessageLong>(starts[line]));
-    ASSERT_EQ(control.OnMessage(kLineIndex, starts.size(), 0), -1);
-    const size_t offset = random() % (slow.text.size() + 1);
-    ASSERT_EQ(control.OnMessage(kLineLength, offset, 0), slow.LengthAt(offset)) << slow.text << " " << offset;
-    if (slow.text.size() > 60) {
-      control.OnMessage(kSetSelection, 0, -1);
-      control.OnMessage(kReplaceSelection, 0, 0);
-      slow.text.clear();
-    }
-  }
+  const auto replace = [&control](size_t first, MessageLong second, const char* text) {
+    control.OnMessage(kSetSelection, first, second);
+    control.OnMessage(kReplaceSelection, 0, reinterpret_cast<MessageLong>(text));
+  };
+  replace(0, 0, "abc\r\n\ndef");
+  replace(9, 9, "\r");
+  replace(1, 2, "\xD6\xD0");
+  EXPECT_EQ(control.Text(),
+            "a\xD6\xD0"
+            "c\r\n\ndef\r");
+  EXPECT_EQ(control.OnMessage(kGetLineCount, 0, 0), 3);
+  const MessageLong indexes[] = {0, 6, 7, -1}, lengths[] = {4, 4, 4, 4, 4, 4, 0, 4, 4, 4, 4, 4};
+  for (size_t line = 0; line < std::size(indexes); ++line)
+    EXPECT_EQ(control.OnMessage(kLineIndex, line, 0), indexes[line]);
+  for (size_t at = 0; at < std::size(lengths); ++at)
+    EXPECT_EQ(control.OnMessage(kLineLength, at, 0), lengths[at]) << at;
+  replace(0, -1, nullptr);
+  EXPECT_TRUE(control.Text().IsEmpty());
+  EXPECT_EQ(control.OnMessage(kGetLineCount, 0, 0), 1);
 }
 
 TEST(TextControl, AppendsAndGivesItsTextWithinTheRoom) {

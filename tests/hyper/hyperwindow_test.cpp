@@ -1,4 +1,4 @@
-// Hypertext windows behind the built-ins: what is asked of the window system in which order, waits, closing, the
+// Hypertext windows that the built-ins open: what is asked of the window system in which order, waits, closing, the
 // host's own window, and what the control's answers become.
 #include "hyper/hyperwindow.h"
 

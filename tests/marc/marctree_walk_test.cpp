@@ -132,7 +132,7 @@ TEST(RecordWalk, BearsItsDeepestNesting) {
   EXPECT_EQ(bench.Output(), most);
 }
 
-// A run that an error ended leaves frames and counts behind; the next one starts with fresh counts.
+// A run that an error ended leaves frames and counts; the next one starts with fresh counts.
 TEST(RecordWalk, StartsAfreshAfterAnError) {
   FilterBench bench(
       "int fail\nfail = outer\nRecord {\nField \"200\" {\nSubField \"a\" {\nprintf(\"%d/%d \", _FIELDDUP, "

@@ -250,17 +250,15 @@ class WindowTest(WindowCase):
                 <form action="{elsewhere.address}form"><button id="away">x</button></form>
                 <meta http-equiv="refresh" content="0;url={elsewhere.address}refresh"><a id="a" href="karst:a">a</a>"""
             near = '<svg xmlns="http://www.w3.org/2000/svg" width="20" height="10"/>'
-            with Folder(a_pro=OPEN + WAIT, page_html=page(body), near_svg=near) as folder, \
-                    Run(folder, "run", "a.pro") as run:
-                self.show(run)
-                width = "return document.getElementById('near').naturalWidth"
-                wait_until(lambda: self.browser.run(width) == 20, "the picture beside the page")
-                self.browser.click("#js")
-                self.browser.click("#away")
-                self.assertIsNone(self.shell("return document.body.dataset.evil || null"))
-                self.browser.enter_document()
-                self.browser.click("#a")
-                self.assertEqual(run.end(), (0, ["1 a"]))
+            run = self.start(OPEN + WAIT, page(body), near_svg=near)
+            width = "return document.getElementById('near').naturalWidth"
+            wait_until(lambda: self.browser.run(width) == 20, "the picture beside the page")
+            self.browser.click("#js")
+            self.browser.click("#away")
+            self.assertIsNone(self.shell("return document.body.dataset.evil || null"))
+            self.browser.enter_document()
+            self.browser.click("#a")
+            self.assertEqual(run.end(), (0, ["1 a"]))
             self.assertEqual(elsewhere.asked, [])
 
     def test_a_page_cannot_reach_the_window_of_another_script(self):

@@ -5,10 +5,10 @@
 #include <atomic>
 #include <thread>
 
-#include "support/child_process.h"
 #include "support/filter_bench.h"
 #include "support/readable.h"
 #include "support/temp_folder.h"
+#include "support/whole_files.h"
 
 namespace karst::testing {
 namespace {

@@ -5,9 +5,9 @@
 #include <sstream>
 
 #include "builtins/table.h"
-#include "support/child_process.h"
 #include "support/doc_examples.h"
 #include "support/places.h"
+#include "support/whole_files.h"
 
 namespace karst::testing {
 namespace {

@@ -2,6 +2,7 @@
 // the documentation with the output that they promise.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <sstream>
 
@@ -9,11 +10,11 @@
 #include "marc/marctree.h"
 #include "support/case_file.h"
 #include "support/case_runner.h"
-#include "support/child_process.h"
 #include "support/filter_bench.h"
 #include "support/places.h"
 #include "support/readable.h"
 #include "support/temp_folder.h"
+#include "support/whole_files.h"
 #include "text/charset.h"
 
 namespace karst::testing {
@@ -24,9 +25,10 @@ std::string Expected(const std::string& name) { return ReadWhole(SourcePath("tes
 
 // What the program writes to its standard output.
 std::string Written(const std::vector<std::string>& arguments) {
-  const ChildResult result = RunProgram({.arguments = arguments, .environment = {"LC_ALL=C.UTF-8"}});
-  EXPECT_EQ(result.status, 0) << result.error;
-  return result.output;
+  std::string command = std::string("LC_ALL=C.UTF-8 '") + ProgramPath() + "'";
+  for (const std::string& argument : arguments) command += " '" + argument + "'";
+  EXPECT_EQ(std::system((command + " >written").c_str()), 0) << command;
+  return ReadWhole("written");
 }
 std::string Filtered(const std::string& filter, const std::string& records) {
   return Written({"filter", "--quiet", Example(filter), records});

@@ -6,10 +6,10 @@
 #include <cstring>
 #include <filesystem>
 
-#include "support/child_process.h"
 #include "support/readable.h"
 #include "support/temp_folder.h"
 #include "support/text_at_end.h"
+#include "support/whole_files.h"
 
 namespace karst::testing {
 namespace {

@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include "marc/marctree.h"
-#include "support/child_process.h"
 #include "support/filter_bench.h"
 #include "support/readable.h"
 #include "support/temp_folder.h"
+#include "support/whole_files.h"
 
 namespace karst::testing {
 namespace {

@@ -11,8 +11,8 @@
 #include <thread>
 #include <vector>
 
-#include "support/child_process.h"
 #include "support/temp_folder.h"
+#include "support/whole_files.h"
 
 namespace karst {
 namespace {

@@ -9,11 +9,11 @@
 
 #include "records/cartulary.h"
 #include "records/recordfault.h"
-#include "support/child_process.h"
 #include "support/places.h"
 #include "support/readable.h"
 #include "support/record_run.h"
 #include "support/temp_folder.h"
+#include "support/whole_files.h"
 
 namespace karst::testing {
 namespace {

@@ -5,9 +5,9 @@
 
 #include <filesystem>
 
-#include "support/child_process.h"
 #include "support/readable.h"
 #include "support/temp_folder.h"
+#include "support/whole_files.h"
 
 namespace karst::testing {
 namespace {

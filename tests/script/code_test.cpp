@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "script/script.h"
-#include "support/child_process.h"
 #include "support/temp_folder.h"
+#include "support/whole_files.h"
 
 namespace karst::testing {
 namespace {

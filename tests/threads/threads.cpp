@@ -14,6 +14,7 @@
 #include "support/filter_bench.h"
 #include "support/readable.h"
 #include "support/temp_folder.h"
+#include "support/whole_files.h"
 
 namespace karst::testing {
 namespace {

@@ -219,26 +219,36 @@ int RecordWalk::OverHeader(std::string_view header, std::optional<std::string_vi
   return result;
 }
 
-// SPEED: a field that no cell matches gets no frame, since no code would see it.
+// SPEED: a field that no cell matches gets no frame, since no code would see it; and a frame that the code of one field
+// left as it was made serves the next.
 int RecordWalk::OverEachField(std::string_view text, bool nested, CCell* first) {
+  const int depth = table_.m_nBeginCount;
   FieldCursor cursor = nested ? FieldCursor::OverEmbedded(text) : FieldCursor::OverRecord(text);
   Announcer<FieldPlace> announcer(*this);
   FieldPlace place;
   std::string_view field;
   int result = kWalkDone;
+  bool frame_stands = false;
   bool frame_fits = FieldFrameFits();  // SPEED: only where code has run is the table another
   for (; result != kWalkFailed && !state_.IsStop() && cursor.Next(field); ++place.index) {
     if (!nested) place.next = cursor.FollowingTag();
-    if (frame_fits && !Tag(field).MatchesAny(first)) {
+    const bool matched = Tag(field).MatchesAny(first);
+    if (frame_stands && !matched) {
+      EndLevel(depth);
+      frame_stands = false;
+      frame_fits = FieldFrameFits();
+    }
+    if (!matched && frame_fits) {
       announcer.InPassing(place);
     } else {
       announcer.BeforeCode(place);
       const std::string_view shown = Clipped(field);
-      result = OverField(shown, shown.size(), shown, first);
+      result = OverNextField(shown, first, depth, frame_stands);
       frame_fits = FieldFrameFits();
     }
     place.prev = field.substr(0, kTagLength);
   }
+  if (frame_stands) EndLevel(depth);
   announcer.Finish();
   return result;
 }
@@ -264,6 +274,22 @@ int RecordWalk::OverField(std::string_view field, size_t length, std::string_vie
   return result;
 }
 
+// One field of a record. `frame_stands` says whether the frame of the field before is still open, and afterwards
+// whether this one's is. Below them are `depth` frames.
+int RecordWalk::OverNextField(std::string_view field, CCell* first, int depth, bool& frame_stands) {
+  const FieldParts parts = PartsOf(field, field.size());
+  const size_t frame = table_.m_Cells.size() - (frame_stands ? kFieldFrameCells : 0);
+  if (frame_stands) {
+    RenewFieldFrame(parts);
+  } else {
+    OpenFieldFrame(parts);
+  }
+  const int result = RunFieldCells(field, field, first);
+  frame_stands = result == kWalkDone && FieldFrameStands(frame);
+  if (!frame_stands) EndLevel(depth);
+  return result;
+}
+
 int RecordWalk::RunFieldCells(std::string_view field, std::string_view items, CCell* first) {
   const Tag tag(field);
   int result = kWalkDone;
@@ -271,6 +297,32 @@ int RecordWalk::RunFieldCells(std::string_view field, std::string_view items, CC
     if (tag.Matches(*cell)) result = RunFieldCell(items, cell);
   }
   return result;
+}
+
+// True if the table ends in a field's frame at `position`, with its variables alone, and nothing below it would be
+// refused.
+bool RecordWalk::FieldFrameStands(size_t position) const {
+  const std::vector<CVarCell*>& cells = table_.m_Cells;
+  const auto holds = [&cells](size_t place, const NameSlot& name, ValueType type) {
+    return CellStore::OwnVariable(name, type) == cells[place];
+  };
+  return cells.size() == position + kFieldFrameCells && store_.FrameMarkSlot().newest == cells[position] &&
+         holds(position + 1, names_[Environment::kField], kText) &&
+         holds(position + 2, names_[Environment::kIndicator], kText) &&
+         holds(position + 3, names_[Environment::kFieldName], kText) &&
+         holds(position + 4, names_[Environment::kFieldDup], kInt) &&
+         holds(position + 5, names_[Environment::kPrevSubFieldName], kText) &&
+         CellStore::OwnVariable(names_[Environment::kFieldCount], kInt) &&
+         CellStore::OwnVariable(names_[Environment::kPrevFieldName], kText) &&
+         CellStore::OwnVariable(names_[Environment::kNextFieldName], kText);
+}
+
+void RecordWalk::RenewFieldFrame(const FieldParts& field) {
+  SetText(names_[Environment::kField], field.text);
+  SetText(names_[Environment::kIndicator], field.indicator);
+  SetText(names_[Environment::kFieldName], field.name);
+  SetInt(names_[Environment::kFieldDup], 0);
+  SetText(names_[Environment::kPrevSubFieldName], {});
 }
 
 // `length` decides which parts the field has room for.

@@ -85,7 +85,10 @@ class RecordWalk {
   int OverEachGroup(std::string_view text, CCell* group);
   int OverOneGroup(std::string_view text, CCell* group);
   int OverChains(std::string_view text, CCell* first);
+  int OverNextField(std::string_view field, CCell* first, int depth, bool& frame_stands);
   FieldParts PartsOf(std::string_view field, size_t length) const;
+  bool FieldFrameStands(size_t position) const;
+  void RenewFieldFrame(const FieldParts& field);
   int RunFieldCells(std::string_view field, std::string_view items, CCell* first);
   int RunFieldCell(std::string_view items, CCell* cell);
   int RunFieldChildren(std::string_view items, CCell* first);

@@ -88,6 +88,7 @@ StatementHandler RememberedRunner::HandlerOf(const Statement& statement) {
 }
 
 StatementHandler RememberedRunner::AssignmentHandlerOf(const ExpressionNode& expression) {
+  if (expression.kind == NodeKind::kVariable) return AssignVariable;
   if (expression.kind == NodeKind::kAdd && expression.right->kind == NodeKind::kCall) return AssignSumWithCall;
   if (expression.calls) return AssignEvaluated;
   const bool counts = expression.kind == NodeKind::kAdd && expression.left->kind == NodeKind::kVariable &&
@@ -96,6 +97,21 @@ StatementHandler RememberedRunner::AssignmentHandlerOf(const ExpressionNode& exp
 }
 
 // Names and values.
+
+// SPEED: a copy between two variables of one type.
+RememberedStatement* RememberedRunner::AssignVariable(RememberedRunner& self, Statement& statement) {
+  const CVarCell* source = statement.expression->slot->newest;
+  CVarCell* cell = statement.slot->newest;
+  if (!source || !cell || cell->leixing != source->leixing || cell->nDupPos != -1) return Assign(self, statement);
+  if (cell->leixing == kText) {
+    cell->string->Assign(*source->string);
+  } else if (cell->leixing == kInt) {
+    cell->lVal = source->lVal;
+  } else {
+    return AssignEvaluated(self, statement);
+  }
+  return self.Next(statement);
+}
 
 // SPEED: name = name + number is what loops are made of.
 RememberedStatement* RememberedRunner::AssignCount(RememberedRunner& self, Statement& statement) {

@@ -46,6 +46,7 @@ class RememberedRunner {
   // Handlers, one or more for each kind. SPEED: what is seldom or slow has a function of its own, so that the other
   // ways save no registers for it.
   static StatementHandler AssignmentHandlerOf(const ExpressionNode& expression);
+  static Statement* AssignVariable(RememberedRunner& self, Statement& statement);
   static Statement* AssignCount(RememberedRunner& self, Statement& statement);
   [[gnu::noinline]] static Statement* Assign(RememberedRunner& self, Statement& statement);
   static Statement* AssignSumWithCall(RememberedRunner& self, Statement& statement);

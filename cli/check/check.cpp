@@ -2,6 +2,7 @@
 #include "cli/check/check.h"
 
 #include <algorithm>
+#include <new>
 
 #include "cli/base/encoding.h"
 #include "cli/check/filter.h"
@@ -69,11 +70,14 @@ SourceText PrepareSource(std::string_view bytes, SourceReading reading, Findings
   return source;
 }
 
-// Loads the source, and builds the tree of a filter, as a run would. Neither runs any code.
+// Loads the source, and builds the tree of a filter, as a run would. Neither runs any code. A lack of memory is no
+// finding.
 void AskEngine(const std::string& gbk, bool with_tree, Findings& findings) {
   CMARCTree engine;
   try {
     if (engine.LoadCode(gbk, "") != -1 && with_tree) engine.BuildMARCTree();
+  } catch (const MemoryError&) {
+    throw std::bad_alloc();
   } catch (const CError& error) {
     findings.Add(Rule::kEngine, OffsetOfLine(gbk, engine.LineOf(error)), {WithoutOuterSpace(error.what())});
   }

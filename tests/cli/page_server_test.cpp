@@ -325,8 +325,10 @@ TEST(PageBoard, AMessageBoxWaitsForAnAnswerOrForTheLastPageToGo) {
   board.Answer(first);
   EXPECT_TRUE(board.WaitForAnswer(first, milliseconds(20)));
   EXPECT_TRUE(board.IsAnswered(first));
+  const uint64_t answered = board.StateOf(Frame(1))->version;
   board.TakeMessageAway();
   EXPECT_EQ(board.StateOf(Frame(1))->message, 0u);
+  EXPECT_GT(board.StateOf(Frame(1))->version, answered) << "the pages hear of it";
   const uint64_t second = board.ShowMessage("second");
   board.Close(Frame(1));
   EXPECT_TRUE(board.WaitForAnswer(second, milliseconds(20)));

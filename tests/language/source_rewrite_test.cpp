@@ -1,8 +1,10 @@
-// Rewriting: taken whole, as loading does, and byte by byte, as a trace does, a source gives the same code.
+// Rewriting: taken whole, as loading does, and byte by byte, as a trace does, a source gives the same code. And where
+// its literals end.
 #include "language/source_rewrite.h"
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <string>
 
@@ -34,6 +36,15 @@ TEST(SourceRewrite, TracesWhatItKeeps) {
   std::string origins;
   for (size_t at = 0; at < traced.Code().size(); ++at) origins += std::to_string(traced.OriginOf(at)) + " ";
   EXPECT_EQ(origins, "0 1 5 6 7 7 7 7 7 8 10 11 15 16 17 17 17 ");
+}
+
+TEST(Literals, EndBeforeTheFinalNulWhateverTheirLength) {
+  for (const int32_t length : {-1, 0, 3, 4, 0x7fffffff}) {
+    std::string code("\"    ab\0", 8);  // and the final NUL after it
+    std::memcpy(code.data() + 1, &length, sizeof length);
+    const CodeSpan span{code.c_str(), code.c_str() + code.size() + 1};
+    EXPECT_EQ(BehindLiteral(span, span.begin) - span.begin, 8) << length;
+  }
 }
 
 }  // namespace

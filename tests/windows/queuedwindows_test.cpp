@@ -6,7 +6,10 @@
 namespace karst {
 namespace {
 
+int sizes_sent = 0;
+
 MessageLong Procedure(WindowSystem&, HWND, unsigned message, MessageWord, MessageLong l) {
+  sizes_sent += message == kSize;
   return message == kCreate && reinterpret_cast<Creation*>(l)->plan->id == 9 ? -1 : 0;
 }
 
@@ -23,6 +26,16 @@ TEST(QueuedWindows, TheirEndIsTheEndOfTheirWindowsAndPosts) {
   }
   EXPECT_FALSE(IsWindow(frame));
   EXPECT_FALSE(ran);
+}
+
+TEST(QueuedWindows, SendASizeWhereItChanged) {
+  QueuedWindows windows(nullptr);
+  windows.RegisterClass({"Frame", 0, 0, 0, Procedure});
+  const HWND frame = windows.CreateWindow({"Frame", "", 0, 0, {0, 0, 50, 50}});
+  sizes_sent = 0;
+  for (const Place& place : {Place{0, 0, 50, 60}, {0, 0, 70, 60}, {5, 5, 70, 60}})
+    windows.MoveWindow(frame, place, true);
+  EXPECT_EQ(sizes_sent, 2);
 }
 
 TEST(QueuedWindows, AnEventComesBeforeWhatIsPosted) {

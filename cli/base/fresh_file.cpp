@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace karst::cli {
 namespace {
@@ -60,7 +61,7 @@ int FreshFile::Make(const std::string& path) {
   std::string pattern = path_.substr(0, path_.rfind('/') + 1) + ".karst-XXXXXX";
   descriptor_ = mkostemp(pattern.data(), O_CLOEXEC);
   if (descriptor_ < 0) return errno;
-  temporary_ = pattern;
+  temporary_ = std::move(pattern);  // which needs no memory
   const bool good = is_there ? TakeAttributes(descriptor_, old) : fchmod(descriptor_, ModeOfNewFile()) == 0;
   return good ? 0 : errno;
 }

@@ -4,19 +4,9 @@
 #include <new>
 
 #include "helpers/zebutil.h"
+#include "text/ascii.h"
 
 namespace {
-
-constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
-
-std::string_view WithoutTrailingSpace(std::string_view text) {
-  return text.substr(0, text.find_last_not_of(kWhiteSpace) + 1);
-}
-
-std::string_view WithoutLeadingSpace(std::string_view text) {
-  const size_t start = text.find_first_not_of(kWhiteSpace);
-  return start == std::string_view::npos ? std::string_view() : text.substr(start);
-}
 
 // False for a file that cannot be read, or is empty. A refusal names the table's line in its text: who reports it knows
 // the script's alone.
@@ -54,8 +44,8 @@ void CReplaceTable::AddLine(std::string_view line) {
   const size_t equals = line.find('=');
   if (equals == std::string_view::npos) return;
   auto item = std::make_unique<CReplaceItem>();
-  item->strKey = WithoutTrailingSpace(line.substr(0, equals));
-  item->strValue = WithoutLeadingSpace(line.substr(equals + 1));
+  item->strKey = karst::WithoutTrailingSpace(line.substr(0, equals));
+  item->strValue = karst::WithoutLeadingSpace(line.substr(equals + 1));
   first_by_key_.emplace(item->strKey.view(), item.get());
   items.push_back(std::move(item));
 }

@@ -1,7 +1,6 @@
 // Built-ins of no family: dates, prices, a message box, what exists, and the host's records.
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <new>
 #include <optional>
 #include <vector>

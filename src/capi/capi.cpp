@@ -1,5 +1,4 @@
 // The edge of the C interface: handles are checked, nothing but a status gets out.
-#include <new>
 
 #include "capi/engine.h"
 #include "capi/reader.h"

@@ -19,7 +19,7 @@ struct Directive {
   char conversion = 0;
 };
 
-// The number that begins at `at`, which moves behind its digits; kMostField + 1 for any larger one.
+// The number that begins at `at`, which moves past its digits; kMostField + 1 for any larger one.
 inline int TakeFieldNumber(const char*& at) {
   int value = 0;
   for (; *at >= '0' && *at <= '9'; ++at) value = std::min(value * 10 + (*at - '0'), kMostField + 1);

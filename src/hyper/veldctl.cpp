@@ -111,11 +111,9 @@ MessageLong CopyToBuffer(const std::string& text, char* buffer, int64_t capacity
   return static_cast<MessageLong>(std::strlen(buffer));
 }
 
-// What stands behind the scheme; nothing for a target of another scheme.
+// What stands after the scheme; nothing for a target of another scheme.
 std::optional<std::string_view> CommandOf(std::string_view target) {
-  const std::string_view head = target.substr(0, kScheme.size());
-  const auto same = [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b; };
-  if (!std::equal(head.begin(), head.end(), kScheme.begin(), kScheme.end(), same)) return std::nullopt;
+  if (!EqualIgnoringCase(target.substr(0, kScheme.size()), kScheme)) return std::nullopt;
   return target.substr(kScheme.size());
 }
 

@@ -8,17 +8,17 @@ namespace karst {
 
 // Why a statement cannot be read.
 enum class StatementFault : uint8_t {
-  kNoOperator,    // after a name: neither a call nor "=", "<<", ">>"
-  kHalfAppend,    // a single "<"
-  kHalfPrepend,   // a single ">"
-  kNoRightName,   // no variable's name after ">>"
-  kNoName,        // none to declare
-  kNoEquals,      // after a declared name: neither a line end nor "="
-  kNoLiteral,     // a string is to begin with something else
-  kJumpFunction,  // the word function between a jump and its target
-  kJumpEnd,       // the end of the code there
-  kJumpInward,    // the target is in a block that the jump is not in
-  kJumpBackInward,
+  kNoOperator,      // after a name: neither a call nor "=", "<<", ">>"
+  kHalfAppend,      // a single "<"
+  kHalfPrepend,     // a single ">"
+  kNoRightName,     // no variable's name after ">>"
+  kNoName,          // none to declare
+  kNoEquals,        // after a declared name: neither a line end nor "="
+  kNoLiteral,       // a declared string is given something that is no literal
+  kJumpFunction,    // the word function between a jump and its target
+  kJumpEnd,         // the end of the code there
+  kJumpInward,      // the target is in a block that the jump is not in
+  kJumpBackInward,  // the same, for a jump backwards
 };
 
 // Derive from it as from Grammar. The statements' Actions, the reader itself or its owner, supply:

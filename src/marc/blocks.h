@@ -1,14 +1,14 @@
 // BlockGrammar: how a filter's code falls into blocks, once for the tree that is run and for the checker's.
 //
 // The code is read once by its tokens. Each block's word, and each stretch of code between blocks, makes a cell, whose
-// piece goes up to the next block word or behind the brace that ends it.
+// piece goes up to the next block word or to just after the brace that ends it.
 #pragma once
 
 #include <climits>
 #include <cstddef>
 
+#include "language/token_kinds.h"
 #include "marc/cellstack.h"
-#include "script/code.h"
 
 namespace karst {
 
@@ -93,7 +93,7 @@ class BlockGrammar {
     return Self().Number() == FINISHED;
   }
 
-  // To the next block word, or behind the closing brace that takes the depth below `end_depth`.
+  // To the next block word, or just after the closing brace that takes the depth below `end_depth`.
   void Skip(int end_depth) {
     for (int depth = 0;;) {
       Self().Read();

@@ -43,35 +43,37 @@ enum class EnvironmentLevel : uint8_t { kRecord, kMiddle, kField, kGroup, kSubFi
 namespace environment {
 
 // Each in the order in which the level's frame holds them, which is that of a dump.
-inline constexpr EnvironmentVariable kRecord[] = {
+inline constexpr EnvironmentVariable kRecordRows[] = {
     {Environment::kRecord, "_RECORD", kText},
     {Environment::kRecordCount, "_RECORDCOUNT", kInt},
 };
-inline constexpr EnvironmentVariable kMiddle[] = {
+inline constexpr EnvironmentVariable kMiddleRows[] = {
     {Environment::kFieldCount, "_FIELDCOUNT", kInt},
     {Environment::kPrevFieldName, "_PREVFIELDNAME", kText},
     {Environment::kNextFieldName, "_NEXTFIELDNAME", kText},
 };
-inline constexpr EnvironmentVariable kField[] = {
+// The first three texts are those that RecordWalk::OpenFieldFrame is given.
+inline constexpr EnvironmentVariable kFieldRows[] = {
     {Environment::kField, "_FIELD", kText},
     {Environment::kIndicator, "_INDICATOR", kText},
     {Environment::kFieldName, "_FIELDNAME", kText},
     {Environment::kFieldDup, "_FIELDDUP", kInt},
     {Environment::kPrevSubFieldName, "_PREVSUBFIELDNAME", kText},
 };
-inline constexpr EnvironmentVariable kGroup[] = {
+inline constexpr EnvironmentVariable kGroupRows[] = {
     {Environment::kGroup, "_GROUP", kText},
     {Environment::kGroupCount, "_GROUPCOUNT", kInt},
     {Environment::kGroupDup, "_GROUPDUP", kInt},
 };
-inline constexpr EnvironmentVariable kSubField[] = {
+inline constexpr EnvironmentVariable kSubFieldRows[] = {
     {Environment::kSubFieldName, "_SUBFIELDNAME", kText},
     {Environment::kSubField, "_SUBFIELD", kText},
     {Environment::kSubFieldDup, "_SUBFIELDDUP", kInt},
     {Environment::kSubFieldCount, "_SUBFIELDCOUNT", kInt},
 };
 
-inline constexpr std::span<const EnvironmentVariable> kLevels[] = {kRecord, kMiddle, kField, kGroup, kSubField};
+inline constexpr std::span<const EnvironmentVariable> kLevels[] = {kRecordRows, kMiddleRows, kFieldRows, kGroupRows,
+                                                                   kSubFieldRows};
 
 }  // namespace environment
 
@@ -87,6 +89,14 @@ constexpr ValueType TypeOf(Environment wanted) {
   }
   return kNoValue;
 }
+
+constexpr bool EveryVariableHasARow() {
+  for (size_t i = 0; i < kEnvironmentSize; ++i) {
+    if (TypeOf(static_cast<Environment>(i)) == kNoValue) return false;
+  }
+  return true;
+}
+static_assert(EveryVariableHasARow());
 
 constexpr bool IsEnvironmentVariable(std::string_view name) {
   for (const auto level : environment::kLevels) {

@@ -131,8 +131,8 @@ class KARST_API CMARCTree : public CScript {
   // Drops everything that earlier runs left in the table and sets m_nBeginCount to the frames that are left, those of
   // the host. The host's variables stay, also those made since the error. Not for the inside of a run. 0.
   int CloseAfterError();
-  // RunMARCTree, as one run of many: of all such runs that ended by an error, the table holds only what the last one
-  // left open, so that it does not grow. Leftovers that fill half of the table are dropped before the run.
+  // RunMARCTree, as one run of many: of all such runs that ended by an error, the table holds at most what the last
+  // one left open, so that it does not grow. Leftovers that fill half of the table are dropped before the run.
   int RunOneOfMany(CMARCStream* stream);
 
   // Lists the tree, or a piece, on the host's output. 0, or -1 if there is nothing to list or no memory.

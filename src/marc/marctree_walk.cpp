@@ -13,8 +13,8 @@ namespace karst {
 
 namespace {
 
-constexpr size_t kFieldFrameCells = 1 + std::size(environment::kField);  // a mark and the variables
-constexpr size_t kSubfieldDataOffset = 2;                                // behind the mark and the code
+constexpr size_t kFieldFrameCells = 1 + std::size(environment::kFieldRows);  // a mark and the variables
+constexpr size_t kSubfieldDataOffset = 2;                                    // behind the mark and the code
 
 // The difference of the first two bytes that do not match, or 0; "*" on either side matches any byte.
 int CompareWithAnyBytes(const char* a, const char* b, size_t count) {
@@ -263,7 +263,7 @@ void RecordWalk::SetNeighbours(std::string_view prev, std::optional<std::string_
   if (next) SetText(names_[Environment::kNextFieldName], *next);
 }
 
-// True if the table takes a field's frame, a mark and five variables, without a refusal.
+// True if the table takes a field's frame without a refusal.
 bool RecordWalk::FieldFrameFits() const { return table_.m_Cells.size() + kFieldFrameCells <= CVarArray::kMostCells; }
 
 int RecordWalk::OverField(std::string_view field, size_t length, std::string_view items, CCell* first) {
@@ -298,6 +298,8 @@ int RecordWalk::RunFieldCells(std::string_view field, std::string_view items, CC
   }
   return result;
 }
+
+static_assert(kFieldFrameCells == 6, "FieldFrameStands and RenewFieldFrame go over each variable of the frame");
 
 // True if the table ends in a field's frame at `position`, with its variables alone, and nothing below it would be
 // refused.

@@ -6,7 +6,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <limits>
+
 #include "platform/retried.h"
 
 namespace karst {

@@ -1,7 +1,6 @@
 // The sliding of a window over a byte source.
 #include "records/bytewindow.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace karst {

@@ -6,6 +6,7 @@
 #include "records/cartulary.h"
 #include "records/isorecord.h"
 #include "records/recordfault.h"
+#include "text/ascii.h"
 
 namespace karst {
 namespace {
@@ -13,7 +14,6 @@ namespace {
 constexpr std::string_view kEntryShape = "45";
 constexpr size_t kEntryShapeAt = 20;
 
-bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
 bool IsLetter(char byte) { return byte >= 'a' && byte <= 'z'; }
 bool IsBlank(char byte) { return byte == ' '; }
 bool IsControl(char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F; }

@@ -3,6 +3,7 @@
 
 #include "records/cartulary.h"
 #include "records/marcitems.h"
+#include "text/ascii.h"
 #include "text/mbtext.h"
 
 namespace {
@@ -11,8 +12,6 @@ using karst::FieldCursor;
 using karst::MarcItem;
 
 constexpr char kEmbeddingCode = '1';
-
-bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
 
 // The text ahead of the first byte `end`.
 std::string_view Until(std::string_view text, char end) { return text.substr(0, text.find(end)); }
@@ -36,7 +35,7 @@ size_t FindEmbedded(std::string_view text, size_t from) {
        mark = text.find(karst::kSubfieldMark, mark + 1)) {
     const std::string_view behind = text.substr(mark + 1, 1 + karst::kTagLength);
     if (behind.size() == 1 + karst::kTagLength && behind[0] == kEmbeddingCode &&
-        std::all_of(behind.begin() + 1, behind.end(), IsDigit)) {
+        std::all_of(behind.begin() + 1, behind.end(), karst::IsDigit)) {
       return mark;
     }
   }

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "records/recordfault.h"
+#include "text/ascii.h"
 
 namespace karst {
 namespace {
@@ -19,7 +20,6 @@ constexpr size_t kEntryBytes = 12;
 constexpr size_t kNumberDigits = 5;
 
 bool IsSeparator(char byte) { return byte == '\r' || byte == '\n' || byte == ' '; }
-bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
 bool IsTagByte(char byte) {
   return IsDigit(byte) || byte == '-' || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
 }

@@ -8,7 +8,7 @@
 int CScript::DoFunction(const char* lpszName, CValue* pResult) {
   karst::BuiltinHandler handler = nullptr;
   if (FindKernelFunction(lpszName, &handler, nullptr, 0) == -1 || !handler) halt("函数 %s 未定义", lpszName);
-  ++m_nBeginCount;
+  ++m_nBeginCount;  // a call that is broken off stays counted: see CMARCTree::CloseAfterError
   const int first = static_cast<int>(m_Cells.size());
   int count = 0;
   karst::Evaluator(*this).Arguments(count);

@@ -1,4 +1,4 @@
-// CScript: arithmetic expressions, computed as they are read. The grammar is in grammar.h.
+// CScript: arithmetic expressions, computed as they are read. The grammar is in language/grammar.h.
 #include "helpers/zebutil.h"
 #include "script/arithmetic.h"
 #include "script/evaluator.h"

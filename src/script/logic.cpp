@@ -1,4 +1,4 @@
-// CScript: conditions, laid over the arithmetic expressions. The grammar is in grammar.h.
+// CScript: conditions, laid over the arithmetic expressions. The grammar is in language/grammar.h.
 #include "script/comparison.h"
 #include "script/evaluator.h"
 

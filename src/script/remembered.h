@@ -1,5 +1,5 @@
 // What is remembered of the code beside its text: for a place that has run before, the statement that stands there,
-// its names as numbers and its expressions as small trees.
+// its names as slots of the variable table and its expressions as small trees.
 //
 // The text stays the program. A statement is remembered only from text that reading no longer changes (reserved words
 // in number form, built-ins in index form), and holds nothing that depends on anything but the text: no types, no
@@ -104,13 +104,14 @@ enum class StatementKind : uint8_t {
 // Runs a statement and gives the one that follows; null where reading from the text goes on, or the run is over.
 using StatementHandler = RememberedStatement* (*)(RememberedRunner&, RememberedStatement&);
 
-// One statement. `position` and `next` are read positions ahead of and behind it.
+// One statement. `position` and `next` are read positions before and after it.
 struct RememberedStatement {
   StatementHandler run = nullptr;
   const char* last_token = nullptr;  // a piece must reach beyond this byte for the statement to read as it did
   NameSlot* slot = nullptr;          // the variable that it is about
   const ExpressionNode* expression = nullptr;
-  RememberedStatement* following = nullptr;   // the statement at `next`, once it is known
+  RememberedStatement* following =
+      nullptr;  // the statement at `next`, once it is known; kEndLoop: the loop gone back to last
   RememberedStatement* skipped_to = nullptr;  // the statement at `skip_target`, once it is known
   StatementKind kind;
   bool opens_block = false;   // kIf: the then-part is a block

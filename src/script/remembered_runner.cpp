@@ -35,7 +35,7 @@ inline RememberedStatement* RememberedRunner::RunOn(Statement& first) {
       statement = statement->run(*this, *statement);
     } while (statement && statement->last_token < limit_ && !Stopped());
   } catch (const std::bad_alloc&) {
-    MoveInto(*statement);
+    EnsureInside(*statement);
     throw;
   }
   return statement;
@@ -43,7 +43,7 @@ inline RememberedStatement* RememberedRunner::RunOn(Statement& first) {
 
 // An allocation failed in the statement: the error is to name its line. SPEED: what raises nothing else keeps no read
 // position, so that the one there is may be of an earlier statement.
-void RememberedRunner::MoveInto(const Statement& statement) {
+void RememberedRunner::EnsureInside(const Statement& statement) {
   if (statement.kind == StatementKind::kPieceEnd) return;
   const bool inside = script_.lpProg > statement.word && script_.lpProg <= statement.last_token;
   if (!inside) MoveTo(statement.behind_word);

@@ -37,7 +37,7 @@ class RememberedRunner {
 
   template <bool kCounted>
   Statement* RunOn(Statement& first);
-  void MoveInto(const Statement& statement);
+  void EnsureInside(const Statement& statement);
   Flow Read();
   void Remember(const char* position);
   // SPEED: as CRunable::IsStop, without the way to the virtual base.

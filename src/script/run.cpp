@@ -131,7 +131,9 @@ void Evaluator::Refuse(StatementFault fault, char) {
     case StatementFault::kJumpEnd: return script_.halt("花括号不配对('}'少)...");
     case StatementFault::kJumpInward: return script_.halt(" goto语句不应能往内跳转!正");
     case StatementFault::kJumpBackInward: return script_.halt(" goto语句不应能往内跳转!倒");
-    default: return;
+    case StatementFault::kNoName:
+    case StatementFault::kNoEquals:
+    case StatementFault::kNoLiteral: break;  // of declarations: RefuseDeclaration
   }
 }
 
@@ -214,7 +216,7 @@ int CScript::DoGoto() {
 }
 
 int CScript::GotoPos(char* lpFrom, char* lpTo) {
-  for (int left = Evaluator(*this).FramesBetween(lpFrom, lpTo); left > 0; --left) ClearStackVars();
+  CloseFrames(m_nBeginCount - Evaluator(*this).FramesBetween(lpFrom, lpTo));
   lpProg = lpTo;
   return 0;
 }

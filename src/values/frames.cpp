@@ -1,7 +1,6 @@
 // CVarArray: opening and closing frames, and cutting the table back. What does so without memory and without a refusal
 // is in CellStore.
 #include <algorithm>
-#include <new>
 
 #include "values/cellstore.h"
 #include "values/vararray.h"
@@ -12,14 +11,6 @@ int CVarArray::OpenFrame(int flag) {
   store_->AppendMark(m_Cells, flag);
   ++m_nBeginCount;
   return 0;
-}
-
-int CVarArray::CreateBegin(int flag) {
-  try {
-    return OpenFrame(flag);
-  } catch (const std::bad_alloc&) {
-    return -1;
-  }
 }
 
 int CVarArray::ClearStackVars() {

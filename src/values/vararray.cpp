@@ -108,6 +108,10 @@ int CVarArray::CreateTextById(int name_id, std::string_view text) { return MakeT
 
 int CVarArray::CreateIntById(int name_id, int32_t n) { return MakeInt(store_->Slot(name_id), n); }
 
+int CVarArray::CreateBegin(int flag) {
+  return OrNoMemory([&] { return OpenFrame(flag); });
+}
+
 int CVarArray::CreateNewVar(const char* name, const char* text) {
   return OrNoMemory([&] { return MakeText(store_->SlotOf(name), text ? std::string_view(text) : std::string_view()); });
 }

@@ -1,7 +1,7 @@
 // The pages about the language: their examples write what they say, and every function there is is described.
 #include <gtest/gtest.h>
 
-#include <regex>
+#include <cctype>
 #include <sstream>
 
 #include "builtins/table.h"
@@ -15,6 +15,14 @@ namespace {
 TEST(LanguageDocument, ExamplesRunAsShown) { CheckExamples("docs/language.md", 10); }
 
 TEST(BuiltinsDocument, ExamplesRunAsShown) { CheckExamples("docs/builtins.md", 20); }
+
+int CallsOf(const std::string& name, const std::string& text) {
+  int calls = 0;
+  for (size_t at = text.find(name + "("); at != text.npos; at = text.find(name + "(", at + 1)) {
+    calls += at == 0 || !std::isalnum(static_cast<unsigned char>(text[at - 1]));
+  }
+  return calls;
+}
 
 // A function has a heading and stands in an example; one that does not run yet has neither.
 TEST(BuiltinsDocument, DescribesEveryFunction) {
@@ -31,7 +39,7 @@ TEST(BuiltinsDocument, DescribesEveryFunction) {
     if (name.empty()) continue;
     const bool runs = row.handler != nullptr;
     EXPECT_EQ(headings.find("`" + name + "(") != std::string::npos, runs) << name;
-    EXPECT_EQ(std::regex_search(examples, std::regex("\\b" + name + "\\(")), runs) << name;
+    EXPECT_EQ(CallsOf(name, examples) > 0, runs) << name;
   }
 }
 

@@ -1,7 +1,6 @@
 // StatementBuilder: statements. The expressions are in expression_builder.cpp.
 #include "script/statement_builder.h"
 
-
 #include "language/bytewalk.h"
 #include "script/remembered_runner.h"
 #include "script/script.h"

@@ -3,13 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <set>
 
 #include "cli/check/check.h"
 #include "support/case_file.h"
 #include "support/check_cases.h"
 #include "support/places.h"
+#include "support/whole_files.h"
 
 namespace karst::testing {
 namespace {
@@ -51,8 +51,7 @@ TEST(GoodSources, ExamplesHaveNoFindings) {
   for (const auto& entry : std::filesystem::directory_iterator(SourcePath("examples"))) {
     const std::string name = entry.path().filename().string();
     if (!name.ends_with(".flt") && !name.ends_with(".pro")) continue;
-    std::ifstream file(entry.path(), std::ios::binary);
-    const std::string bytes(std::istreambuf_iterator<char>(file), {});
+    const std::string bytes = ReadWhole(entry.path());
     EXPECT_EQ(FindingLines(CheckSource(bytes, KindOf(name, bytes)), Severity::kWarning), "") << name;
     ++checked;
   }

@@ -68,7 +68,7 @@ bool TakeEscape(std::string_view& text, char& byte) {
     text.remove_prefix(hex ? 4 : 0);
     return hex.has_value();
   }
-  constexpr std::string_view kEscapes = "rnt\\$_", kBytes = "\r\n\t\\$_";
+  constexpr std::string_view kEscapes = "rnt\\", kBytes = "\r\n\t\\";
   const size_t found = kEscapes.find(text[1]);
   if (found == kEscapes.npos) return false;
   byte = kBytes[found];
@@ -101,72 +101,16 @@ void ReplaceAll(std::string& text, std::string_view from, std::string_view to) {
   for (size_t at = 0; (at = text.find(from, at)) != text.npos; at += to.size()) text.replace(at, from.size(), to);
 }
 
-// "repeat N TEXT" as N lines; in TEXT, "{i}" is the line's number from 1 up and "{j}" the same from N down.
-std::string RepeatedLines(std::string_view directive) {
-  size_t count = 0;
-  const auto [end, error] = std::from_chars(directive.data(), directive.data() + directive.size(), count);
-  if (error != std::errc() || *end != ' ') throw std::runtime_error("bad repeat: " + std::string(directive));
-  std::string pattern(end + 1, directive.data() + directive.size());
-  ReplaceAll(pattern, "\\n", "\n");
-  std::string lines;
-  for (size_t i = 1; i <= count; ++i) {
-    std::string copy = pattern;
-    ReplaceAll(copy, "{i}", std::to_string(i));
-    ReplaceAll(copy, "{j}", std::to_string(count + 1 - i));
-    lines += (i > 1 ? "\n" : "") + copy;
-  }
-  return lines;
-}
-
-// A line with each "@@(N*TEXT@@)" in it written out.
-std::string CopiesInLine(std::string_view line) {
-  std::string out;
-  for (size_t at; (at = line.find("@@(")) != line.npos;) {
-    out += line.substr(0, at);
-    line.remove_prefix(at + 3);
-    const size_t star = line.find('*'), close = line.find("@@)");
-    if (star == line.npos || close == line.npos) throw std::runtime_error("bad copies: " + std::string(line));
-    const int count = std::stoi(std::string(line.substr(0, star)));
-    for (int i = 0; i < count; ++i) out += line.substr(star + 1, close - star - 1);
-    line.remove_prefix(close + 3);
-  }
-  return out + std::string(line);
-}
-
 // One line of a record: "tag rest", the rest with its marks.
 std::string FieldBytes(std::string_view line) {
-  const bool is_header = line.starts_with("hdr ");
+  if (line.size() < 4 || line[3] != ' ') throw std::runtime_error("bad field: " + std::string(line));
   const bool is_control = line.starts_with("00") || line.starts_with("-0");
-  if (!is_header && (line.size() < 4 || line[3] != ' ')) throw std::runtime_error("bad field: " + std::string(line));
-  std::string bytes = is_header ? "" : std::string(line.substr(0, kTagLength));
-  line.remove_prefix(4);
-  for (size_t column = 0; !line.empty(); ++column) {
-    char byte = line[0];
-    if (byte == '\\' && TakeEscape(line, byte)) {
-      bytes += byte;
-      continue;
-    }
-    const bool blank = byte == '_' && (is_header || (!is_control && column < 2));
-    if (blank) byte = ' ';
-    if (byte == '$' && !is_header) byte = kSubfieldMark;
-    bytes += byte;
-    line.remove_prefix(1);
+  std::string rest(line.substr(4));
+  for (size_t i = 0; i < std::min<size_t>(rest.size(), is_control ? 0 : 2); ++i) {
+    if (rest[i] == '_') rest[i] = ' ';
   }
-  return is_header ? bytes : bytes + kFieldEnd;
-}
-
-std::string OneRecord(const std::vector<std::string_view>& lines) {
-  std::string header = "00000nam0 2200000   450 ", fields;
-  for (std::string_view line : lines) {
-    const std::string bytes = ToGbk(FieldBytes(line));
-    if (line.starts_with("hdr ")) {
-      header = bytes;
-    } else {
-      fields += bytes;
-    }
-  }
-  if (header.size() != kHeaderLength) throw std::runtime_error("a header has 24 bytes: " + header);
-  return header + fields + kRecordEnd;
+  std::replace(rest.begin(), rest.end(), '$', kSubfieldMark);
+  return ToGbk(std::string(line.substr(0, kTagLength)) + rest) + kFieldEnd;
 }
 
 // What stands between the sources of a file and holds for those that follow.
@@ -175,11 +119,10 @@ struct Surroundings {
   std::optional<CaseText> records;
   std::vector<CaseText> files;
   std::string each;  // the text into which the rows of a table are put
-  CaseText form;     // how the sources are written
+  bool raw = false;  // the sources are bytes
 };
 
-constexpr std::string_view kExpectations[] = {"=>",     "=!",      "=result", "=stdout",    "=file",
-                                              "=bytes", "=nofile", "=tree",   "=variables", "=finding"};
+constexpr std::string_view kExpectations[] = {"=>", "=!", "=result", "=bytes", "=tree", "=variables", "=finding"};
 
 // Where an expectation begins in a line, after a blank or at its head; npos if none does.
 size_t FindExpectation(std::string_view line, size_t from) {
@@ -259,12 +202,12 @@ class CaseFileReader {
       here_.filters = true;
     } else if (word == "each") {
       here_.each += (here_.each.empty() ? "" : "\n") + std::string(rest);
-    } else if (word == "file" || word == "bytes") {
-      AddNamed(here_.files, rest, word == "bytes");
+    } else if (word == "bytes") {
+      AddNamed(here_.files, rest);
     } else if (word == "records" || word == "rawrecords") {
       TakeRecords(rest, word == "rawrecords");
-    } else if (word == "raw" || word == "open" || word == "lf") {
-      (word == "raw" ? here_.form.raw : word == "open" ? here_.form.open : here_.form.lf) = true;
+    } else if (word == "raw") {
+      here_.raw = true;
     } else {
       throw std::runtime_error("unknown word " + std::string(word));
     }
@@ -272,7 +215,6 @@ class CaseFileReader {
 
   void TakeRecords(std::string_view line, bool raw) {
     if (!std::exchange(own_records_, true)) here_.records.reset();
-    if (line == "none") return;
     std::string text(line);
     ReplaceAll(text, " || ", "\n\n");
     text = raw ? text : WithLineEnds(text);
@@ -281,12 +223,10 @@ class CaseFileReader {
   }
 
   // Adds a file, or further lines to the last one.
-  static void AddNamed(std::vector<CaseText>& files, std::string_view line, bool raw) {
+  static void AddNamed(std::vector<CaseText>& files, std::string_view line) {
     const std::string name(line.substr(0, line.find(' ')));
-    const std::string text(line.substr(std::min(name.size() + 1, line.size())));
-    const bool goes_on = !files.empty() && files.back().name == name;
-    if (!goes_on) files.push_back({.name = name, .text = "", .raw = raw});
-    files.back().text += (goes_on ? "\n" : "") + WriteOutCopies(raw ? text : WithLineEnds(text));
+    if (files.empty() || files.back().name != name) files.push_back({.name = name, .text = "", .raw = true});
+    files.back().text += WriteOutCopies(std::string(line.substr(std::min(name.size() + 1, line.size()))));
   }
 
   // A row of a table: its parts go to the places {1}, {2} ... of the text, or as a whole to {}.
@@ -340,10 +280,6 @@ class CaseFileReader {
       open_->error = kLineWords[0] + lines.substr(0, colon) + kLineWords[1] + lines.substr(colon);
     } else if (word == "=result") {
       open_->result = std::stoi(std::string(rest));
-    } else if (word == "=stdout") {
-      open_->stream.text += lines;
-    } else if (word == "=nofile") {
-      open_->absent_files.emplace_back(rest);
     } else if (word == "=tree") {
       add_to(open_->tree);
     } else if (word == "=variables") {
@@ -351,7 +287,7 @@ class CaseFileReader {
     } else if (word == "=finding") {
       open_->findings += std::string(rest) + "\n";
     } else {
-      AddNamed(open_->expected_files, rest, word == "=bytes");
+      AddNamed(open_->expected_files, rest);
     }
   }
 
@@ -365,8 +301,7 @@ class CaseFileReader {
   void CloseCase() {
     if (!open_) return;
     Case& closed = cases_.emplace_back(*std::exchange(open_, std::nullopt));
-    CaseText source = here_.form;
-    source.text = std::exchange(source_, "");
+    CaseText source{.name = "", .text = std::exchange(source_, ""), .raw = here_.raw};
     if (!source.raw) source.text = WriteOutCopies(WithLineEnds(source.text));
     (here_.filters || here_.records ? closed.filter : closed.script) = source;
     closed.files = here_.files;
@@ -439,39 +374,41 @@ std::string TestNameOf(const Case& test_case) {
   return name;
 }
 
-std::string WriteOutCopies(const std::string& text) {
-  if (text.find("@@") == text.npos) return text;
-  constexpr std::string_view kRepeat = "@@repeat ";
-  std::string out;
-  for (std::string_view line : SplitLines(text)) {
-    out += line.starts_with(kRepeat) ? RepeatedLines(line.substr(kRepeat.size())) : CopiesInLine(line);
-    out += '\n';
+std::string WriteOutCopies(std::string text) {
+  constexpr std::string_view kOpen = "@@(", kClose = "@@)";
+  for (size_t at; (at = text.find(kOpen)) != text.npos;) {
+    const size_t star = text.find('*', at), close = text.find(kClose, at);
+    if (star == text.npos || close == text.npos) throw std::runtime_error("bad copies: " + text.substr(at));
+    std::string copies;
+    for (int left = std::stoi(text.substr(at + kOpen.size())); left > 0; --left) {
+      std::string copy = text.substr(star + 1, close - star - 1);
+      ReplaceAll(copy, "{j}", std::to_string(left));
+      copies += copy;
+    }
+    text.replace(at, close + kClose.size() - at, copies);
   }
-  return std::string(WithoutLastLineEnds(out));
+  return text;
 }
 
 std::string InputBytes(const CaseText& input) {
   if (input.raw) return DecodeRaw(Joined(input.text));
   std::string bytes = ToGbk(input.text);
-  if (!bytes.empty() && !input.open) bytes += '\n';
-  if (!input.lf) ReplaceAll(bytes, "\n", "\r\n");
+  if (!bytes.empty()) bytes += '\n';
+  ReplaceAll(bytes, "\n", "\r\n");
   return bytes;
 }
 
 std::string RecordBytes(const CaseText& records) {
   if (records.raw) return DecodeRaw(Joined(records.text));
   std::string bytes;
-  std::vector<std::string_view> lines;
-  const auto close_record = [&] {
-    if (!lines.empty()) bytes += OneRecord(lines);
-    lines.clear();
-  };
+  bool open = false;
   for (std::string_view line : SplitLines(records.text)) {
-    if (line.empty()) close_record();
-    if (!line.empty()) lines.push_back(line);
+    if (!line.empty() && !open) bytes += "00000nam0 2200000   450 ";
+    if (line.empty() && open) bytes += kRecordEnd;
+    open = !line.empty();
+    if (open) bytes += FieldBytes(line);
   }
-  close_record();
-  return bytes;
+  return open ? bytes + kRecordEnd : bytes;
 }
 
 std::string Shown(std::string_view bytes) {

@@ -14,8 +14,6 @@ namespace karst::testing {
 struct CaseText {
   std::string name;  // of the file, in sections that have one
   std::string text;
-  bool lf = false;    // lines end in LF alone
-  bool open = false;  // the last line has no line end
   bool raw = false;   // escapes stand for bytes, lines have no ends
 };
 
@@ -35,7 +33,6 @@ struct Case {
   std::string error;
   std::optional<int> result;
   std::vector<CaseText> expected_files;
-  std::vector<std::string> absent_files;
   std::optional<CaseText> tree;
   std::optional<CaseText> variables;
   std::string findings;  // what a check of the source finds, a line each
@@ -48,8 +45,8 @@ std::vector<Case> ReadAllCases(const std::string& folder);
 // A name for the test of a case: letters, digits and underscores.
 std::string TestNameOf(const Case& test_case);
 
-// Copies of a text, "@@repeat N TEXT" and "@@(N*TEXT@@)", written out.
-std::string WriteOutCopies(const std::string& text);
+// A text with its copies, "@@(N*TEXT@@)", written out.
+std::string WriteOutCopies(std::string text);
 // The bytes of an input.
 std::string InputBytes(const CaseText& input);
 // The bytes of a record file.

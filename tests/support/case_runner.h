@@ -15,8 +15,7 @@ struct Observed {
   std::string stream;     // what went to "stdout"
   std::string tree;       // a filter's tree, listed
   std::string code;       // the whole code buffer
-  std::string variables;  // the variable table, one cell on a line, with everything that a cell holds
-  std::string readable_variables;
+  std::string variables;  // the variable table, one cell on a line
   std::map<std::string, std::string> files;  // the directory's files but "karst.log", which holds addresses
 };
 

@@ -90,54 +90,47 @@ static size_t Half(size_t count) { return count > 1 ? count / 2 : count; }
 
 /* --- Files */
 
-ssize_t read(int file, void* bytes, size_t count) {
-  REAL(read);
-  if (!StrikeFile(kRead, file)) return real(file, bytes, count);
-  return plan.error ? -1 : real(file, bytes, Half(count));
-}
+/* A call that does nothing and gives `failed` where it is struck, unless it shall do half of its work: then its
+ * arguments are those of `half`. */
+#define STRUCK_OR_HALF(type, name, parameters, strikes, failed, half, whole) \
+  type name parameters {                                                     \
+    REAL(name);                                                              \
+    if (!(strikes)) return real whole;                                       \
+    return plan.error ? failed : real half;                                  \
+  }
+#define STRUCK(type, name, parameters, strikes, failed, whole) \
+  STRUCK_OR_HALF(type, name, parameters, strikes, failed, whole, whole)
 
-ssize_t pread(int file, void* bytes, size_t count, off_t offset) {
-  REAL(pread);
-  if (!StrikeFile(kRead, file)) return real(file, bytes, count, offset);
-  return plan.error ? -1 : real(file, bytes, Half(count), offset);
-}
+STRUCK_OR_HALF(ssize_t, read, (int file, void* bytes, size_t count), StrikeFile(kRead, file), -1,
+               (file, bytes, Half(count)), (file, bytes, count))
+STRUCK_OR_HALF(ssize_t, pread, (int file, void* bytes, size_t count, off_t offset), StrikeFile(kRead, file), -1,
+               (file, bytes, Half(count), offset), (file, bytes, count, offset))
+STRUCK_OR_HALF(ssize_t, write, (int file, const void* bytes, size_t count), StrikeFile(kWrite, file), -1,
+               (file, bytes, Half(count)), (file, bytes, count))
+STRUCK_OR_HALF(ssize_t, writev, (int file, const struct iovec* parts, int count), StrikeFile(kWrite, file), -1,
+               (file, parts, (int)Half((size_t)count)), (file, parts, count))
+STRUCK(size_t, fwrite, (const void* bytes, size_t size, size_t count, FILE* file), StrikeFile(kWrite, fileno(file)), 0,
+       (bytes, size, count, file))
+STRUCK(int, fflush, (FILE * file), file&& StrikeFile(kWrite, fileno(file)), EOF, (file))
+STRUCK(int, ftruncate, (int file, off_t length), StrikeFile(kWrite, file), -1, (file, length))
+STRUCK(int, fsync, (int file), StrikeFile(kSync, file), -1, (file))
+STRUCK(int, rename, (const char* from, const char* to), StrikePath(kRename, to), -1, (from, to))
+STRUCK(int, mkostemp, (char* pattern, int flags), StrikePath(kOpen, pattern), -1, (pattern, flags))
+STRUCK(FILE*, fopen, (const char* path, const char* mode), StrikePath(kOpen, path), NULL, (path, mode))
+FILE* fopen64(const char* path, const char* mode) __attribute__((alias("fopen")));
 
-ssize_t write(int file, const void* bytes, size_t count) {
-  REAL(write);
-  if (!StrikeFile(kWrite, file)) return real(file, bytes, count);
-  return plan.error ? -1 : real(file, bytes, Half(count));
-}
-
-ssize_t writev(int file, const struct iovec* parts, int count) {
-  REAL(writev);
-  if (!StrikeFile(kWrite, file)) return real(file, parts, count);
-  return plan.error ? -1 : real(file, parts, count > 1 ? count / 2 : count);
-}
-
-size_t fwrite(const void* bytes, size_t size, size_t count, FILE* file) {
-  REAL(fwrite);
-  return StrikeFile(kWrite, fileno(file)) && plan.error ? 0 : real(bytes, size, count, file);
-}
-
-int fflush(FILE* file) {
-  REAL(fflush);
-  return file && StrikeFile(kWrite, fileno(file)) && plan.error ? EOF : real(file);
-}
-
-int ftruncate(int file, off_t length) {
-  REAL(ftruncate);
-  return StrikeFile(kWrite, file) && plan.error ? -1 : real(file, length);
-}
-
-int fsync(int file) {
-  REAL(fsync);
-  return StrikeFile(kSync, file) && plan.error ? -1 : real(file);
-}
-
-int fdatasync(int file) {
-  REAL(fdatasync);
-  return StrikeFile(kSync, file) && plan.error ? -1 : real(file);
-}
+#define STRUCK_OPENING(name, parameters, whole)                                     \
+  int name parameters {                                                             \
+    REAL(name);                                                                     \
+    va_list rest;                                                                   \
+    va_start(rest, flags);                                                          \
+    const mode_t mode = flags & (O_CREAT | __O_TMPFILE) ? va_arg(rest, mode_t) : 0; \
+    va_end(rest);                                                                   \
+    return StrikePath(kOpen, path) && plan.error ? -1 : real whole;                 \
+  }
+STRUCK_OPENING(open, (const char* path, int flags, ...), (path, flags, mode))
+STRUCK_OPENING(openat, (int folder, const char* path, int flags, ...), (folder, path, flags, mode))
+int open64(const char* path, int flags, ...) __attribute__((alias("open")));
 
 static int IsWritten(int file) {
   const int flags = fcntl(file, F_GETFL);
@@ -145,63 +138,17 @@ static int IsWritten(int file) {
 }
 
 /* Only of what was written can something be lost here. The system lets go of the file in any case. */
-int close(int file) {
-  REAL(close);
-  const int struck = IsWritten(file) && StrikeFile(kClose, file);
-  const int error = errno;
-  const int result = real(file);
-  if (!struck || !plan.error) return result;
-  errno = error;
-  return -1;
-}
-
-int fclose(FILE* file) {
-  REAL(fclose);
-  const int struck = IsWritten(fileno(file)) && StrikeFile(kClose, fileno(file));
-  const int error = errno;
-  const int result = real(file);
-  if (!struck || !plan.error) return result;
-  errno = error;
-  return EOF;
-}
-
-int rename(const char* from, const char* to) {
-  REAL(rename);
-  return StrikePath(kRename, to) && plan.error ? -1 : real(from, to);
-}
-
-static mode_t ModeOf(int flags, va_list rest) { return flags & (O_CREAT | __O_TMPFILE) ? va_arg(rest, mode_t) : 0; }
-
-int open(const char* path, int flags, ...) {
-  REAL(open);
-  va_list rest;
-  va_start(rest, flags);
-  const mode_t mode = ModeOf(flags, rest);
-  va_end(rest);
-  return StrikePath(kOpen, path) && plan.error ? -1 : real(path, flags, mode);
-}
-
-int openat(int folder, const char* path, int flags, ...) {
-  REAL(openat);
-  va_list rest;
-  va_start(rest, flags);
-  const mode_t mode = ModeOf(flags, rest);
-  va_end(rest);
-  return StrikePath(kOpen, path) && plan.error ? -1 : real(folder, path, flags, mode);
-}
-
-int mkostemp(char* pattern, int flags) {
-  REAL(mkostemp);
-  return StrikePath(kOpen, pattern) && plan.error ? -1 : real(pattern, flags);
-}
-
-FILE* fopen(const char* path, const char* mode) {
-  REAL(fopen);
-  return StrikePath(kOpen, path) && plan.error ? NULL : real(path, mode);
-}
-
-int open64(const char* path, int flags, ...) __attribute__((alias("open")));
-FILE* fopen64(const char* path, const char* mode) __attribute__((alias("fopen")));
+#define STRUCK_AFTER(name, parameter, argument, file)               \
+  int name(parameter) {                                             \
+    REAL(name);                                                     \
+    const int struck = IsWritten(file) && StrikeFile(kClose, file); \
+    const int error = errno, result = real(argument);               \
+    if (!struck || !plan.error) return result;                      \
+    errno = error;                                                  \
+    return -1;                                                      \
+  }
+STRUCK_AFTER(close, int file, file, file)
+STRUCK_AFTER(fclose, FILE* file, file, fileno(file))
 
 /* --- Memory */
 
@@ -230,12 +177,6 @@ void* realloc(void* block, size_t size) {
 
 void* aligned_alloc(size_t alignment, size_t size) {
   return IsRefused() ? NULL : Counted(__libc_memalign(alignment, size));
-}
-
-int posix_memalign(void** block, size_t alignment, size_t size) {
-  if (IsRefused()) return ENOMEM;
-  *block = Counted(__libc_memalign(alignment, size));
-  return *block ? 0 : ENOMEM;
 }
 
 void free(void* block) {

@@ -40,7 +40,9 @@ static int Good(struct Host* host, const char* what, karst_status status, const 
 }
 
 static int Ask(struct Host* host, const char* what, karst_status status) {
-  return Good(host, what, status, karst_error_text(host->engine, NULL));
+  char error[1000];
+  snprintf(error, sizeof error, "line %d: %s", karst_error_line(host->engine), karst_error_text(host->engine, NULL));
+  return Good(host, what, status, error);
 }
 
 static int Convert(struct Host* host, const char* record, size_t length) {

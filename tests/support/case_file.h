@@ -14,7 +14,7 @@ namespace karst::testing {
 struct CaseText {
   std::string name;  // of the file, in sections that have one
   std::string text;
-  bool raw = false;   // escapes stand for bytes, lines have no ends
+  bool raw = false;  // escapes stand for bytes, lines have no ends
 };
 
 struct Case {

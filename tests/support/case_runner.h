@@ -11,11 +11,11 @@ namespace karst::testing {
 // What a run left behind, in the engine's bytes.
 struct Observed {
   int result = 0;
-  std::string output;     // the host's output control
-  std::string stream;     // what went to "stdout"
-  std::string tree;       // a filter's tree, listed
-  std::string code;       // the whole code buffer
-  std::string variables;  // the variable table, one cell on a line
+  std::string output;                        // the host's output control
+  std::string stream;                        // what went to "stdout"
+  std::string tree;                          // a filter's tree, listed
+  std::string code;                          // the whole code buffer
+  std::string variables;                     // the variable table, one cell on a line
   std::map<std::string, std::string> files;  // the directory's files but "karst.log", which holds addresses
 };
 

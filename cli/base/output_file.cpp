@@ -20,7 +20,7 @@ namespace {
 bool SameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
 
 // Of the whole process, as for the files of scripts.
-bool any_was_made = false;
+bool an_output_file_was_made = false;
 
 }  // namespace
 
@@ -32,7 +32,7 @@ bool IsAmong(const FilesRead& inputs, const struct stat& file) {
   });
 }
 
-bool EndsQuietly(int error) { return error == EPIPE && !any_was_made && !FilesWereOpenedForWriting(); }
+bool EndsQuietly(int error) { return error == EPIPE && !an_output_file_was_made && !FilesWereOpenedForWriting(); }
 
 OutputFile::OutputFile(const std::string& name, const FilesRead& inputs) {
   constexpr mode_t kMode = 0666;
@@ -43,7 +43,7 @@ OutputFile::OutputFile(const std::string& name, const FilesRead& inputs) {
   if (descriptor_ < 0 || fstat(descriptor_, &target) != 0) {
     throw HostError(kOutputFailed, "cannot write " + name + ": " + std::strerror(errno));
   }
-  any_was_made = true;
+  an_output_file_was_made = true;
   if (!S_ISREG(target.st_mode)) return;
   if (IsAmong(inputs, target)) throw HostError(kWrongUsage, name + " is read by this run; it is left as it was");
   if (Retried([&] { return ftruncate(descriptor_, 0); }) != 0) {

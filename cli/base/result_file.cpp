@@ -19,7 +19,7 @@ namespace karst::cli {
 
 class ResultFile::Compressor {
  public:
-  explicit Compressor(ResultFile& sink) : sink_(sink), output_(size_t{64} << 10) {
+  explicit Compressor(ResultFile& file) : file_(file), output_(size_t{64} << 10) {
     constexpr int kGzip = 16 + MAX_WBITS;
     constexpr int kMemory = 8;
     if (deflateInit2(&stream_, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kGzip, kMemory, Z_DEFAULT_STRATEGY) != Z_OK) {
@@ -41,13 +41,13 @@ class ResultFile::Compressor {
         stream_.next_out = output_.data();
         stream_.avail_out = static_cast<uInt>(output_.size());
         deflate(&stream_, flush);
-        sink_.WriteOut({reinterpret_cast<char*>(output_.data()), output_.size() - stream_.avail_out});
+        file_.WriteOut({reinterpret_cast<char*>(output_.data()), output_.size() - stream_.avail_out});
       } while (stream_.avail_out == 0);
     } while (!bytes.empty());
   }
 
  private:
-  ResultFile& sink_;
+  ResultFile& file_;
   z_stream stream_{};
   std::vector<Bytef> output_;
 };

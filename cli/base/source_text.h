@@ -74,7 +74,9 @@ struct LineEndCounts {
 };
 LineEndCounts CountLineEnds(std::string_view gbk);
 
-// Where a walk over a source stands: in code, in a literal or in a comment. Line ends of either style end a comment.
+// Where a walk over a source stands: in code, in a literal or in a comment. Line ends of either style end a comment. It
+// is for text whose line ends and charset are still to be mended; what the engine makes of a source is
+// language/source_rewrite.h.
 class LiteralTracker {
  public:
   // Passes one character, given by its first byte.

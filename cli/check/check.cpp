@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <new>
 
+#include "cli/base/ascii.h"
 #include "cli/base/encoding.h"
 #include "cli/check/filter.h"
 #include "cli/check/lexer.h"
@@ -99,7 +100,7 @@ void CheckTokens(const SourceText& source, SourceKind kind, Findings& findings) 
 }
 
 bool HasEnding(std::string_view name, std::string_view ending) {
-  return name.size() >= ending.size() && InSmallLetters(name.substr(name.size() - ending.size())) == ending;
+  return name.size() >= ending.size() && LoweredAscii(name.substr(name.size() - ending.size())) == ending;
 }
 
 }  // namespace

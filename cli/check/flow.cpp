@@ -1,6 +1,7 @@
 // Statements: the ones that decide what runs: conditions, blocks, loops, jumps.
 #include <algorithm>
 
+#include "cli/base/ascii.h"
 #include "cli/check/statements.h"
 #include "cli/check/tree.h"
 
@@ -194,7 +195,7 @@ void Statements::Goto(const Token& word) {
 }
 
 void Statements::CheckTarget(const Token& word, const Token& target) {
-  const auto label = labels_.find(InSmallLetters(target.text));
+  const auto label = labels_.find(LoweredAscii(target.text));
   if (label == labels_.end()) return reader_.Report(Rule::kNoLabel, target, {target.text});
   if (target.cls == COMMAND) reader_.Report(Rule::kLabelReserved, target, {target.text});
   const size_t to = TokenAt(label->second);
@@ -215,7 +216,7 @@ size_t Statements::TokenAt(size_t code) const {
 
 void Statements::LabelAt(const Token& label) {
   reader_.SetReachable(true);
-  const std::string name = InSmallLetters(label.text.substr(1));
+  const std::string name = LoweredAscii(label.text.substr(1));
   if (!labels_seen_.insert(name).second) reader_.Report(Rule::kLabelTwice, label, {label.text.substr(1)});
 }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "cli/base/ascii.h"
 #include "cli/base/encoding.h"
 #include "cli/base/gbk.h"
 
@@ -30,14 +31,6 @@ char HalfWidth(std::string_view gbk) {
 }
 
 }  // namespace
-
-std::string InSmallLetters(std::string_view text) {
-  std::string small(text);
-  for (char& c : small) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return small;
-}
 
 // Takes the source in as loading does; only findings look at characters.
 class TokenList::Intake {
@@ -326,7 +319,7 @@ void TokenList::FindLabels() {
     while (end - at <= kTokenLimit + 1 && !EndsWord(*end) && *end != '"') ++end;
     const std::string_view name(at + 1, static_cast<size_t>(end - at - 1));
     labels_.push_back(
-        {InSmallLetters(name), OriginOf(static_cast<size_t>(at - span.begin)), static_cast<size_t>(end - span.begin)});
+        {LoweredAscii(name), OriginOf(static_cast<size_t>(at - span.begin)), static_cast<size_t>(end - span.begin)});
   }
 }
 

@@ -62,7 +62,4 @@ class TokenList {
   bool open_literal_ = false;
 };
 
-// A text in small ASCII letters.
-std::string InSmallLetters(std::string_view text);
-
 }  // namespace karst::cli::check

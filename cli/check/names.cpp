@@ -1,6 +1,7 @@
 // Names, and the types that declarations give them.
 #include "cli/check/names.h"
 
+#include "cli/base/ascii.h"
 #include "values/name.h"
 
 namespace karst::cli::check {
@@ -32,7 +33,7 @@ Names::Names(const std::vector<Token>& tokens) : scopes_{{ScopeKind::kOutermost,
       if (!fresh && entry->second != type) entry->second = Type::kUnknown;
     }
     const bool asks = tokens[i].cls == VARIABLE && i + 2 < tokens.size() && tokens[i + 1].IsDelimiter('(') &&
-                      tokens[i + 2].cls == STRING && InSmallLetters(tokens[i].text) == "isvar";
+                      tokens[i + 2].cls == STRING && LoweredAscii(tokens[i].text) == "isvar";
     if (asks) asked_for_.insert(SignificantName(tokens[i + 2].text));
   }
 }

@@ -157,7 +157,7 @@ class CheckVerb : public Verb {
 
   int Run(const CommonOptions& common) override {
     options_.encoding = common.TextEncoding();
-    Console console({common.messages, {options_.encoding, {}}, {}});
+    Console console({common.messages, {options_.encoding, options_.files}, {}});
     return RunToEnd(console, [&] { return CheckRun(options_, console).Run(); });
   }
 

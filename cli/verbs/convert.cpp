@@ -155,8 +155,19 @@ class ConvertVerb : public Verb {
 
   void RefuseOutputAsRejects() const {
     const std::string& rejects = options_.files.report.rejects;
-    if (rejects.empty() || rejects != options_.output) return;
+    if (rejects.empty() || (rejects != options_.output && !NameOneFile(rejects, options_.output))) return;
     throw HostError(kWrongUsage, rejects + " cannot be the output and the rejects");
+  }
+
+  // Neither needs to be there yet.
+  bool NameOneFile(const std::string& one, const std::string& other) const {
+    const auto path_of = [this](const std::string& name) {
+      std::error_code fault;
+      const std::filesystem::path path(SystemName(name, options_.files.inputs.encoding));
+      const auto resolved = std::filesystem::weakly_canonical(std::filesystem::absolute(path, fault), fault);
+      return fault ? path : resolved;
+    };
+    return one != "-" && other != "-" && path_of(one) == path_of(other);
   }
 
   ConvertOptions options_;

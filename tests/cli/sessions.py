@@ -15,7 +15,7 @@ import tempfile
 
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
-SECONDS = 200
+SECONDS = 100
 STEP = re.compile(r"== |= |\$ |# ")  # what begins a session, a file, a command, a remark
 
 
@@ -65,7 +65,8 @@ class Session:
             shell.wait()
             output.seek(0)
             error.seek(0)
-            return (without_blank_end(shown(output.read())), without_blank_end(shown(error.read(), "! ")),
+            return (without_blank_end(shown(output.read())),
+                    ["! " + line for line in without_blank_end(shown(error.read()))],
                     [f"? {status}"] if status else [])
 
 
@@ -86,6 +87,8 @@ def run_file(program, path, only, write):
     faults, place, written, title = 0, None, [], ""
     for number, head, below in steps_of(path):
         body = without_blank_end(below)
+        if body and head.startswith(("== ", "# ")):
+            sys.exit(f"{path}:{number}: nothing looks at the lines below this one")
         if head.startswith("== "):
             title = head[3:]
             place = tempfile.TemporaryDirectory(prefix="karst-session-")
